@@ -1,0 +1,27 @@
+# Settings that hold for every target of the project.
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_C_STANDARD 99)
+set(CMAKE_C_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+
+if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE)
+  set(CMAKE_BUILD_TYPE RelWithDebInfo CACHE STRING "" FORCE)
+endif()
+
+option(KXCAM_WERROR "Treat warnings as errors" OFF)
+set(KXCAM_SANITIZE "" CACHE STRING "Sanitizers for every target, as -fsanitize= takes them")
+
+add_library(kxcam_settings INTERFACE)
+# Pixel values are defined by separate multiplications and additions: a contracted one rounds differently.
+target_compile_options(kxcam_settings INTERFACE -ffp-contract=off -Wall -Wextra -Wpedantic -Wshadow
+                                                $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Wextra-semi>)
+if(KXCAM_WERROR)
+  target_compile_options(kxcam_settings INTERFACE -Werror)
+endif()
+if(KXCAM_SANITIZE)
+  target_compile_options(kxcam_settings INTERFACE -fsanitize=${KXCAM_SANITIZE} -fno-sanitize-recover=all
+                                                  -fno-omit-frame-pointer)
+  target_link_options(kxcam_settings INTERFACE -fsanitize=${KXCAM_SANITIZE})
+endif()

@@ -1,0 +1,334 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+/**
+ * @file kxcam.h
+ * @brief Industrial USB cameras: find, open, configure, read.
+ *
+ * The one public header of libkxcam. It is valid C99 and valid C++ on its own.
+ *
+ * @section conventions Conventions
+ *
+ * - Every function returns 0 for success and 1 for failure; no other value occurs. After a failure
+ *   #last_error (also CameraGetLastError()) holds the cause, one of #kxcam_error.
+ * - A camera is named by its index, 0..255: the position among the attached cameras, in the order
+ *   in which the USB stack lists them. An index below 0 or above 255 fails with
+ *   #KXCAM_ERROR_INDEX, an index that nothing was opened on with #KXCAM_ERROR_NOT_OPEN.
+ * - Outputs are written on success only, unless a function says otherwise. Output pointers must not
+ *   be null, unless a function says otherwise.
+ * - Images are row-major without padding between rows.
+ *
+ * @section threads Threads
+ *
+ * Three terms are used below:
+ * - *thread-safe*: may be called at any time from any thread, also for the same camera.
+ * - *per-camera*: may be called from any thread, but for one camera by one thread at a time.
+ * - *exclusive*: not beside any other *exclusive* call for the same camera. Calls that are already
+ *   running for that camera in other threads end cleanly, most of them with an error.
+ *
+ * A function without a term is thread-safe. #last_error is one word for the whole process: with
+ * several threads it holds the last failure of any of them.
+ */
+#ifndef KXCAM_KXCAM_H
+#define KXCAM_KXCAM_H
+
+#include <stdbool.h>
+#include <stdint.h>
+
+#if defined(__GNUC__)
+#define KXCAM_API __attribute__((visibility("default")))
+#else
+#define KXCAM_API
+#endif
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/** Causes of failure, the values of #last_error. */
+enum kxcam_error {
+  KXCAM_ERROR_NONE_YET = -1,      /**< nothing has failed since the library was loaded */
+  KXCAM_ERROR_INDEX = 1,          /**< camera index out of range */
+  KXCAM_ERROR_ARGUMENT = 2,       /**< argument out of range, wrong length, size mismatch, reserved GPIO line */
+  KXCAM_ERROR_NOT_OPEN = 3,       /**< no camera is open at the index */
+  KXCAM_ERROR_NO_DEVICE = 4,      /**< the device is not open, or was not found at open */
+  KXCAM_ERROR_EMPTY_BUS = 5,      /**< no configured device is on the bus */
+  KXCAM_ERROR_IN_USE = 6,         /**< the camera index is already in use */
+  KXCAM_ERROR_NOT_SUPPORTED = 8,  /**< not supported by this model, sensor or firmware */
+  KXCAM_ERROR_READ_REQUEST = 10,  /**< a read request to the camera failed */
+  KXCAM_ERROR_WRITE_REQUEST = 11, /**< a write request to the camera failed */
+  KXCAM_ERROR_FRAME_SIZE = 12,    /**< the frame is smaller than one byte */
+  KXCAM_ERROR_NO_FRAME = 17       /**< no frame within the time-out, or acquisition was stopped */
+};
+
+/** Bits of the output-format word of the query functions and CameraISP(). */
+enum kxcam_format {
+  KXCAM_FORMAT_RAW = 0x1,             /**< sensor samples; tested before grey and colour */
+  KXCAM_FORMAT_GREY = 0x2,            /**< one byte per pixel; tested before colour */
+  KXCAM_FORMAT_COLOR = 0x4,           /**< three bytes per pixel */
+  KXCAM_FORMAT_BGR = 0x100,           /**< with colour: B, G, R instead of R, G, B */
+  KXCAM_FORMAT_32BIT = 0x200,         /**< with colour: four bytes per pixel, the fourth is left untouched */
+  KXCAM_FORMAT_UNCORRECTED = 0x40000  /**< skip the corrections of the raw frame */
+};
+
+/** Code of the last failure of any call in this process (#kxcam_error); -1 until then. */
+extern KXCAM_API int last_error;
+/** Value of `LogFile` in the configuration file, "" until it was read. The library writes no log. */
+extern KXCAM_API char logfile[256];
+/** Value of `PIDFile` in the configuration file, "" until it was read. The library writes no such file. */
+extern KXCAM_API char pidfile[256];
+
+/** @name Discovery and versions
+ * The configuration file `/etc/kxusb.conf` (or the file that the environment variable `KXUSB_CONF`
+ * names, unless the program runs with raised privileges) lists the USB ids that the library may
+ * open. Without it no camera is found.
+ * @{ */
+
+/** @brief Version of the interface: stores 2019 and 1013. Always succeeds. */
+KXCAM_API uint32_t CameraGetVersion(int* major, int* minor);
+
+/** @brief Firmware version word of an open camera; 0 when it could not be read at open. */
+KXCAM_API uint32_t CameraGetFirmVersion(int camera, int* version);
+
+/** @brief Number of attached cameras (vendor id 0xA7B7 and listed in the configuration file).
+ *
+ * Always succeeds: without a configuration file, on an empty bus or when a device may not be opened
+ * the count is 0. Takes a few milliseconds per camera: every listed device is opened and closed. */
+KXCAM_API uint32_t CameraGetCount(int* count);
+
+/** @brief Serial number and display name of an attached camera, whether or not it is open.
+ *
+ * @param camera position on the bus, 0..255
+ * @param serial receives 16 bytes: 12 characters and four zeros; may be null
+ * @param name receives "NAME(INDEX)", the name its owner gave it or else the model name; room for 64
+ *        bytes; may be null. Empty when the product id is unknown.
+ *
+ * Errors: 1; 5 on an empty bus; 10 when a byte of the identity could not be read (the call still
+ * succeeds, with zero bytes in its place). A missing configuration file or a device that may not be
+ * opened fails without a code. */
+KXCAM_API uint32_t CameraGetName(int camera, char* serial, char* name);
+
+/** @brief Row of the model table (0..81; 82: unknown product id) and product id of an attached camera.
+ *
+ * Either pointer may be null. Errors as CameraGetName(). */
+KXCAM_API uint32_t CameraGetID(int camera, int* model_row, int* product_id);
+
+/** @brief Copies #last_error. Always succeeds. */
+KXCAM_API uint32_t CameraGetLastError(int* error);
+/** @} */
+
+/** @name Opening and closing
+ * @{ */
+
+/** @brief Opens a camera and starts streaming at resolution preset 0 (the full sensor).
+ *
+ * Takes about half a second on the models that are reset at open. Errors: 1; 6 when the index is
+ * open already; 5 on an empty bus; 4 when the camera is not there or its model is unknown.
+ * Exclusive. */
+KXCAM_API uint32_t CameraInit(int camera);
+
+/** @brief Opens a camera for register access only: no frame buffers, no reader thread, no streaming.
+ *
+ * The frame size stays 640 x 480. Errors as CameraInit(). Exclusive. */
+KXCAM_API uint32_t CameraInitIO(int camera);
+
+/** @brief Stops acquisition and closes the camera. Always returns 0.
+ *
+ * A query that waits in another thread ends with #KXCAM_ERROR_NO_FRAME. Returns after at most about
+ * a second. Exclusive. */
+KXCAM_API uint32_t CameraFree(int camera);
+
+/** @brief Checks that a camera is open at the index; the camera itself is not touched. Errors: 1, 3. */
+KXCAM_API uint32_t CameraReset(int camera);
+/** @} */
+
+/** @name Geometry
+ * Sizes are in pixels. Errors of all: 1, 3; those that ask the device also 4 (no device) and 10
+ * (request failed, or the device reported an impossible geometry). After a failure the geometry in
+ * force stays in force.
+ * @{ */
+
+/** @brief Number of resolution presets the camera offers. */
+KXCAM_API uint32_t CameraGetResolutionCount(int camera, int* count);
+
+/** @brief Largest width and height the camera offers. Either pointer may be null. */
+KXCAM_API uint32_t CameraGetResolutionMax(int camera, int* width, int* height);
+
+/** @brief Readout mode last set (the value the device was told, 0..255; 1 after open). */
+KXCAM_API uint32_t CameraGetResolutionMode(int camera, int* mode);
+
+/** @brief Sets the readout mode; the low eight bits are stored even if the request fails. */
+KXCAM_API uint32_t CameraSetResolutionMode(int camera, int mode);
+
+/** @brief Size of a resolution preset as the picture would be delivered (swapped while rotated).
+ * Nothing is changed. Either pointer may be null. */
+KXCAM_API uint32_t CameraGetResolution(int camera, int preset, int* width, int* height);
+
+/** @brief Selects a resolution preset and ends a region of interest.
+ *
+ * `width` and `height` receive the new size as the picture is delivered (swapped while rotated);
+ * either may be null. Frames of the old size that wait in the ring are not delivered any more. */
+KXCAM_API uint32_t CameraSetResolution(int camera, int preset, int* width, int* height);
+
+/** @brief Reads out a region of interest, given in coordinates of the picture as it is delivered.
+ *
+ * All four values must be even; some sensors need `x` and `width` (or all four) in multiples of 8, 16
+ * or 32. Errors: 2 when misaligned or not inside the sensor; 11 or 10 when the device refuses. */
+KXCAM_API uint32_t CameraSetROI(int camera, int x, int y, int width, int height);
+
+/** @brief Lines per frame in line-scan use; only the low 16 bits reach the camera, and only line-scan
+ * sensors are told. */
+KXCAM_API uint32_t CameraSetLineHeight(int camera, int lines);
+/** @brief Lines per frame last set; 2 after open. */
+KXCAM_API uint32_t CameraGetLineHeight(int camera, int* lines);
+/** @brief Line-trigger mode: on for 1, off for any other value; only line-scan sensors are told. */
+KXCAM_API uint32_t CameraSetLineTrigger(int camera, int on);
+/** @brief Line-trigger mode last set, 0 or 1. */
+KXCAM_API uint32_t CameraGetLineTrigger(int camera, int* on);
+
+/** @brief Mirrors the picture left to right. */
+KXCAM_API uint32_t CameraSetMirrorX(int camera, bool on);
+/** @brief State of mirror X; `on` is set to false on failure too. */
+KXCAM_API uint32_t CameraGetMirrorX(int camera, bool* on);
+/** @brief Mirrors the picture top to bottom. */
+KXCAM_API uint32_t CameraSetMirrorY(int camera, bool on);
+/** @brief State of mirror Y; `on` is set to false on failure too. */
+KXCAM_API uint32_t CameraGetMirrorY(int camera, bool* on);
+
+/** @brief Turns the picture relative to its present state.
+ *
+ * 90 and 360 toggle the 90-degree rotation (clockwise); 180 and 270 toggle both mirrors and the
+ * rotation; any other angle succeeds and changes nothing. Per-camera. */
+KXCAM_API uint32_t CameraSetRotate(int camera, int angle);
+
+/** @brief Size of the picture as it is delivered (swapped while rotated). Either pointer may be null. */
+KXCAM_API uint32_t CameraGetImageSize(int camera, int* width, int* height);
+/** @brief Significant bits of a raw sample: 12 or 8. */
+KXCAM_API uint32_t CameraGetImageDepth(int camera, int* bits);
+
+/** @brief Bytes that a query in `format` (#kxcam_format) delivers now.
+ *
+ * Raw: pixels x bytes per sample; grey: pixels; else pixels x 4 with #KXCAM_FORMAT_32BIT, x 3
+ * without. */
+KXCAM_API uint32_t CameraGetImageBufferSize(int camera, int* size, int format);
+
+/** @brief Bytes that CameraISP() writes for a `width` x `height` frame.
+ *
+ * Errors: 2 for a format without raw, grey or colour, for sizes below 1 and for a size that does not
+ * fit an int. */
+KXCAM_API uint32_t CameraGetISPImageBufferSize(int camera, int* size, int width, int height, int format);
+/** @} */
+
+/** @name Pictures
+ * Frames are read by one thread per camera into a ring of five buffers. When all five wait to be
+ * taken, newer frames are lost until a query takes one: the ring then holds the oldest frames. Call
+ * CameraClearHostBuffer() first where only a fresh one will do.
+ * @{ */
+
+/** @brief Waits for the next frame and delivers it.
+ *
+ * @param camera index of an open camera
+ * @param image receives `*size` bytes
+ * @param size must hold exactly what CameraGetImageBufferSize() reports for `format`
+ * @param format #kxcam_format
+ *
+ * Waits for at most the larger of the time-out (CameraSetTimeout()) and the exposure time. Raw
+ * frames are copied as they came; grey and colour frames pass the image pipeline in the calling
+ * thread.
+ *
+ * Errors: 3; 12; 2 when `*size` is not the required size; 17 when no frame came or acquisition was
+ * stopped; 4 for a camera without acquisition. An index out of range fails without a code.
+ *
+ * Several threads may query one camera: each frame goes to one of them, in order. */
+KXCAM_API uint32_t CameraQueryImage(int camera, uint8_t* image, int* size, int format);
+
+/** @brief CameraQueryImage() that also tells the place of the frame in the ring, 0..4.
+ * `index` may be null. */
+KXCAM_API uint32_t CameraQueryImage2(int camera, uint8_t* image, int* size, int* index, int format);
+
+/** @brief CameraQueryImage() in whole 32-bit pixels: `*size` counts pixels, and
+ * #KXCAM_FORMAT_32BIT is implied. */
+KXCAM_API uint32_t CameraQueryImageLV(int camera, uint32_t* image, int* size, int format);
+
+/** @brief Passes a raw frame that the caller holds through the image pipeline of an open camera.
+ *
+ * @param camera index of an open camera
+ * @param in raw frame, width x height samples of one byte (two, little-endian, on a 12-bit model);
+ *        corrections are made in place
+ * @param out receives CameraGetISPImageBufferSize() bytes; without raw, grey or colour in `format`
+ *        nothing is written
+ * @param width,height size as the picture is delivered; the product must be that of the camera's frame
+ * @param format #kxcam_format
+ *
+ * Errors: 1, 3; 2 when the product differs or is not that of a frame. */
+KXCAM_API uint32_t CameraISP(int camera, uint8_t* in, uint8_t* out, int width, int height, int format);
+
+/** @brief Drops the frames that wait in the ring, and those that arrive within 200 ms, at most five.
+ * Errors: 1, 3, 4. */
+KXCAM_API uint32_t CameraClearHostBuffer(int camera);
+
+/** @brief Sets the least time a query waits, in milliseconds, clamped to 500..50000. */
+KXCAM_API uint32_t CameraSetTimeout(int camera, int milliseconds);
+/** @brief Least time a query waits, in milliseconds; 500 after open. */
+KXCAM_API uint32_t CameraGetTimeout(int camera, int* milliseconds);
+
+/** @brief Stores the interpolation setting (low eight bits); the demosaic is bilinear whatever it is. */
+KXCAM_API uint32_t CameraSetInterpolation(int camera, int value);
+/** @brief Interpolation setting last stored; 0 after open. */
+KXCAM_API uint32_t CameraGetInterpolation(int camera, int* value);
+/** @} */
+
+/** @name Tone and colour
+ * These settings act on the picture, not on the sensor, from the next frame that is processed. Each
+ * frame is processed with one consistent set of them. Errors of all: 1, 3; setters also 2 when a
+ * value is out of range (a NaN is out of every range), which changes nothing.
+ * @{ */
+
+/** @brief Gamma, 0.3..2.0; 1.0 after open. Output = input ^ (1 / gamma), with a linear toe. */
+KXCAM_API uint32_t CameraSetGamma(int camera, double gamma);
+/** @brief Gamma last set. */
+KXCAM_API uint32_t CameraGetGamma(int camera, double* gamma);
+/** @brief Contrast factor around the middle of the range above black, 0.3..2.0; 1.0 after open. */
+KXCAM_API uint32_t CameraSetContrast(int camera, double contrast);
+/** @brief Contrast factor last set. */
+KXCAM_API uint32_t CameraGetContrast(int camera, double* contrast);
+/** @brief Colour saturation, 0.0 (grey) to 2.0; 1.0 after open. */
+KXCAM_API uint32_t CameraSetSaturation(int camera, double saturation);
+/** @brief Colour saturation last set. */
+KXCAM_API uint32_t CameraGetSaturation(int camera, double* saturation);
+/** @brief Level that becomes black, 0..255 in steps of the 8-bit picture; 0 after open. 255 acts as 0. */
+KXCAM_API uint32_t CameraSetBlackLevel(int camera, int level);
+/** @brief Black level last set. */
+KXCAM_API uint32_t CameraGetBlackLevel(int camera, int* level);
+/** @brief Enhancement: the camera's own colour matrix instead of the identity. */
+KXCAM_API uint32_t CameraSetEnhancement(int camera, bool on);
+/** @brief State of the enhancement; `on` is set to false on failure too. */
+KXCAM_API uint32_t CameraGetEnhancement(int camera, bool* on);
+
+/** @brief Sets the first min(length, 4096) entries of the table from 12-bit samples to 8 bits.
+ *
+ * Only 12-bit models use the table; it is sample >> 4 after open. A length of 0 or less copies
+ * nothing and succeeds. */
+KXCAM_API uint32_t CameraSetLUT(int camera, const uint8_t* table, int length);
+
+/** @brief Reads the table of CameraSetLUT().
+ *
+ * With `table` null stores its useful length in `*length` (4096 on a 12-bit model, else 256); else
+ * copies min(*length, 4096) entries. */
+KXCAM_API uint32_t CameraGetLUT(int camera, uint8_t* table, int* length);
+/** @} */
+
+/** @name Input and output lines
+ * @{ */
+
+/** @brief Drives the lines in `mask` to `value`.
+ *
+ * Errors: 1, 3, 4, 10; 2 when `mask` holds bit 7 on a camera that uses that line for its strobe. */
+KXCAM_API uint32_t CameraSetGPIO(int camera, int mask, int value);
+/** @brief States of the lines, 0..255. Errors: 1, 3, 4, 10. */
+KXCAM_API uint32_t CameraGetGPIO(int camera, int* lines);
+/** @} */
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* KXCAM_KXCAM_H */
