@@ -1,0 +1,87 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include <libusb.h>
+
+#include "core/camera_parameter.h"
+#include "core/frame_geometry.h"
+#include "core/frame_ring.h"
+#include "core/index_map.h"
+#include "core/model_table.h"
+#include "isp/color_matrix.h"
+#include "isp/tone_curves.h"
+#include "sync/cmylock.h"
+#include "sync/crwlockimpl.h"
+#include "sync/published.h"
+#include "sync/relaxed.h"
+
+namespace kxcam {
+
+struct SensorFamily;
+
+using UserLut = std::array<uint8_t, 4096>;
+
+/// An open USB device; the last holder closes it, so that a request that runs in another thread while
+/// the camera is being closed ends on a valid handle.
+using DeviceHandle = std::shared_ptr<libusb_device_handle>;
+
+/// The interface of the device that carries the image stream.
+inline constexpr int kImageInterface = 0;
+
+/// Everything the library keeps of one camera, open or virtual. Shared by the table of contexts, the
+/// calls that are running and the reader thread; fields are either set before the context is
+/// published, or Relaxed, Published or atomic, or guarded by a lock of their own.
+struct CameraContext {
+  /// A camera of that row of model_table with every setting at its default.
+  explicit CameraContext(int32_t model_row);
+
+  const CameraModel& model() const { return model_table[model_index]; }
+
+  // Identity and transport; set at open.
+  int32_t open_flags = 0;     ///< OpenFlag bits
+  const int32_t model_index;  ///< row of model_table
+  const SensorFamily& family;
+  int32_t firmware_version = 0;
+  uint16_t feature_bits = 0;
+  int32_t usb_speed = 1;  ///< libusb's code minus 1: 0 low, 1 full, 2 high, 3 super speed
+  Published<libusb_device_handle> usb_handle;
+
+  CRWLockImpl context_lock;
+  std::array<CMyLock, 3> aux_lock;
+
+  CameraParameter parameter;
+
+  // Acquisition.
+  std::unique_ptr<FrameRing> ring;    ///< null without acquisition
+  std::atomic<bool> running = false;  ///< the reader keeps running and queries may wait
+  std::thread reader_thread;          ///< touched by open and close only
+  Relaxed<uint32_t> frames_delivered = 0;
+
+  // Geometry.
+  std::atomic<FrameGeometry> geometry = FrameGeometry{640, 480, 1};
+  std::atomic<uint8_t> resolution_count = 0;
+  Published<const IndexMap> index_map;
+
+  // Sensor timing.
+  Relaxed<double> line_time_ms = 0.0;  ///< duration of one sensor line; 0 until it is known
+
+  // Pipeline.
+  Published<const ToneCurves> curves;
+  Published<const ColorMatrix> matrix;
+  Published<const UserLut> user_lut;
+  Relaxed<int32_t> mean_level = 0;  ///< mean raw green (or mono) level of the last processed frame
+
+  // Fixed-pattern factors: one entry per sensor column (even rows, odd rows) and per sensor row.
+  std::vector<double> column_table_a;
+  std::vector<double> column_table_b;
+  std::vector<double> row_table;
+};
+
+}  // namespace kxcam

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "core/frame_ring.h"
+
+#include <new>
+
+#include "core/timing.h"
+
+namespace kxcam {
+
+namespace {
+
+constexpr size_t kTransferSlack = 1024;
+constexpr size_t kLargestSample = 2;
+constexpr int kPollMs = 1;
+constexpr int kFlushPollMs = 10;
+constexpr int kFlushPolls = 20;
+
+}  // namespace
+
+FrameRing::FrameRing(int32_t sensor_pixels)
+    : buffer_size_(static_cast<size_t>(sensor_pixels) * kLargestSample + kTransferSlack) {
+  for (Slot& slot : slots_) {
+    // calloc leaves pages that are never touched to the kernel: only 12-bit cameras use the second half.
+    slot.host_buffer.reset(static_cast<uint8_t*>(std::calloc(buffer_size_, 1)));  // NOLINT: freed by Free
+    if (slot.host_buffer == nullptr) throw std::bad_alloc();
+  }
+}
+
+std::optional<int> FrameRing::wait_for_free_buffer(const std::atomic<bool>& running) {
+  std::unique_lock state(state_mutex_);
+  const int i = write_index_;
+  while (slot(i).state != BufferState::kFree) {
+    state.unlock();
+    sysdelay(kPollMs);
+    if (!running) return std::nullopt;
+    state.lock();
+  }
+  return i;
+}
+
+void FrameRing::mark_ready(int i, FrameGeometry geometry) {
+  const std::lock_guard state(state_mutex_);
+  slot(i).state = BufferState::kReady;
+  slot(i).geometry = geometry;
+  write_index_ = next(i);
+}
+
+bool FrameRing::drop_ready() {
+  const std::lock_guard state(state_mutex_);
+  Slot& oldest = slot(read_index_);
+  if (oldest.state != BufferState::kReady) return false;
+  oldest.state = BufferState::kFree;
+  read_index_ = next(read_index_);
+  return true;
+}
+
+std::optional<int> FrameRing::take_ready(FrameGeometry geometry) {
+  const std::lock_guard state(state_mutex_);
+  while (slot(read_index_).state == BufferState::kReady) {
+    const int i = read_index_;
+    read_index_ = next(i);
+    const bool wanted = slot(i).geometry == geometry;
+    slot(i).state = wanted ? BufferState::kTaken : BufferState::kFree;
+    if (wanted) return i;
+  }
+  return std::nullopt;
+}
+
+std::optional<int> FrameRing::take(FrameGeometry geometry, int64_t limit_ms,
+                                   const std::atomic<bool>& running) {
+  const std::lock_guard query(query_mutex_);
+  for (int64_t polls = 0;;) {
+    if (const std::optional<int> i = take_ready(geometry)) return i;
+    ++polls;
+    sysdelay(kPollMs);
+    if (polls > limit_ms || !running) return std::nullopt;
+  }
+}
+
+void FrameRing::release(int i) {
+  const std::lock_guard state(state_mutex_);
+  slot(i).state = BufferState::kFree;
+}
+
+void FrameRing::flush() {
+  const std::lock_guard query(query_mutex_);
+  int cleared = 0;
+  int waits = 0;
+  while (cleared < kHostBufferCount && waits < kFlushPolls) {
+    if (drop_ready()) {
+      ++cleared;
+    } else {
+      sysdelay(kFlushPollMs);
+      ++waits;
+    }
+  }
+}
+
+}  // namespace kxcam

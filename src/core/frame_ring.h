@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+
+#include "core/frame_geometry.h"
+
+namespace kxcam {
+
+inline constexpr int kHostBufferCount = 5;
+
+/// The host buffers between the reader thread, which fills them, and the queries, which empty them
+/// in order.
+///
+/// Lock order on the consumers' side: query_mutex, then state_mutex; state_mutex is released before
+/// a buffer's mutex is taken and is never held across a transfer or a sleep. The reader takes
+/// state_mutex and buffer mutexes only.
+///
+/// invariant: the reader writes free buffers only; a buffer is ready until a query takes it, and taken until
+/// that query hands it back.
+/// invariant: write_index and read_index lie in 0..kHostBufferCount - 1 and move forward by one.
+class FrameRing {
+ public:
+  /// Room in every buffer for two bytes per sensor pixel, the most a query can copy, and the slack of
+  /// the last USB transfer. Throws std::bad_alloc.
+  explicit FrameRing(int32_t sensor_pixels);
+
+  /// Reader: the buffer to fill next, once it is free. Nothing when `running` ended while it was not.
+  std::optional<int> wait_for_free_buffer(const std::atomic<bool>& running);
+
+  /// Reader: buffer `i` holds a whole frame of that geometry.
+  void mark_ready(int i, FrameGeometry geometry);
+
+  /// Consumer: takes the next frame of that geometry, waiting for up to `limit_ms` polls of a
+  /// millisecond; frames from before a change of geometry are dropped.
+  /// Nothing when none came or `running` ended. Hand the buffer back with release().
+  std::optional<int> take(FrameGeometry geometry, int64_t limit_ms, const std::atomic<bool>& running);
+
+  /// Consumer: buffer `i` may be filled again.
+  void release(int i);
+
+  /// Drops the frames that are ready or become ready within 200 ms, at most one ring full.
+  void flush();
+
+  /// The bytes of a buffer; hold buffer_mutex(i) while touching them.
+  std::span<uint8_t> buffer(int i) { return {slot(i).host_buffer.get(), buffer_size_}; }
+  std::mutex& buffer_mutex(int i) { return slot(i).host_buffer_mutex; }
+
+ private:
+  struct Free {
+    void operator()(uint8_t* p) const { std::free(p); }  // NOLINT: pairs with calloc
+  };
+
+  enum class BufferState : uint8_t { kFree, kReady, kTaken };
+
+  struct Slot {
+    std::unique_ptr<uint8_t[], Free> host_buffer;
+    std::mutex host_buffer_mutex;
+    BufferState state = BufferState::kFree;  ///< guarded by state_mutex
+    FrameGeometry geometry;                  ///< of the ready frame; guarded by state_mutex
+  };
+
+  /// Takes the next ready frame of that geometry and drops those before it.
+  std::optional<int> take_ready(FrameGeometry geometry);
+  /// Drops the next frame if it is ready.
+  bool drop_ready();
+  static int next(int i) { return (i + 1) % kHostBufferCount; }
+  Slot& slot(int i) { return slots_[static_cast<size_t>(i)]; }
+
+  size_t buffer_size_;
+  std::array<Slot, kHostBufferCount> slots_;
+  std::mutex query_mutex_;  ///< serialises consumers for the whole of their wait
+  std::mutex state_mutex_;  ///< guards the states of the slots and the indices
+  int write_index_ = 0;
+  int read_index_ = 0;
+};
+
+}  // namespace kxcam

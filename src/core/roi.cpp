@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "core/roi.h"
+
+#include <array>
+
+#include "core/contexts.h"
+#include "core/isp_flags.h"
+#include "core/last_error.h"
+#include "core/orientation.h"
+#include "core/sensor_family.h"
+#include "usb/control_channel.h"
+
+namespace kxcam {
+
+namespace {
+
+constexpr uint8_t kRegionOfInterest = 0xAD;
+
+bool is_aligned(const RoiAlignment& unit, int x, int y, int w, int h) {
+  return x % unit.x_and_width == 0 && w % unit.x_and_width == 0 && y % unit.y_and_height == 0 &&
+         h % unit.y_and_height == 0;
+}
+
+bool write_window(libusb_device_handle* handle, const SensorWindow& window) {
+  std::array<uint8_t, 4> size = {static_cast<uint8_t>(window.width), static_cast<uint8_t>(window.width >> 8),
+                                 static_cast<uint8_t>(window.height),
+                                 static_cast<uint8_t>(window.height >> 8)};
+  long length = static_cast<long>(size.size());
+  return EP0Write(handle, kRegionOfInterest, window.y, window.x, size.data(), length) ||
+         fail(KXCAM_ERROR_WRITE_REQUEST);
+}
+
+/// Bytes per raw sample in the new window; nothing, with code 10, when the camera did not take it.
+std::optional<uint8_t> confirm_window(libusb_device_handle* handle, const SensorWindow& window) {
+  ShortReply reply;
+  long length = 0;
+  const bool answered = read_short(handle, kRegionOfInterest, window.y, window.x, reply, length);
+  if (!answered || reply[0] < 1 || reply[0] > 2) {
+    set_last_error(KXCAM_ERROR_READ_REQUEST);
+    return std::nullopt;
+  }
+  return reply[0];
+}
+
+}  // namespace
+
+std::optional<SensorWindow> MapViewToSensor(const CameraContext& context, int x, int y, int w, int h) {
+  const RoiAlignment two_pixels;
+  if (!is_aligned(two_pixels, x, y, w, h) || !is_aligned(context.family.roi_alignment, x, y, w, h)) {
+    return std::nullopt;
+  }
+  const SensorSize sensor = context.model().SENSOR_ARRAY;
+  const uint16_t flags = context.parameter.isp_flags;
+  const int64_t along_x = (flags & kMirrorX) != 0 ? int64_t{sensor.width} - x - w : x;
+  const int64_t along_y = (flags & kMirrorY) != 0 ? int64_t{sensor.height} - y - h : y;
+
+  const bool rotated = (flags & kRotate90) != 0;
+  const int64_t left = rotated ? along_y : along_x;
+  const int64_t top = rotated ? along_x : along_y;
+  const int64_t width = rotated ? h : w;
+  const int64_t height = rotated ? w : h;
+  if (left < 0 || top < 0 || width < 1 || height < 1 || left + width > sensor.width ||
+      top + height > sensor.height) {
+    return std::nullopt;
+  }
+  return SensorWindow{static_cast<uint16_t>(left), static_cast<uint16_t>(top), static_cast<uint16_t>(width),
+                      static_cast<uint16_t>(height)};
+}
+
+bool set_ROI(int camera, int x, int y, int w, int h) {
+  const ContextRef context = find_camera(camera);
+  if (context == nullptr) return false;
+  const std::optional<SensorWindow> window = MapViewToSensor(*context, x, y, w, h);
+  if (!window) return fail(KXCAM_ERROR_ARGUMENT);
+  const OpenCamera open = find_open_camera(camera);
+  if (!open) return false;
+  if (!write_window(open.handle.get(), *window)) return false;
+  const std::optional<uint8_t> bytes = confirm_window(open.handle.get(), *window);
+  if (!bytes) return false;
+
+  // The 12-bit bridge answers 1 for a window and sends two bytes all the same.
+  const bool twelve_bits = open->model().COLOR_MODE == kMono12;
+  open->geometry = FrameGeometry{window->width, window->height, twelve_bits ? 2U : *bytes};
+  UpdateImageIdx(*open.context);
+  CameraParameter& parameter = open->parameter;
+  parameter.roi_offset_x = static_cast<uint16_t>(x);
+  parameter.roi_offset_y = static_cast<uint16_t>(y);
+  parameter.roi_width = static_cast<uint16_t>(w);
+  parameter.roi_height = static_cast<uint16_t>(h);
+  parameter.resolution_index = 0;
+  parameter.enable_roi = 1;
+  return true;
+}
+
+}  // namespace kxcam

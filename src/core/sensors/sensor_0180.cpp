@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "core/sensor_family.h"
+
+namespace kxcam {
+
+namespace {
+constexpr uint32_t kMids[] = {0x0180, 0x018B};
+}
+
+extern const SensorFamily sensor_0180{
+    .mids = kMids,
+    .roi_alignment = {.x_and_width = 32},
+    .isp_registers = false,
+};
+
+}  // namespace kxcam
