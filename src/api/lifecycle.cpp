@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "api/boundary.h"
+#include "core/camera_close.h"
+#include "core/camera_open.h"
+#include "core/open_flags.h"
+#include "core/resolution.h"
+#include "core/timing.h"
+#include "core/video.h"
+
+using namespace kxcam;
+
+namespace {
+constexpr int kWindDownMs = 100;
+}
+
+uint32_t CameraInit(int camera) {
+  return api::run([&] {
+    if (!init_camera(camera)) return false;
+    // The camera is open from here on, whatever becomes of the rest.
+    set_resolution(camera, 0, nullptr, nullptr, nullptr);
+    start_video(camera);
+    return true;
+  });
+}
+
+uint32_t CameraInitIO(int camera) {
+  return api::run([&] { return init_camera_ex(camera, nullptr, 0, kOpenWithoutAcquisition); });
+}
+
+uint32_t CameraFree(int camera) {
+  api::run([&] {
+    abort_query(camera);
+    sysdelay(kWindDownMs);
+    stop_video(camera);
+    return free_camera(camera);
+  });
+  return api::kSuccess;
+}
+
+uint32_t CameraReset(int camera) {
+  return api::run([&] { return reset_camera(camera); });
+}
