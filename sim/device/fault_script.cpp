@@ -46,8 +46,8 @@ class Words {
 
   [[noreturn]] void refuse(std::string_view expected) const {
     const auto found = done() ? std::string("the end of the line") : "'" + std::string(peek()) + "'";
-    throw BadFaultScript("fault script, line " + std::to_string(line_) + ": expected " + std::string(expected) +
-                         ", found " + found);
+    throw BadFaultScript("fault script, line " + std::to_string(line_) + ": expected " +
+                         std::string(expected) + ", found " + found);
   }
 
  private:
@@ -135,10 +135,8 @@ Action read_action(Words& words, const std::array<Named<Action>, N>& actions) {
 
 void read_request(Words& words, FaultPlan& plan) {
   using Action = RequestFault::Action;
-  static constexpr std::array kActions = {Named{"stall", Action::kStall},
-                                          Named{"timeout", Action::kTimeout},
-                                          Named{"garbage", Action::kGarbage},
-                                          Named{"short", Action::kShort},
+  static constexpr std::array kActions = {Named{"stall", Action::kStall}, Named{"timeout", Action::kTimeout},
+                                          Named{"garbage", Action::kGarbage}, Named{"short", Action::kShort},
                                           Named{"reply", Action::kReply}};
   RequestFault fault;
   fault.which = read_which(words);
@@ -155,19 +153,16 @@ void read_request(Words& words, FaultPlan& plan) {
 
 void read_bulk(Words& words, FaultPlan& plan) {
   using Action = BulkFault::Action;
-  static constexpr std::array kActions = {Named{"stall", Action::kStall},
-                                          Named{"overflow", Action::kOverflow},
-                                          Named{"error", Action::kError}};
+  static constexpr std::array kActions = {
+      Named{"stall", Action::kStall}, Named{"overflow", Action::kOverflow}, Named{"error", Action::kError}};
   const auto which = read_which(words);
   plan.bulk.push_back({.action = read_action(words, kActions), .which = which});
 }
 
 void read_frame(Words& words, FaultPlan& plan) {
   using Action = FrameFault::Action;
-  static constexpr std::array kActions = {Named{"missing", Action::kMissing},
-                                          Named{"short", Action::kShort},
-                                          Named{"long", Action::kLong},
-                                          Named{"split", Action::kSplit},
+  static constexpr std::array kActions = {Named{"missing", Action::kMissing}, Named{"short", Action::kShort},
+                                          Named{"long", Action::kLong}, Named{"split", Action::kSplit},
                                           Named{"unended", Action::kUnended}};
   FrameFault fault;
   fault.which = read_which(words);

@@ -155,7 +155,8 @@ void SimulatedCamera::execute(const ControlSetup& setup, Transfer& transfer,
     unanswered_.push_back(&transfer);
     return;
   }
-  if (fault && fault->action == RequestFault::Action::kStall) return transfer.finished(TransferStatus::kStalled);
+  if (fault && fault->action == RequestFault::Action::kStall)
+    return transfer.finished(TransferStatus::kStalled);
   auto answer = bridge_.execute(setup, transfer.data);
   if (answer.stalled && !fault) return transfer.finished(TransferStatus::kStalled);
   if (fault) answer.reply = distort(*fault, std::move(answer.reply), counters_.requests);
@@ -429,7 +430,9 @@ void SimulatedCamera::run() {
   }
 }
 
-bool SimulatedCamera::work(Lock& lock) { return plug_work(lock) || frame_work(lock); }
+bool SimulatedCamera::work(Lock& lock) {
+  return plug_work(lock) || frame_work(lock);
+}
 
 std::optional<SimulatedCamera::Clock::time_point> SimulatedCamera::next_work() const {
   std::optional<Clock::time_point> next = replug_at_;

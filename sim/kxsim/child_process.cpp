@@ -21,7 +21,8 @@ constexpr int kNotRunnable = 126;
 sigset_t watched_signals() {
   sigset_t set;
   sigemptyset(&set);
-  for (const int number : {SIGCHLD, SIGTERM, SIGHUP, SIGINT, SIGQUIT, SIGUSR1, SIGUSR2}) sigaddset(&set, number);
+  for (const int number : {SIGCHLD, SIGTERM, SIGHUP, SIGINT, SIGQUIT, SIGUSR1, SIGUSR2})
+    sigaddset(&set, number);
   return set;
 }
 

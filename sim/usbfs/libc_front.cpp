@@ -45,8 +45,8 @@ int open_attribute(std::string_view path) {
   path.remove_prefix(kAttributes.size());
   const auto slash = path.find('/');
   const auto device = VirtualBus::instance().find_device(path.substr(0, slash));
-  const auto content = device && slash != std::string_view::npos ? device->attribute(path.substr(slash + 1))
-                                                                 : std::nullopt;
+  const auto content =
+      device && slash != std::string_view::npos ? device->attribute(path.substr(slash + 1)) : std::nullopt;
   if (content) return memory_file(*content);
   errno = ENOENT;
   return -1;
@@ -86,7 +86,9 @@ int open(const char* path, int flags, ...) {
 }
 
 int __open_2(const char* path, int flags);
-int __open_2(const char* path, int flags) { return kxsim::open_file(path, flags, 0); }
+int __open_2(const char* path, int flags) {
+  return kxsim::open_file(path, flags, 0);
+}
 
 int close(int descriptor) {
   if (kxsim::DescriptorFlags::maybe_ours(descriptor)) {

@@ -22,7 +22,9 @@ VirtualBus::VirtualBus() {
   pthread_atfork(nullptr, nullptr, [] { instance().forget_everything(); });
 }
 
-void VirtualBus::on_first_use(std::function<void()> populate) { populate_ = std::move(populate); }
+void VirtualBus::on_first_use(std::function<void()> populate) {
+  populate_ = std::move(populate);
+}
 
 void VirtualBus::first_use() {
   std::call_once(first_use_, [this] {

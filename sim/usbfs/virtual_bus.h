@@ -79,13 +79,13 @@ class VirtualBus {
   std::once_flag first_use_;
   std::function<void()> populate_;
 
-  std::mutex mutex_;  // guards the rest
+  std::mutex mutex_;                                   // guards the rest
   std::map<int, std::shared_ptr<BusDevice>> devices_;  // by port
   struct Away {
     std::shared_ptr<SimulatedCamera> camera;
     int port;
   };
-  std::map<const SimulatedCamera*, Away> away_;  // unplugged by a fault
+  std::map<const SimulatedCamera*, Away> away_;       // unplugged by a fault
   std::map<int, std::shared_ptr<DeviceFile>> files_;  // by descriptor
   size_t nodes_opened_ = 0;
   int last_address_ = 0;

@@ -24,7 +24,8 @@ class Hotplug : public LibusbSession {
   static int read(const Handle& handle, unsigned timeout) {
     std::vector<unsigned char> data(640 * 480 + 1024);
     int transferred = 0;
-    return libusb_bulk_transfer(handle.get(), 0x81, data.data(), static_cast<int>(data.size()), &transferred, timeout);
+    return libusb_bulk_transfer(handle.get(), 0x81, data.data(), static_cast<int>(data.size()), &transferred,
+                                timeout);
   }
 };
 
