@@ -45,13 +45,13 @@ extern "C" {
 
 /** Causes of failure, the values of #last_error. */
 enum kxcam_error {
-  KXCAM_ERROR_NONE_YET = -1,      /**< nothing has failed since the library was loaded */
-  KXCAM_ERROR_INDEX = 1,          /**< camera index out of range */
-  KXCAM_ERROR_ARGUMENT = 2,       /**< argument out of range, wrong length, size mismatch, reserved GPIO line */
-  KXCAM_ERROR_NOT_OPEN = 3,       /**< no camera is open at the index */
-  KXCAM_ERROR_NO_DEVICE = 4,      /**< the device is not open, or was not found at open */
-  KXCAM_ERROR_EMPTY_BUS = 5,      /**< no configured device is on the bus */
-  KXCAM_ERROR_IN_USE = 6,         /**< the camera index is already in use */
+  KXCAM_ERROR_NONE_YET = -1, /**< nothing has failed since the library was loaded */
+  KXCAM_ERROR_INDEX = 1,     /**< camera index out of range */
+  KXCAM_ERROR_ARGUMENT = 2,  /**< argument out of range, wrong length, size mismatch, reserved GPIO line */
+  KXCAM_ERROR_NOT_OPEN = 3,  /**< no camera is open at the index */
+  KXCAM_ERROR_NO_DEVICE = 4, /**< the device is not open, or was not found at open */
+  KXCAM_ERROR_EMPTY_BUS = 5, /**< no configured device is on the bus */
+  KXCAM_ERROR_IN_USE = 6,    /**< the camera index is already in use */
   KXCAM_ERROR_NOT_SUPPORTED = 8,  /**< not supported by this model, sensor or firmware */
   KXCAM_ERROR_READ_REQUEST = 10,  /**< a read request to the camera failed */
   KXCAM_ERROR_WRITE_REQUEST = 11, /**< a write request to the camera failed */
@@ -61,12 +61,12 @@ enum kxcam_error {
 
 /** Bits of the output-format word of the query functions and CameraISP(). */
 enum kxcam_format {
-  KXCAM_FORMAT_RAW = 0x1,             /**< sensor samples; tested before grey and colour */
-  KXCAM_FORMAT_GREY = 0x2,            /**< one byte per pixel; tested before colour */
-  KXCAM_FORMAT_COLOR = 0x4,           /**< three bytes per pixel */
-  KXCAM_FORMAT_BGR = 0x100,           /**< with colour: B, G, R instead of R, G, B */
-  KXCAM_FORMAT_32BIT = 0x200,         /**< with colour: four bytes per pixel, the fourth is left untouched */
-  KXCAM_FORMAT_UNCORRECTED = 0x40000  /**< skip the corrections of the raw frame */
+  KXCAM_FORMAT_RAW = 0x1,            /**< sensor samples; tested before grey and colour */
+  KXCAM_FORMAT_GREY = 0x2,           /**< one byte per pixel; tested before colour */
+  KXCAM_FORMAT_COLOR = 0x4,          /**< three bytes per pixel */
+  KXCAM_FORMAT_BGR = 0x100,          /**< with colour: B, G, R instead of R, G, B */
+  KXCAM_FORMAT_32BIT = 0x200,        /**< with colour: four bytes per pixel, the fourth is left untouched */
+  KXCAM_FORMAT_UNCORRECTED = 0x40000 /**< skip the corrections of the raw frame */
 };
 
 /** Code of the last failure of any call in this process (#kxcam_error); -1 until then. */
