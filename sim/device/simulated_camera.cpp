@@ -103,6 +103,7 @@ void SimulatedCamera::power_up_locked() {
   if (powered_) return;
   powered_ = true;
   powered_since_ = Clock::now();
+  plug_events_.clear();
   replug_at_.reset();
   bridge_.restart();
   frame_number_ = 0;
@@ -111,6 +112,8 @@ void SimulatedCamera::power_up_locked() {
 
 void SimulatedCamera::power_down() {
   const std::lock_guard lock(mutex_);
+  plug_events_.clear();
+  replug_at_.reset();
   power_down_locked();
 }
 
@@ -448,7 +451,8 @@ std::optional<SimulatedCamera::Clock::time_point> SimulatedCamera::next_work() c
 bool SimulatedCamera::plug_work(Lock& lock) {
   const auto now = Clock::now();
   if (powered_) pull(faults_.take_timed(now - powered_since_));
-  if (replug_at_ && *replug_at_ <= now) {
+  // The listener hears of the departure before the camera can be back.
+  if (plug_events_.empty() && replug_at_ && *replug_at_ <= now) {
     power_up_locked();
     plug_events_.push_back({.plugged = true, .port = std::exchange(replug_port_, std::nullopt)});
   }

@@ -76,10 +76,10 @@ extern "C" {
 
 int open(const char* path, int flags, ...) {
   mode_t mode = 0;
-  if ((flags & (O_CREAT | O_TMPFILE)) != 0) {
+  if ((flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE) {
     va_list arguments;
     va_start(arguments, flags);
-    mode = va_arg(arguments, mode_t);
+    mode = va_arg(arguments, mode_t);  // NOLINT(clang-analyzer-valist.Uninitialized): it is started
     va_end(arguments);
   }
   return kxsim::open_file(path, flags, mode);

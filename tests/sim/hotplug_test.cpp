@@ -94,6 +94,19 @@ TEST_F(Hotplug, AFaultPullsTheCableAndPlugsItInElsewhere) {
   EXPECT_EQ(ask(fresh, kFirmwareVersion), 4);
 }
 
+TEST_F(Hotplug, ACameraTakenAwayDoesNotComeBackByItself) {
+  const auto camera = make_camera("0x304B");
+  camera->inject(parse_fault_script("unplug after 1 requests back after 60ms"));
+  const auto handle = open_one(camera);
+  ASSERT_TRUE(handle);
+  ask(handle, kGetGpio);
+  ASSERT_TRUE(eventually([&] { return bus_.cameras().empty(); }));
+  bus_.unplug(*camera);
+  std::this_thread::sleep_for(milliseconds(120));
+  EXPECT_THAT(bus_.cameras(), IsEmpty());
+  EXPECT_FALSE(camera->powered());
+}
+
 TEST_F(Hotplug, CallbacksComeForBoth) {
   start();
   struct Seen {
