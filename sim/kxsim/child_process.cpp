@@ -29,6 +29,7 @@ sigset_t watched_signals() {
 /// Zero or an errno code.
 int spawn(const std::vector<std::string>& command, const sigset_t& signal_mask, pid_t& child) {
   std::vector<char*> arguments;
+  arguments.reserve(command.size() + 1);
   for (const auto& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
   arguments.push_back(nullptr);
   posix_spawnattr_t attributes;

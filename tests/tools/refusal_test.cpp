@@ -49,6 +49,12 @@ TEST(Refusal, WrongUseIsTwo) {
   }
 }
 
+TEST(Refusal, PicturesAreNotWrittenToATerminal) {
+  const Result result = run_shell(kCamera, "script -qec '\"$KXCAM\" capture -o -' /dev/null");
+  EXPECT_EQ(result.status, 2) << result.output;
+  EXPECT_THAT(result.output, HasSubstr("terminal"));
+}
+
 TEST(Refusal, HelpAndVersionAreNoErrors) {
   const Result help = run_with_configuration("/nonexistent", {"--help"});
   EXPECT_EQ(help.status, 0);
