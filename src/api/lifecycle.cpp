@@ -2,6 +2,7 @@
 #include "api/boundary.h"
 #include "core/camera_close.h"
 #include "core/camera_open.h"
+#include "core/dead_pixel_store.h"
 #include "core/open_flags.h"
 #include "core/resolution.h"
 #include "core/timing.h"
@@ -17,6 +18,7 @@ uint32_t CameraInit(int camera) {
   return api::run([&] {
     if (!init_camera(camera)) return false;
     // The camera is open from here on, whatever becomes of the rest.
+    load_deadpixel(camera, nullptr);
     set_resolution(camera, 0, nullptr, nullptr, nullptr);
     start_video(camera);
     return true;
