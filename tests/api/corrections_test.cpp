@@ -71,7 +71,7 @@ TEST_F(Corrections, ReplaceThePixelsThatTheCameraListsAsDead) {
   EXPECT_EQ(std::ranges::count_if(raw, is_stuck), kStuck);
   auto expected = raw;
   for (const auto& pixel : stuck) {
-    const auto i = static_cast<size_t>(pixel.y * kWidth + pixel.x);
+    const size_t i = static_cast<size_t>(pixel.y) * kWidth + static_cast<size_t>(pixel.x);
     if (pixel.x >= 2) expected[i] = expected[i - 2];
   }
   EXPECT_LT(std::ranges::count_if(expected, is_stuck), 3);
@@ -115,7 +115,7 @@ TEST_F(Corrections, SwitchesActOnThePicture) {
 }
 
 TEST_F(Corrections, OnePushTakesAColourCastAway) {
-  for (const auto* model : {"3600", "3E60", "3500", "3920"}) {
+  for (const auto* model : {"3600", "3010", "3A30"}) {
     SCOPED_TRACE(model);
     const auto camera = plug(std::string(model) + ",fps=0");
     camera->set_scene(kxsim::make_uniform({0.30F, 0.60F, 0.45F}));

@@ -33,8 +33,9 @@ class DeadPixelStore : public CameraBus {
   }
 
   static std::vector<int> stored(const kxsim::SimulatedCamera& camera, int bytes) {
-    std::vector<int> block;
-    for (int i = 0; i < bytes; ++i) block.push_back(camera.eeprom(static_cast<uint16_t>(kBlock + i)));
+    std::vector<int> block(static_cast<size_t>(bytes));
+    uint16_t address = kBlock;
+    for (int& byte : block) byte = camera.eeprom(address++);
     return block;
   }
 

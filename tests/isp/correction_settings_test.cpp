@@ -20,7 +20,7 @@ class CorrectionSettings : public ContextTest {
  protected:
   /// A camera with tables of four columns and three rows, all entries 9.0.
   ContextRef open_with_tables() {
-    const ContextRef ctx = open(kBGGR);
+    ContextRef ctx = open(kBGGR);
     ctx->flat_field.store(std::make_shared<const FlatField>(SensorSize{4, 3}));
     EXPECT_TRUE(set_fpn_data(kCamera, kNines.data(), kNines.data(), kNines.data(), 4, 3));
     return ctx;

@@ -17,25 +17,25 @@ TEST(FramePlacement, FollowsTheRegionOfInterestThenTheReadoutMode) {
   struct Case {
     int width;
     int height;
-    bool roi;
     int mode;
-    Readout readout;
     int x0;
     int y0;
+    Readout readout;
+    bool roi;
   };
   // The region, where there is one, begins at (40, 30).
   constexpr Case kCases[] = {
-      {720, 540, false, 1, Readout::kFullSensor, 0, 0},
-      {720, 540, true, 1, Readout::kFullSensor, 0, 0},
-      {100, 50, true, 1, Readout::kWindow, 40, 30},
-      {358, 268, false, 1, Readout::kBinned, 2, 2},
-      {359, 269, false, 255, Readout::kBinned, 1, 1},
-      {358, 268, false, 0, Readout::kWindow, 181, 136},
-      {360, 268, false, 1, Readout::kWindow, 180, 136},  // exactly half is not smaller
-      {358, 270, false, 1, Readout::kWindow, 181, 135},
-      {719, 537, false, 1, Readout::kWindow, 0, 1},
-      {1440, 270, false, 1, Readout::kWindow, -360, 135},
-      {1, 2'000'000'000, false, 1, Readout::kWindow, 359, -999'999'730},
+      {720, 540, 1, 0, 0, Readout::kFullSensor, false},
+      {720, 540, 1, 0, 0, Readout::kFullSensor, true},
+      {100, 50, 1, 40, 30, Readout::kWindow, true},
+      {358, 268, 1, 2, 2, Readout::kBinned, false},
+      {359, 269, 255, 1, 1, Readout::kBinned, false},
+      {358, 268, 0, 181, 136, Readout::kWindow, false},
+      {360, 268, 1, 180, 136, Readout::kWindow, false},  // exactly half is not smaller
+      {358, 270, 1, 181, 135, Readout::kWindow, false},
+      {719, 537, 1, 0, 1, Readout::kWindow, false},
+      {1440, 270, 1, -360, 135, Readout::kWindow, false},
+      {1, 2'000'000'000, 1, 359, -999'999'730, Readout::kWindow, false},
   };
   for (const Case& c : kCases) {
     SCOPED_TRACE(testing::Message() << c.width << " x " << c.height << ", mode " << c.mode);

@@ -63,7 +63,8 @@ constexpr Gains kUnchanged = {2.5, 2.5, 2.5};
 
 /// A frame whose sites of each letter have one level.
 Mosaic plain(std::string_view cell, int width, int height, int r, int g, int b) {
-  Mosaic mosaic{cell, width, height, std::vector<uint8_t>(static_cast<size_t>(width * height))};
+  Mosaic mosaic{cell, width, height,
+                std::vector<uint8_t>(static_cast<size_t>(width) * static_cast<size_t>(height))};
   for (int i = 0; i < width * height; ++i) {
     const char letter = mosaic.letter(i % width, i / width);
     mosaic.samples[static_cast<size_t>(i)] = static_cast<uint8_t>(letter == 'R' ? r : letter == 'G' ? g : b);
@@ -92,7 +93,7 @@ TEST_F(WhiteBalance, OnePushMeasuresTheMiddleNinthOfAnySize) {
     for (int size = 0; size < 22 * 22; ++size) {
       const int width = 1 + size % 22;
       const int height = 1 + size / 22;
-      const Mosaic mosaic{order.cell, width, height, noise(static_cast<size_t>(width * height), size)};
+      const Mosaic mosaic{order.cell, width, height, noise(width * height, size)};
       double r = 0;
       double g = 0;
       double b = 0;
@@ -124,7 +125,7 @@ bool naive_nearly_grey(int r, int g, int b, int mean_level) {
 
 /// Noise about nearly grey levels, so that some cells count and some do not.
 Mosaic nearly_grey_noise(std::string_view cell, int width, int height) {
-  Mosaic mosaic{cell, width, height, noise(static_cast<size_t>(width * height), width * 100 + height)};
+  Mosaic mosaic{cell, width, height, noise(width * height, width * 100 + height)};
   for (int i = 0; i < width * height; ++i) {
     uint8_t& sample = mosaic.samples[static_cast<size_t>(i)];
     const int base = mosaic.letter(i % width, i / width) == 'G' ? 125 : 105;
