@@ -1,0 +1,282 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "device/bridge.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "device/sensor_trigger.h"
+#include "device/vendor_request.h"
+
+namespace kxsim {
+namespace {
+
+using Answer = Bridge::Answer;
+
+constexpr uint16_t kCpuControl = 0xE600;
+constexpr uint8_t kTriggerLine = 0x08;
+constexpr uint16_t kIspFrameCount = 5;
+constexpr uint16_t kLineHeight = 1;
+constexpr uint16_t kLineTrigger = 3;
+constexpr uint16_t kLineSnapCount = 4;
+constexpr size_t kLongestFlashTransfer = 4096;
+
+Answer stall() { return {.stalled = true}; }
+Answer acknowledge(Bridge::Effect effect = Bridge::Effect::kNone) { return {.reply = {1}, .effect = effect}; }
+
+std::vector<uint8_t> little_endian(std::initializer_list<int> words) {
+  std::vector<uint8_t> bytes;
+  for (const int word : words) {
+    bytes.insert(bytes.end(), {static_cast<uint8_t>(word), static_cast<uint8_t>(word >> 8)});
+  }
+  return bytes;
+}
+
+std::vector<uint8_t> big_endian(uint32_t word) {
+  return {static_cast<uint8_t>(word >> 24), static_cast<uint8_t>(word >> 16), static_cast<uint8_t>(word >> 8),
+          static_cast<uint8_t>(word)};
+}
+
+std::optional<uint16_t> find(const std::map<uint16_t, uint16_t>& registers, uint16_t address) {
+  const auto found = registers.find(address);
+  return found == registers.end() ? std::nullopt : std::optional(found->second);
+}
+
+}  // namespace
+
+Bridge::Bridge(const CameraOptions& options)
+    : options_(options), eeprom_(options.serial), geometry_(*options.model) {
+  if (!options.name.empty()) eeprom_.set_user_name(options.name);
+  if (!options.eeprom_file.empty()) eeprom_.back_with(options.eeprom_file);
+  eeprom_.write_protect(options.write_protect);
+  restart();
+}
+
+void Bridge::restart() {
+  geometry_ = ReadoutGeometry(*options_.model);
+  requested_region_.reset();
+  sensor_.clear();
+  if (const auto trigger = sensor_trigger(options_.model->MID)) sensor_[trigger->address] = trigger->power_up;
+  isp_.clear();
+  parameters_.clear();
+  line_settings_.clear();
+  gpio_ = 0;
+  readout_mode_ = 0;
+  high_speed_ = false;
+  bridge_triggered_ = false;
+  cpu_held_ = false;
+  streaming_ = !options_.model->newer_bridge();  // the older firmware streams from power-up on
+}
+
+Answer Bridge::execute(const ControlSetup& setup, std::span<const uint8_t> out_data) {
+  // While its CPU is held only the hardware of the bridge answers, and that knows one request.
+  if (cpu_held_ && setup.request != kFx2Memory) return stall();
+  return setup.device_to_host() ? read(setup) : write(setup, out_data);
+}
+
+Answer Bridge::read(const ControlSetup& setup) {
+  switch (setup.request) {
+    case kStartStream:
+      return switch_stream(true);
+    case kStopStream:
+      return switch_stream(false);
+    case kSetGpio:
+      return drive_gpio(setup.index, setup.value);
+    case kGetGpio:
+      return {.reply = {gpio_}};
+    case kSensorRead:
+      return register_reply(sensor_register(setup.index));
+    case kFeatures:
+      return options_.firmware > 0x8000 ? Answer{.reply = little_endian({options_.features})} : stall();
+    case kTrueProductId:
+      return {.reply = little_endian({static_cast<int>(options_.model->PID)})};
+    case kResolutionQuery:
+      return query_resolution(setup.index, setup.value);
+    case kResolutionSelect:
+      return select_resolution(setup);
+    case kRegionOfInterest:
+      return confirm_region();
+    case kEepromRead:
+      return read_eeprom(setup.index);
+    case kHighSpeed:
+      high_speed_ = setup.value != 0;
+      return acknowledge();
+    case kFirmwareVersion:
+      return {.reply = big_endian(options_.firmware)};
+    case kTriggerMode:
+      return set_trigger_mode(setup.value);
+    case kLineSettings:
+      return set_line(setup.index, setup.value);
+    case kIspRead:
+      return has_isp() ? register_reply(isp_register(setup.index)) : stall();
+    case kFlashRead:
+      return {.reply = flash_.read(setup.index, std::min<size_t>(setup.length, kLongestFlashTransfer))};
+    default:
+      return stall();
+  }
+}
+
+Answer Bridge::write(const ControlSetup& setup, std::span<const uint8_t> data) {
+  switch (setup.request) {
+    case kFx2Memory:
+      return write_fx2(setup.value, data);
+    case kFirmwareCommand:
+      return {};
+    case kSensorWrite:
+      return write_sensor(setup.index, setup.value);
+    case kParameterWrite:
+      parameters_[setup.index] = setup.value;
+      return {};
+    case kRegionOfInterest:
+      return request_region(setup, data);
+    case kEepromWrite:
+      return {.stalled = !eeprom_.write(setup.index, static_cast<uint8_t>(setup.value))};
+    case kIspWrite:
+      if (!has_isp()) return stall();
+      isp_[setup.index] = setup.value;
+      return {};
+    case kFlashWrite:
+      return write_flash(setup, data);
+    case kFlashPrepare:
+      return prepare_flash(setup);
+    default:
+      return stall();
+  }
+}
+
+Answer Bridge::switch_stream(bool on) {
+  if (!options_.model->newer_bridge()) return stall();
+  streaming_ = on;
+  return acknowledge(Effect::kStreamChanged);
+}
+
+Answer Bridge::drive_gpio(uint16_t pins, uint16_t levels) {
+  const auto mask = static_cast<uint8_t>(pins);
+  const auto level = static_cast<uint8_t>(levels);
+  // The trigger line gives a pulse and falls back by itself.
+  const bool pulse = (mask & level & kTriggerLine) != 0;
+  const auto latched = static_cast<uint8_t>(mask & ~kTriggerLine);
+  gpio_ = static_cast<uint8_t>((gpio_ & ~latched) | (level & latched));
+  return acknowledge(pulse ? Effect::kTriggerPulse : Effect::kNone);
+}
+
+Answer Bridge::register_reply(uint16_t value) const {
+  if (options_.byte_replies) return {.reply = {static_cast<uint8_t>(value)}};
+  return {.reply = {static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)}};
+}
+
+Answer Bridge::query_resolution(uint16_t what, uint16_t value) {
+  const auto full = options_.model->SENSOR_ARRAY;
+  switch (what) {
+    case 1:
+      return {.reply = {ReadoutGeometry::kPresets}};
+    case 2:
+      return {.reply = little_endian({full.width, full.height})};
+    case 3: {
+      const auto preset = geometry_.preset(value);
+      if (!preset) return stall();
+      return {.reply = little_endian({preset->width, preset->height, geometry_.bytes_per_pixel()})};
+    }
+    case 4:
+      readout_mode_ = static_cast<uint8_t>(value);
+      return acknowledge();
+    default:
+      return stall();
+  }
+}
+
+Answer Bridge::select_resolution(const ControlSetup& setup) {
+  if (setup.index != 3 || !geometry_.select_preset(setup.value)) return stall();
+  const auto& now = geometry_.current();
+  return {.reply = little_endian({now.width, now.height, geometry_.bytes_per_pixel()}),
+          .effect = Effect::kGeometryChanged};
+}
+
+Answer Bridge::request_region(const ControlSetup& setup, std::span<const uint8_t> data) {
+  if (data.size() != 4) return stall();
+  requested_region_ = Readout{.x = setup.value,
+                              .y = setup.index,
+                              .width = data[0] | data[1] << 8,
+                              .height = data[2] | data[3] << 8};
+  return {};
+}
+
+Answer Bridge::confirm_region() {
+  const auto region = std::exchange(requested_region_, std::nullopt);
+  if (!region || !geometry_.select_window(region->x, region->y, region->width, region->height)) {
+    return {.reply = {0}};
+  }
+  // Bytes per pixel on the wire: one on every model here, even where a preset reports two.
+  return {.reply = {1}, .effect = Effect::kGeometryChanged};
+}
+
+Answer Bridge::set_trigger_mode(uint16_t value) {
+  if (!options_.model->newer_bridge()) return stall();
+  bridge_triggered_ = value != 0;
+  return acknowledge(Effect::kStreamChanged);
+}
+
+Answer Bridge::set_line(uint16_t index, uint16_t value) {
+  if (index != kLineHeight && index != kLineTrigger && index != kLineSnapCount) return stall();
+  line_settings_[index] = value;
+  return acknowledge();
+}
+
+Answer Bridge::read_eeprom(uint16_t address) const {
+  const auto byte = eeprom_.read(address);
+  return byte ? Answer{.reply = {*byte}} : stall();
+}
+
+Answer Bridge::write_fx2(uint16_t address, std::span<const uint8_t> data) {
+  if (address == kCpuControl) {
+    if (data.size() != 1) return stall();
+    cpu_held_ = (data[0] & 1) != 0;
+    return {};
+  }
+  for (const auto byte : data) fx2_ram_[address++] = byte;
+  return {};
+}
+
+Answer Bridge::write_sensor(uint16_t address, uint16_t value) {
+  const bool triggered = waits_for_trigger();
+  sensor_[address] = value;
+  return {.effect = waits_for_trigger() == triggered ? Effect::kNone : Effect::kStreamChanged};
+}
+
+Answer Bridge::write_flash(const ControlSetup& setup, std::span<const uint8_t> data) {
+  if (setup.index == 0 && setup.value == 1) {
+    constexpr size_t kFirmwarePages = 0x400;
+    flash_.erase(0, kFirmwarePages);
+    firmware_erased_ = true;
+    return {};
+  }
+  if (setup.value != 0 || data.size() > kLongestFlashTransfer) return stall();
+  return {.stalled = !flash_.write(setup.index, data)};
+}
+
+Answer Bridge::prepare_flash(const ControlSetup& setup) {
+  // Erases the 64 KiB block that a table lives in: 4 = fixed pattern, 6 = lookup table.
+  constexpr size_t kBlockPages = 0x100;
+  if ((setup.index != 4 && setup.index != 6) || setup.value != 1) return stall();
+  flash_.erase(setup.index * kBlockPages, kBlockPages);
+  return {};
+}
+
+bool Bridge::has_isp() const { return options_.firmware >= 0x8300; }
+
+bool Bridge::waits_for_trigger() const {
+  const auto trigger = sensor_trigger(options_.model->MID);
+  if (!trigger) return bridge_triggered_;
+  return bridge_triggered_ || (sensor_register(trigger->address) & trigger->mask) == trigger->triggered;
+}
+
+uint16_t Bridge::snap_count() const {
+  const auto lines = line_setting(kLineSnapCount);
+  return std::max<uint16_t>(1, lines ? *lines : isp_register(kIspFrameCount));
+}
+
+uint16_t Bridge::sensor_register(uint16_t address) const { return find(sensor_, address).value_or(0); }
+uint16_t Bridge::isp_register(uint16_t address) const { return find(isp_, address).value_or(0); }
+std::optional<uint16_t> Bridge::parameter(uint16_t index) const { return find(parameters_, index); }
+std::optional<uint16_t> Bridge::line_setting(uint16_t index) const { return find(line_settings_, index); }
+
+}  // namespace kxsim

@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <span>
+#include <vector>
+
+#include "device/camera_options.h"
+#include "device/eeprom.h"
+#include "device/readout_geometry.h"
+#include "device/spi_flash.h"
+#include "device/transfer.h"
+
+namespace kxsim {
+
+/// The bridge's firmware: executes vendor requests on its own state, the sensor's registers, the image
+/// processor, the EEPROM and the flash. Knows no time and no frames. Not thread-safe.
+class Bridge {
+ public:
+  /// What a request means for the image stream.
+  enum class Effect { kNone, kStreamChanged, kGeometryChanged, kTriggerPulse };
+
+  struct Answer {
+    bool stalled = false;
+    std::vector<uint8_t> reply = {};  ///< of an IN request; the host may have asked for less
+    Effect effect = Effect::kNone;
+  };
+
+  explicit Bridge(const CameraOptions& options);
+
+  Answer execute(const ControlSetup& setup, std::span<const uint8_t> out_data);
+
+  /// A bus reset or a fresh supply: everything but the EEPROM and the flash is as after power-up.
+  void restart();
+
+  bool streaming() const { return streaming_; }
+  bool waits_for_trigger() const;
+  /// Frames per trigger pulse, at least 1.
+  uint16_t snap_count() const;
+  const ReadoutGeometry& geometry() const { return geometry_; }
+
+  uint16_t sensor_register(uint16_t address) const;
+  uint16_t isp_register(uint16_t address) const;
+  std::optional<uint16_t> parameter(uint16_t index) const;
+  std::optional<uint16_t> line_setting(uint16_t index) const;
+  uint8_t readout_mode() const { return readout_mode_; }
+  bool high_speed() const { return high_speed_; }
+  uint8_t gpio() const { return gpio_; }
+  void set_gpio_inputs(uint8_t levels) { gpio_ = levels; }
+  bool firmware_erased() const { return firmware_erased_; }
+  bool cpu_held() const { return cpu_held_; }
+  /// RAM bytes loaded through request 0xA0, by address.
+  const std::map<uint16_t, uint8_t>& fx2_ram() const { return fx2_ram_; }
+
+  Eeprom& eeprom() { return eeprom_; }
+  const Eeprom& eeprom() const { return eeprom_; }
+  SpiFlash& flash() { return flash_; }
+  const SpiFlash& flash() const { return flash_; }
+
+ private:
+  using Registers = std::map<uint16_t, uint16_t>;
+
+  Answer read(const ControlSetup& setup);
+  Answer write(const ControlSetup& setup, std::span<const uint8_t> data);
+
+  Answer switch_stream(bool on);
+  Answer drive_gpio(uint16_t pins, uint16_t levels);
+  Answer register_reply(uint16_t value) const;
+  Answer query_resolution(uint16_t what, uint16_t value);
+  Answer select_resolution(const ControlSetup& setup);
+  Answer confirm_region();
+  Answer set_trigger_mode(uint16_t value);
+  Answer set_line(uint16_t index, uint16_t value);
+  Answer read_eeprom(uint16_t address) const;
+
+  Answer write_fx2(uint16_t address, std::span<const uint8_t> data);
+  Answer write_sensor(uint16_t address, uint16_t value);
+  Answer request_region(const ControlSetup& setup, std::span<const uint8_t> data);
+  Answer write_flash(const ControlSetup& setup, std::span<const uint8_t> data);
+  Answer prepare_flash(const ControlSetup& setup);
+
+  bool has_isp() const;
+
+  CameraOptions options_;
+  Eeprom eeprom_;
+  SpiFlash flash_;
+  bool firmware_erased_ = false;
+  std::map<uint16_t, uint8_t> fx2_ram_;
+  bool cpu_held_ = false;
+
+  ReadoutGeometry geometry_;
+  std::optional<Readout> requested_region_;
+  Registers sensor_;
+  Registers isp_;
+  Registers parameters_;
+  Registers line_settings_;
+  uint8_t gpio_ = 0;
+  uint8_t readout_mode_ = 0;
+  bool high_speed_ = false;
+  bool streaming_ = false;
+  bool bridge_triggered_ = false;
+};
+
+}  // namespace kxsim

@@ -1,0 +1,141 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "device/bulk_pipe.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace kxsim {
+
+void BulkPipe::read(Transfer& transfer, std::optional<BulkFault::Action> fault) {
+  reads_.push_back({&transfer, fault});
+  pump();
+}
+
+bool BulkPipe::cancel(Transfer& transfer) {
+  const auto found = std::ranges::find(reads_, &transfer, &Read::transfer);
+  if (found == reads_.end()) return false;
+  reads_.erase(found);
+  transfer.finished(TransferStatus::kCancelled);
+  return true;
+}
+
+void BulkPipe::reset(TransferStatus status) {
+  drop_frame();
+  halted_ = false;
+  while (!reads_.empty()) finish_first(status);
+}
+
+void BulkPipe::clear_halt() {
+  halted_ = false;
+  pump();
+}
+
+void BulkPipe::send(WireFrame frame) {
+  frame_ = std::move(frame);
+  sent_ = 0;
+  segment_start_ = 0;
+  pump();
+}
+
+void BulkPipe::drop_frame() {
+  if (frame_) spare_ = std::move(frame_->bytes);
+  frame_.reset();
+  sent_ = 0;
+}
+
+void BulkPipe::cut_frame() {
+  if (sent_ == 0) return drop_frame();
+  frame_->bytes.resize(sent_);
+  frame_->ended = true;
+  pump();
+}
+
+void BulkPipe::pump() {
+  while (!reads_.empty() && serve_first()) {
+  }
+}
+
+bool BulkPipe::serve_first() {
+  const auto [transfer, fault] = reads_.front();
+  if (halted_) {
+    finish_first(TransferStatus::kStalled);
+    return true;
+  }
+  if (fault) {
+    fail_first(*fault);
+    return true;
+  }
+  return frame_ && move_bytes(*transfer);
+}
+
+void BulkPipe::fail_first(BulkFault::Action fault) {
+  switch (fault) {
+    case BulkFault::Action::kStall:
+      halted_ = true;
+      return finish_first(TransferStatus::kStalled);
+    case BulkFault::Action::kOverflow:
+      return finish_first(TransferStatus::kOverflow);
+    case BulkFault::Action::kError:
+      return finish_first(TransferStatus::kError);
+  }
+}
+
+size_t BulkPipe::segment_end() const {
+  const auto size = frame_->bytes.size();
+  return frame_->segment == 0 ? size : std::min(size, segment_start_ + frame_->segment);
+}
+
+void BulkPipe::copy(Transfer& transfer, size_t length) {
+  std::copy_n(frame_->bytes.begin() + static_cast<ptrdiff_t>(sent_), length,
+              transfer.data.begin() + static_cast<ptrdiff_t>(transfer.transferred));
+  transfer.transferred += length;
+  sent_ += length;
+}
+
+/// Serves the read as far as it goes; false when it waits for more.
+bool BulkPipe::move_bytes(Transfer& transfer) {
+  const size_t left = segment_end() - sent_;
+  const size_t room = transfer.data.size() - transfer.transferred;
+  copy(transfer, std::min(left, room));
+  if (left <= room) return end_segment(transfer);
+  if (room % packet_size_ != 0) {
+    // The packet that did not fit is lost as a whole.
+    sent_ = std::min(segment_end(), sent_ + packet_size_ - room % packet_size_);
+    finish_first(TransferStatus::kOverflow);
+  } else {
+    finish_first(TransferStatus::kCompleted);
+  }
+  return true;
+}
+
+bool BulkPipe::end_segment(Transfer& transfer) {
+  const bool last = sent_ == frame_->bytes.size();
+  const bool full = transfer.transferred == transfer.data.size();
+  if (last && !frame_->ended) {
+    frame_done();
+    if (full) finish_first(TransferStatus::kCompleted);
+    return full;
+  }
+  const bool zero_packet_owed = (sent_ - segment_start_) % packet_size_ == 0;
+  if (full && zero_packet_owed && !transfer.data.empty()) {
+    finish_first(TransferStatus::kCompleted);  // the zero-length packet answers the next read
+    return true;
+  }
+  segment_start_ = sent_;
+  if (last) frame_done();
+  finish_first(TransferStatus::kCompleted);
+  return true;
+}
+
+void BulkPipe::finish_first(TransferStatus status) {
+  auto* const transfer = reads_.front().transfer;
+  reads_.pop_front();
+  transfer->finished(status);
+}
+
+void BulkPipe::frame_done() {
+  ++frames_sent_;
+  drop_frame();
+}
+
+}  // namespace kxsim

@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "device/camera_options.h"
+
+#include <algorithm>
+#include <charconv>
+#include <cmath>
+#include <functional>
+#include <map>
+#include <optional>
+#include <set>
+
+#include "device/eeprom.h"
+
+namespace kxsim {
+namespace {
+
+constexpr std::string_view kNamePrefix = "Model ";
+
+[[noreturn]] void refuse(std::string_view key, std::string_view value, std::string_view expected) {
+  throw BadCameraOptions("option '" + std::string(key) + "=" + std::string(value) + "': expected " +
+                         std::string(expected));
+}
+
+template <class Number>
+std::optional<Number> read_integer(std::string_view text, int base = 10) {
+  if (text.starts_with("0x") || text.starts_with("0X")) {
+    text.remove_prefix(2);
+    base = 16;
+  }
+  Number number{};
+  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), number, base);
+  if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;
+  return number;
+}
+
+template <class Number>
+Number integer(std::string_view key, std::string_view value) {
+  const auto number = read_integer<Number>(value);
+  if (!number) refuse(key, value, "a whole number in range, decimal or 0x-hexadecimal");
+  return *number;
+}
+
+double real(std::string_view key, std::string_view value, double maximum) {
+  double number = 0;
+  const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
+  const bool read = error == std::errc() && end == value.data() + value.size();
+  if (!read || !std::isfinite(number) || number < 0 || number > maximum) {
+    refuse(key, value, "a number from 0 to " + std::to_string(static_cast<long>(maximum)));
+  }
+  return number;
+}
+
+/// A key without a value switches on.
+bool flag(std::string_view key, std::string_view value) {
+  if (value.empty() || value == "1") return true;
+  if (value != "0") refuse(key, value, "0 or 1");
+  return false;
+}
+
+std::string text_up_to(size_t length, std::string_view key, std::string_view value) {
+  if (value.empty() || value.size() > length) {
+    refuse(key, value, "1 to " + std::to_string(length) + " characters");
+  }
+  return std::string(value);
+}
+
+UsbSpeed speed(std::string_view key, std::string_view value) {
+  if (value == "high") return UsbSpeed::kHigh;
+  if (value != "super") refuse(key, value, "high or super");
+  return UsbSpeed::kSuper;
+}
+
+using Setter = std::function<void(CameraOptions&, std::string_view key, std::string_view value)>;
+
+const std::map<std::string_view, Setter>& setters() {
+  using O = CameraOptions;
+  using S = std::string_view;
+  static const std::map<std::string_view, Setter> table = {
+      {"serial", [](O& o, S k, S v) { o.serial = text_up_to(Eeprom::kSerialNumberLength, k, v); }},
+      {"name", [](O& o, S k, S v) { o.name = text_up_to(Eeprom::kUserNameMaximum, k, v); }},
+      {"fw", [](O& o, S k, S v) { o.firmware = integer<uint32_t>(k, v); }},
+      {"features", [](O& o, S k, S v) { o.features = integer<uint16_t>(k, v); }},
+      {"generic", [](O& o, S k, S v) { o.generic_id = flag(k, v); }},
+      {"bytes", [](O& o, S k, S v) { o.byte_replies = flag(k, v); }},
+      {"wp", [](O& o, S k, S v) { o.write_protect = flag(k, v); }},
+      {"fps", [](O& o, S k, S v) { o.frame_rate = real(k, v, 100000); }},
+      {"speed", [](O& o, S k, S v) { o.speed = speed(k, v); }},
+      {"eeprom", [](O& o, S k, S v) { o.eeprom_file = text_up_to(4096, k, v); }},
+      {"noise", [](O& o, S k, S v) { o.noise = flag(k, v); }},
+      {"fpn", [](O& o, S k, S v) { o.fixed_pattern = real(k, v, 1); }},
+      {"dead", [](O& o, S k, S v) { o.dead_pixels = integer<uint16_t>(k, v); }},
+      {"seed", [](O& o, S k, S v) { o.seed = integer<uint64_t>(k, v); }},
+  };
+  return table;
+}
+
+std::string all_keys() {
+  std::string keys;
+  for (const auto& [key, setter] : setters()) keys += (keys.empty() ? "" : ", ") + std::string(key);
+  return keys;
+}
+
+std::string all_names() {
+  std::set<std::string> names;
+  for (const auto& row : kxcam::model_table) names.insert(std::string(row.MODEL).substr(kNamePrefix.size()));
+  std::string list;
+  for (const auto& name : names) list += (list.empty() ? "" : ", ") + name;
+  return list;
+}
+
+std::string_view next_item(std::string_view& rest) {
+  const auto comma = rest.find(',');
+  const auto item = rest.substr(0, comma);
+  rest = comma == std::string_view::npos ? std::string_view() : rest.substr(comma + 1);
+  return item;
+}
+
+const kxcam::CameraModel* model_by_name(std::string_view name) {
+  if (name.starts_with(kNamePrefix)) name.remove_prefix(kNamePrefix.size());
+  const kxcam::CameraModel* found = nullptr;
+  for (const auto& row : kxcam::model_table) {
+    if (std::string_view(row.MODEL).substr(kNamePrefix.size()) != name) continue;
+    if (row.newer_bridge()) return &row;
+    if (found == nullptr) found = &row;
+  }
+  return found;
+}
+
+}  // namespace
+
+CameraOptions::CameraOptions(const kxcam::CameraModel& chosen)
+    : model(&chosen),
+      firmware(default_firmware(chosen)),
+      speed(chosen.newer_bridge() ? UsbSpeed::kSuper : UsbSpeed::kHigh) {}
+
+const kxcam::CameraModel* CameraOptions::default_model() {
+  return &kxcam::model_table[kxcam::find_model(0x3500)];
+}
+
+uint32_t CameraOptions::default_firmware(const kxcam::CameraModel& model) {
+  return model.newer_bridge() ? 0x8310 : 0x4700;
+}
+
+const kxcam::CameraModel& find_model_by_text(std::string_view text) {
+  if (const auto id = read_integer<uint16_t>(text, 16)) {
+    const int row = kxcam::find_model(*id);
+    if (row != kxcam::kUnknownModel) return kxcam::model_table[row];
+  }
+  if (const auto* row = model_by_name(text)) return *row;
+  throw BadCameraOptions("unknown model '" + std::string(text) +
+                         "': expected a product id such as 0x3500 or one of " + all_names());
+}
+
+CameraOptions parse_camera_options(std::string_view text) {
+  CameraOptions options(find_model_by_text(next_item(text)));
+  while (!text.empty()) {
+    const auto item = next_item(text);
+    const auto equals = item.find('=');
+    const auto key = item.substr(0, equals);
+    const auto value = equals == std::string_view::npos ? std::string_view() : item.substr(equals + 1);
+    const auto setter = setters().find(key);
+    if (setter == setters().end()) {
+      throw BadCameraOptions("unknown camera option '" + std::string(key) + "': expected one of " + all_keys());
+    }
+    setter->second(options, key, value);
+  }
+  return options;
+}
+
+}  // namespace kxsim

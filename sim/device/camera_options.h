@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+
+#include "core/model_table.h"
+
+namespace kxsim {
+
+enum class UsbSpeed { kHigh, kSuper };
+
+/// How one simulated camera is made. The defaults are a factory-fresh camera.
+struct CameraOptions {
+  const kxcam::CameraModel* model = default_model();
+  std::string serial;                                    ///< up to 12 characters; empty = the next KXSIM number
+  std::string name;                                      ///< user-given name; empty = none
+  uint32_t firmware = default_firmware(*default_model());
+  uint16_t features = 0;
+  bool generic_id = false;     ///< enumerates as 0x3FF0; the true id must be asked for
+  bool byte_replies = false;   ///< register reads answer one byte instead of two
+  bool write_protect = false;  ///< the EEPROM refuses writes
+  double frame_rate = 10.0;    ///< frames a second; 0 = as fast as the host reads
+  UsbSpeed speed = UsbSpeed::kSuper;
+  std::filesystem::path eeprom_file;  ///< keeps the EEPROM between runs; empty = none
+  bool noise = true;
+  double fixed_pattern = 0.0;  ///< standard deviation of the row and column gains
+  int dead_pixels = 0;
+  uint64_t seed = 1;
+
+  CameraOptions() = default;
+  /// The defaults of that model.
+  explicit CameraOptions(const kxcam::CameraModel& chosen);
+
+  static const kxcam::CameraModel* default_model();
+  static uint32_t default_firmware(const kxcam::CameraModel& model);
+};
+
+/// A text that describes no camera; what() says why and what would be right.
+class BadCameraOptions : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// Reads "MODEL[,key=value]...", where MODEL is a product id in hexadecimal or a model's name, with or
+/// without the word "Model". Keys: serial, name, fw, features, generic, bytes, wp, fps, speed, eeprom,
+/// noise, fpn, dead, seed. Throws BadCameraOptions.
+CameraOptions parse_camera_options(std::string_view text);
+
+/// The row with that product id or name; of several rows with one name the first of the newer bridge
+/// family. Throws BadCameraOptions.
+const kxcam::CameraModel& find_model_by_text(std::string_view text);
+
+}  // namespace kxsim

@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "device/readout_geometry.h"
+
+#include <algorithm>
+
+namespace kxsim {
+
+ReadoutGeometry::ReadoutGeometry(const kxcam::CameraModel& model)
+    : sensor_(model.SENSOR_ARRAY),
+      bytes_per_pixel_(model.COLOR_MODE == kxcam::kMono12 ? 2 : 1),
+      current_{.width = sensor_.width, .height = sensor_.height} {}
+
+std::optional<Readout> ReadoutGeometry::preset(int number) const {
+  // Even positions and sizes keep the Bayer phase.
+  const auto even = [](int n) { return n & ~1; };
+  switch (number) {
+    case 0:
+      return Readout{.width = sensor_.width, .height = sensor_.height};
+    case 1:
+      return Readout{.width = even(sensor_.width / 2), .height = even(sensor_.height / 2), .step = 2};
+    case 2: {
+      const int width = std::min(640, sensor_.width);
+      const int height = std::min(480, sensor_.height);
+      return Readout{.x = even((sensor_.width - width) / 2),
+                     .y = even((sensor_.height - height) / 2),
+                     .width = width,
+                     .height = height};
+    }
+    default:
+      return std::nullopt;
+  }
+}
+
+bool ReadoutGeometry::select_preset(int number) {
+  const auto chosen = preset(number);
+  if (chosen) current_ = *chosen;
+  return chosen.has_value();
+}
+
+bool ReadoutGeometry::select_window(int x, int y, int width, int height) {
+  const bool inside = x >= 0 && y >= 0 && width > 0 && height > 0 && x + width <= sensor_.width &&
+                      y + height <= sensor_.height;
+  if (inside) current_ = {.x = x, .y = y, .width = width, .height = height};
+  return inside;
+}
+
+}  // namespace kxsim

@@ -1,0 +1,501 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "device/simulated_camera.h"
+
+#include <algorithm>
+#include <atomic>
+#include <random>
+#include <utility>
+
+#include "device/descriptors.h"
+
+namespace kxsim {
+namespace {
+
+/// Old entries go, so that a program may run for days.
+constexpr size_t kLongestLog = 100000;
+/// What a missing frame costs at least, so that a camera without a frame rate does not spin.
+constexpr std::chrono::milliseconds kMissingFramePause{1};
+
+std::string next_serial_number() {
+  static std::atomic<unsigned> made{0};
+  std::string digits = std::to_string(++made);
+  return "KXSIM" + std::string(7 - std::min<size_t>(7, digits.size()), '0') + digits;
+}
+
+CameraOptions complete(CameraOptions options) {
+  if (options.serial.empty()) options.serial = next_serial_number();
+  return options;
+}
+
+void reply(Transfer& transfer, std::span<const uint8_t> bytes) {
+  transfer.transferred = std::min(bytes.size(), transfer.data.size());
+  std::copy_n(bytes.begin(), transfer.transferred, transfer.data.begin());
+}
+
+std::vector<uint8_t> noise(size_t length, uint64_t seed) {
+  std::minstd_rand random(static_cast<unsigned>(seed));
+  std::vector<uint8_t> bytes(length);
+  std::ranges::generate(bytes, [&] { return static_cast<uint8_t>(random() >> 8); });
+  return bytes;
+}
+
+std::vector<uint8_t> distort(const RequestFault& fault, std::vector<uint8_t> bytes, uint64_t seed) {
+  switch (fault.action) {
+    case RequestFault::Action::kShort:
+      bytes.resize(std::min(bytes.size(), fault.length));
+      return bytes;
+    case RequestFault::Action::kGarbage:
+      return noise(bytes.size(), seed);
+    case RequestFault::Action::kReply:
+      return fault.reply;
+    default:
+      return bytes;
+  }
+}
+
+void shape(WireFrame& frame, const FrameFault& fault) {
+  const size_t size = frame.bytes.size();
+  switch (fault.action) {
+    case FrameFault::Action::kShort:
+      return frame.bytes.resize(size - std::min(size, fault.bytes));
+    case FrameFault::Action::kLong:
+      return frame.bytes.resize(size + fault.bytes);
+    case FrameFault::Action::kSplit:
+      frame.segment = fault.bytes;
+      return;
+    case FrameFault::Action::kUnended:
+      frame.bytes.resize(size - std::min(size, fault.bytes));
+      frame.ended = false;
+      return;
+    case FrameFault::Action::kMissing:
+      return;
+  }
+}
+
+}  // namespace
+
+SimulatedCamera::SimulatedCamera(CameraOptions options)
+    : options_(complete(std::move(options))),
+      maker_(options_),
+      bridge_(options_),
+      pipe_(bulk_packet_size(options_.speed)),
+      clock_(options_.frame_rate),
+      thread_([this] { run(); }) {}
+
+SimulatedCamera::~SimulatedCamera() {
+  {
+    const std::lock_guard lock(mutex_);
+    stopping_ = true;
+    replug_at_.reset();
+    power_down_locked();
+  }
+  wake_.notify_all();
+  thread_.join();
+}
+
+void SimulatedCamera::power_up() {
+  const std::lock_guard lock(mutex_);
+  power_up_locked();
+  wake_.notify_all();
+}
+
+void SimulatedCamera::power_up_locked() {
+  if (powered_) return;
+  powered_ = true;
+  powered_since_ = Clock::now();
+  replug_at_.reset();
+  bridge_.restart();
+  frame_number_ = 0;
+  restart_clock();
+}
+
+void SimulatedCamera::power_down() {
+  const std::lock_guard lock(mutex_);
+  power_down_locked();
+}
+
+void SimulatedCamera::power_down_locked() {
+  powered_ = false;
+  clock_.stop();
+  ++epoch_;
+  finish_waiting(TransferStatus::kDisconnected);
+}
+
+bool SimulatedCamera::powered() const {
+  const std::lock_guard lock(mutex_);
+  return powered_;
+}
+
+void SimulatedCamera::finish_waiting(TransferStatus status) {
+  pipe_.reset(status);
+  for (auto* transfer : std::exchange(unanswered_, {})) transfer->finished(status);
+}
+
+bool SimulatedCamera::submit_control(const ControlSetup& setup, Transfer& transfer) {
+  const std::lock_guard lock(mutex_);
+  if (!powered_) return false;
+  if (setup.vendor()) {
+    vendor_request(setup, transfer);
+  } else {
+    standard_request(setup, transfer);
+  }
+  return true;
+}
+
+void SimulatedCamera::vendor_request(const ControlSetup& setup, Transfer& transfer) {
+  ++counters_.requests;
+  log(setup, transfer.data);
+  execute(setup, transfer, faults_.next_request(setup.request));
+  pull(faults_.request_done());
+}
+
+void SimulatedCamera::execute(const ControlSetup& setup, Transfer& transfer,
+                              const std::optional<RequestFault>& fault) {
+  if (fault && fault->action == RequestFault::Action::kTimeout) {
+    unanswered_.push_back(&transfer);
+    return;
+  }
+  if (fault && fault->action == RequestFault::Action::kStall) return transfer.finished(TransferStatus::kStalled);
+  auto answer = bridge_.execute(setup, transfer.data);
+  if (answer.stalled && !fault) return transfer.finished(TransferStatus::kStalled);
+  if (fault) answer.reply = distort(*fault, std::move(answer.reply), counters_.requests);
+  if (setup.device_to_host()) {
+    reply(transfer, answer.reply);
+  } else {
+    const bool cut = fault && fault->action == RequestFault::Action::kShort;
+    transfer.transferred = cut ? std::min(fault->length, transfer.data.size()) : transfer.data.size();
+  }
+  apply(answer.effect);
+  transfer.finished(TransferStatus::kCompleted);
+}
+
+void SimulatedCamera::log(const ControlSetup& setup, std::span<const uint8_t> data) {
+  if (log_.size() == kLongestLog) log_.pop_front();
+  log_.push_back({.in = setup.device_to_host(),
+                  .code = setup.request,
+                  .value = setup.value,
+                  .index = setup.index,
+                  .length = setup.length,
+                  .data = {}});
+  if (!setup.device_to_host()) log_.back().data.assign(data.begin(), data.end());
+}
+
+void SimulatedCamera::standard_request(const ControlSetup& setup, Transfer& transfer) {
+  enum StandardRequest : uint8_t {
+    kGetStatus = 0,
+    kClearFeature = 1,
+    kSetFeature = 3,
+    kGetDescriptor = 6,
+    kGetConfiguration = 8,
+    kSetConfiguration = 9,
+    kGetInterface = 10,
+    kSetInterface = 11,
+  };
+  std::optional<std::vector<uint8_t>> answer;
+  switch (setup.request) {
+    case kGetStatus:
+      answer = {0, 0};
+      break;
+    case kClearFeature:
+      pipe_.clear_halt();
+      answer.emplace();
+      break;
+    case kSetFeature:
+    case kSetConfiguration:
+    case kSetInterface:
+      answer.emplace();
+      break;
+    case kGetDescriptor:
+      answer = descriptor(setup.value);
+      break;
+    case kGetConfiguration:
+      answer = {1};
+      break;
+    case kGetInterface:
+      answer = {0};
+      break;
+    default:
+      break;
+  }
+  if (!answer) return transfer.finished(TransferStatus::kStalled);
+  reply(transfer, *answer);
+  transfer.finished(TransferStatus::kCompleted);
+}
+
+std::optional<std::vector<uint8_t>> SimulatedCamera::descriptor(uint16_t value) const {
+  const auto number = static_cast<uint8_t>(value);
+  switch (value >> 8) {
+    case 1:
+      return device_descriptor(options_);
+    case 2:
+      return number == 0 ? std::optional(configuration_descriptor(options_)) : std::nullopt;
+    case 3: {
+      auto text = string_descriptor(options_, number);
+      return text.empty() ? std::nullopt : std::optional(std::move(text));
+    }
+    default:
+      return std::nullopt;
+  }
+}
+
+void SimulatedCamera::apply(Bridge::Effect effect) {
+  switch (effect) {
+    case Bridge::Effect::kNone:
+      return;
+    case Bridge::Effect::kStreamChanged:
+      ++epoch_;
+      if (!bridge_.streaming() || pipe_.holds_untouched_frame()) pipe_.drop_frame();
+      restart_clock();
+      return;
+    case Bridge::Effect::kGeometryChanged:
+      ++epoch_;
+      pipe_.cut_frame();
+      wake_.notify_all();
+      return;
+    case Bridge::Effect::kTriggerPulse:
+      clock_.pulse(Clock::now(), bridge_.snap_count());
+      wake_.notify_all();
+      return;
+  }
+}
+
+void SimulatedCamera::restart_clock() {
+  if (!powered_ || !bridge_.streaming()) {
+    clock_.stop();
+  } else if (bridge_.waits_for_trigger()) {
+    clock_.wait_for_triggers();
+  } else {
+    clock_.run_free(Clock::now());
+  }
+  wake_.notify_all();
+}
+
+bool SimulatedCamera::submit_bulk(Transfer& transfer) {
+  const std::lock_guard lock(mutex_);
+  if (!powered_) return false;
+  ++counters_.bulk_reads;
+  // The bridge holds one frame; a newer one has overwritten it meanwhile.
+  if (pipe_.holds_untouched_frame() && clock_.newer_frame(Clock::now())) {
+    pipe_.drop_frame();
+    ++stale_frames_;
+  }
+  pipe_.read(transfer, faults_.next_bulk());
+  count_sent_frames();
+  if (pipe_.wants_frame()) wake_.notify_all();
+  return true;
+}
+
+void SimulatedCamera::count_sent_frames() {
+  for (; counted_frames_ < pipe_.frames_sent(); ++counted_frames_) pull(faults_.frame_sent());
+}
+
+bool SimulatedCamera::cancel(Transfer& transfer) {
+  const std::lock_guard lock(mutex_);
+  if (std::erase(unanswered_, &transfer) == 0) return pipe_.cancel(transfer);
+  transfer.finished(TransferStatus::kCancelled);
+  return true;
+}
+
+bool SimulatedCamera::clear_halt() {
+  const std::lock_guard lock(mutex_);
+  if (powered_) pipe_.clear_halt();
+  count_sent_frames();
+  return powered_;
+}
+
+bool SimulatedCamera::bus_reset() {
+  const std::lock_guard lock(mutex_);
+  if (!powered_) return false;
+  ++counters_.resets;
+  ++epoch_;
+  finish_waiting(TransferStatus::kError);
+  bridge_.restart();
+  restart_clock();
+  return true;
+}
+
+void SimulatedCamera::on_plug_event(std::function<void(SimulatedCamera&, const PlugEvent&)> listener) {
+  const std::lock_guard lock(mutex_);
+  listener_ = std::move(listener);
+}
+
+void SimulatedCamera::trigger() {
+  const std::lock_guard lock(mutex_);
+  apply(Bridge::Effect::kTriggerPulse);
+}
+
+void SimulatedCamera::set_gpio_inputs(uint8_t levels) {
+  modify([&](Bridge& bridge) { bridge.set_gpio_inputs(levels); });
+}
+
+void SimulatedCamera::inject(const FaultPlan& plan) {
+  const std::lock_guard lock(mutex_);
+  faults_.add(plan);
+  if (plan.eeprom_writes) bridge_.eeprom().die_after(*plan.eeprom_writes);
+  open_denied_ |= plan.open_denied;
+  claim_busy_ |= plan.claim_busy;
+  wake_.notify_all();
+}
+
+void SimulatedCamera::clear_faults() {
+  const std::lock_guard lock(mutex_);
+  faults_.clear();
+  bridge_.eeprom().revive();
+  open_denied_ = false;
+  claim_busy_ = false;
+  wake_.notify_all();
+}
+
+bool SimulatedCamera::open_denied() const {
+  const std::lock_guard lock(mutex_);
+  return open_denied_;
+}
+
+bool SimulatedCamera::claim_busy() const {
+  const std::lock_guard lock(mutex_);
+  return claim_busy_;
+}
+
+CameraCounters SimulatedCamera::counters() const {
+  const std::lock_guard lock(mutex_);
+  auto counters = counters_;
+  counters.frames_sent = pipe_.frames_sent();
+  counters.frames_dropped = stale_frames_ + clock_.missed(Clock::now());
+  return counters;
+}
+
+std::vector<LoggedRequest> SimulatedCamera::requests() const {
+  const std::lock_guard lock(mutex_);
+  return {log_.begin(), log_.end()};
+}
+
+std::vector<LoggedRequest> SimulatedCamera::requests(uint8_t code) const {
+  auto all = requests();
+  std::erase_if(all, [code](const LoggedRequest& request) { return request.code != code; });
+  return all;
+}
+
+void SimulatedCamera::clear_requests() {
+  const std::lock_guard lock(mutex_);
+  log_.clear();
+}
+
+bool SimulatedCamera::streaming() const {
+  return inspect([](const Bridge& bridge) { return bridge.streaming(); });
+}
+Readout SimulatedCamera::readout() const {
+  return inspect([](const Bridge& bridge) { return bridge.geometry().current(); });
+}
+size_t SimulatedCamera::frame_bytes() const {
+  return inspect([](const Bridge& bridge) { return bridge.geometry().frame_bytes(); });
+}
+bool SimulatedCamera::waits_for_trigger() const {
+  return inspect([](const Bridge& bridge) { return bridge.waits_for_trigger(); });
+}
+uint16_t SimulatedCamera::sensor_register(uint16_t address) const {
+  return inspect([&](const Bridge& bridge) { return bridge.sensor_register(address); });
+}
+uint16_t SimulatedCamera::isp_register(uint16_t address) const {
+  return inspect([&](const Bridge& bridge) { return bridge.isp_register(address); });
+}
+uint8_t SimulatedCamera::eeprom(uint16_t address) const {
+  return inspect([&](const Bridge& bridge) { return bridge.eeprom().bytes().at(address); });
+}
+void SimulatedCamera::set_eeprom(uint16_t address, uint8_t byte) {
+  modify([&](Bridge& bridge) { bridge.eeprom().program(address, byte); });
+}
+uint8_t SimulatedCamera::gpio() const {
+  return inspect([](const Bridge& bridge) { return bridge.gpio(); });
+}
+
+void SimulatedCamera::pull(const std::optional<UnplugFault>& fault) {
+  if (!fault || !powered_) return;
+  power_down_locked();
+  plug_events_.push_back({.plugged = false, .port = {}});
+  if (fault->back_after) replug_at_ = Clock::now() + *fault->back_after;
+  replug_port_ = fault->port;
+  wake_.notify_all();
+}
+
+void SimulatedCamera::run() {
+  Lock lock(mutex_);
+  while (!stopping_) {
+    if (work(lock)) continue;
+    if (const auto time = next_work()) {
+      wake_.wait_until(lock, *time);
+    } else {
+      wake_.wait(lock);
+    }
+  }
+}
+
+bool SimulatedCamera::work(Lock& lock) { return plug_work(lock) || frame_work(lock); }
+
+std::optional<SimulatedCamera::Clock::time_point> SimulatedCamera::next_work() const {
+  std::optional<Clock::time_point> next = replug_at_;
+  const auto consider = [&](std::optional<Clock::time_point> time) {
+    if (time && (!next || *time < *next)) next = time;
+  };
+  if (!powered_) return next;
+  if (const auto timed = faults_.next_timed()) consider(powered_since_ + *timed);
+  if (const auto due = frame_due()) consider(due);
+  return next;
+}
+
+bool SimulatedCamera::plug_work(Lock& lock) {
+  const auto now = Clock::now();
+  if (powered_) pull(faults_.take_timed(now - powered_since_));
+  if (replug_at_ && *replug_at_ <= now) {
+    power_up_locked();
+    plug_events_.push_back({.plugged = true, .port = std::exchange(replug_port_, std::nullopt)});
+  }
+  if (plug_events_.empty()) return false;
+  const auto event = plug_events_.front();
+  plug_events_.pop_front();
+  const auto listener = listener_;
+  lock.unlock();
+  if (listener) listener(*this, event);
+  lock.lock();
+  return true;
+}
+
+std::optional<SimulatedCamera::Clock::time_point> SimulatedCamera::frame_due() const {
+  if (!pipe_.wants_frame() || faults_.stream_ended()) return std::nullopt;
+  const auto due = clock_.next_due();
+  return due ? std::optional(std::max(*due, pause_until_)) : std::nullopt;
+}
+
+bool SimulatedCamera::frame_work(Lock& lock) {
+  const auto now = Clock::now();
+  const auto due = frame_due();
+  if (!due || *due > now) return false;
+  clock_.take(now);
+  const auto fault = faults_.next_frame();
+  const FrameRequest request{.number = frame_number_++, .readout = bridge_.geometry().current()};
+  if (fault && fault->action == FrameFault::Action::kMissing) {
+    pause_until_ = now + kMissingFramePause;
+    return true;
+  }
+  const auto epoch = epoch_;
+  auto frame = make_frame(lock, request, fault);
+  if (epoch != epoch_) return true;
+  pipe_.send(std::move(frame));
+  count_sent_frames();
+  return true;
+}
+
+/// Makes the frame without the lock: requests go on meanwhile.
+WireFrame SimulatedCamera::make_frame(Lock& lock, const FrameRequest& request,
+                                      const std::optional<FrameFault>& fault) {
+  ++counters_.frames_made;
+  WireFrame frame{.bytes = pipe_.take_spare()};
+  const auto size = bridge_.geometry().frame_bytes();
+  lock.unlock();
+  frame.bytes.resize(size);
+  maker_.make(request, frame.bytes);
+  if (fault) shape(frame, *fault);
+  lock.lock();
+  return frame;
+}
+
+}  // namespace kxsim

@@ -1,0 +1,70 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "kxsim/run_command.h"
+
+#include <cstdlib>
+#include <fstream>
+#include <iterator>
+#include <optional>
+#include <stdexcept>
+
+#include "device/camera_options.h"
+#include "device/fault_script.h"
+#include "kxsim/child_process.h"
+#include "kxsim/conf_file.h"
+#include "kxsim/preload_module.h"
+#include "scene/scene.h"
+
+namespace kxsim {
+namespace {
+
+std::string check_cameras(const std::vector<std::string>& cameras) {
+  if (cameras.empty()) return "0x3500";
+  std::string lines;
+  for (const auto& camera : cameras) {
+    parse_camera_options(camera);
+    if (camera.find('\n') != std::string::npos) throw std::runtime_error("a camera's description is one line");
+    lines += camera + "\n";
+  }
+  return lines;
+}
+
+std::string check_scene(const std::string& scene) {
+  if (scene.empty() || scene == "chart" || scene == "grey") return scene;
+  load_scene(scene);
+  return std::filesystem::absolute(scene).string();
+}
+
+std::string check_faults(const std::string& faults) {
+  std::string script = faults;
+  if (faults.starts_with('@')) {
+    std::ifstream file(faults.substr(1));
+    script.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    if (!file) throw std::runtime_error("cannot read the fault script " + faults.substr(1));
+  }
+  parse_fault_script(script);
+  return script;
+}
+
+void set_variable(const char* name, const std::string& value) { setenv(name, value.c_str(), 1); }
+
+void preload(const std::filesystem::path& module) {
+  const char* const others = std::getenv("LD_PRELOAD");
+  const bool any = others != nullptr && *others != '\0';
+  set_variable("LD_PRELOAD", any ? module.string() + ":" + others : module.string());
+}
+
+}  // namespace
+
+int run_command(const RunOptions& options) {
+  set_variable("KXSIM_CAMERAS", check_cameras(options.cameras));
+  set_variable("KXSIM_SCENE", check_scene(options.scene));
+  set_variable("KXSIM_FAULTS", check_faults(options.faults));
+  const auto module = find_preload_module();
+  std::optional<TemporaryConfFile> temporary;
+  if (options.conf.empty()) temporary.emplace();
+  set_variable("KXUSB_CONF", (temporary ? temporary->path() : options.conf).string());
+  preload(module);
+  return run_child(options.command);
+}
+
+}  // namespace kxsim

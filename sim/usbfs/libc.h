@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <sys/stat.h>
+#include <sys/statfs.h>
+
+/// The C library's own functions behind those that this front end puts in front of them. A sanitizer's
+/// interceptors stay in the chain.
+namespace kxsim::libc {
+
+int open(const char* path, int flags, mode_t mode);
+int close(int descriptor);
+int ioctl(int descriptor, unsigned long request, void* argument);
+int statfs(const char* path, struct statfs* result);
+
+}  // namespace kxsim::libc

@@ -1,0 +1,248 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "isp/demosaic.h"
+
+#include <algorithm>
+#include <cstddef>
+
+#include "isp/output_runs.h"
+#include "isp/pixel_layout.h"
+
+namespace kxcam {
+namespace {
+
+/// Column and row parity of the red site in the 2 x 2 cell; blue stands diagonally opposite.
+struct BayerPhase {
+  int red_x;
+  int red_y;
+
+  bool red_row(int y) const { return (y & 1) == red_y; }
+  /// Column parity of the green sites of a row.
+  int green_x(int y) const { return red_row(y) ? 1 - red_x : red_x; }
+};
+
+constexpr BayerPhase kPhaseBGGR = {1, 1};
+constexpr BayerPhase kPhaseGBRG = {0, 1};
+constexpr BayerPhase kPhaseGRBG = {1, 0};
+constexpr BayerPhase kPhaseRGGB = {0, 0};
+
+/// The colours of a pixel as its row sees them. That makes all phases and both kinds of row alike.
+struct RowColors {
+  int own;  // the red or blue that shares the row with green
+  int green;
+  int other;  // the one that shares the neighbouring rows with green
+};
+
+/// The three rows around an interior row.
+struct RowWindow {
+  RowWindow(const ImageView& raw, int y)
+      : above(raw.row(y - 1).data()), centre(raw.row(y).data()), below(raw.row(y + 1).data()) {}
+
+  RowColors at_green(int x) const {
+    return {(centre[x - 1] + centre[x + 1]) >> 1, centre[x], (above[x] + below[x]) >> 1};
+  }
+
+  RowColors at_own(int x) const {
+    const int cross = centre[x - 1] + centre[x + 1] + above[x] + below[x];
+    const int diagonal = above[x - 1] + above[x + 1] + below[x - 1] + below[x + 1];
+    return {centre[x], cross >> 2, diagonal >> 2};
+  }
+
+  const uint8_t* above;
+  const uint8_t* centre;
+  const uint8_t* below;
+};
+
+/// The other column (or row) of the 2 x 2 cell; where the frame ends before it, the one on the other
+/// side, which holds the same colours, and the pixel's own in a frame of one column.
+int cell_partner(int i, int size) {
+  if ((i ^ 1) < size) return i ^ 1;
+  return std::max(i - 1, 0);
+}
+
+/// Border pixels take what they lack from their own cell, without averaging.
+RowColors border_colors(const ImageView& raw, int x, int y, bool green) {
+  const int across = cell_partner(x, raw.width());
+  const int down = cell_partner(y, raw.height());
+  if (green) return {raw.at(across, y), raw.at(x, y), raw.at(x, down)};
+  return {raw.at(x, y), raw.at(across, y), raw.at(across, down)};
+}
+
+/// Tone curves alone.
+class ToneWriter {
+ public:
+  ToneWriter(const ToneCurves& curves, PixelLayout layout)
+      : red_(curves.final_curve_r.data()),
+        green_(curves.final_curve_g.data()),
+        blue_(curves.final_curve_b.data()),
+        layout_(layout) {}
+
+  int bytes_per_pixel() const { return layout_.bytes; }
+
+  void operator()(uint8_t* pixel, int r, int g, int b) const {
+    pixel[layout_.red_at] = red_[r];
+    pixel[1] = green_[g];
+    pixel[layout_.blue_at] = blue_[b];
+  }
+
+ private:
+  const uint8_t* red_;
+  const uint8_t* green_;
+  const uint8_t* blue_;
+  PixelLayout layout_;
+};
+
+/// One output channel of a matrix: a sum of three products, read from tables.
+class MatrixRow {
+ public:
+  MatrixRow(const MatrixTable& table, size_t row) : products_(&table[3 * row]) {}
+
+  uint8_t operator()(int r, int g, int b) const {
+    const int64_t sum = int64_t{products_[0][r]} + products_[1][g] + products_[2][b];
+    return static_cast<uint8_t>(std::clamp<int64_t>(sum, 0, 255));
+  }
+
+ private:
+  const std::array<int32_t, 256>* products_;
+};
+
+/// Tone curves, then the colour matrix.
+class MatrixWriter {
+ public:
+  MatrixWriter(const ToneCurves& curves, const MatrixTable& table, PixelLayout layout)
+      : curves_(&curves), red_(table, 0), green_(table, 1), blue_(table, 2), layout_(layout) {}
+
+  int bytes_per_pixel() const { return layout_.bytes; }
+
+  void operator()(uint8_t* pixel, int raw_r, int raw_g, int raw_b) const {
+    const int r = curves_->final_curve_r[raw_r];
+    const int g = curves_->final_curve_g[raw_g];
+    const int b = curves_->final_curve_b[raw_b];
+    pixel[layout_.red_at] = red_(r, g, b);
+    pixel[1] = green_(r, g, b);
+    pixel[layout_.blue_at] = blue_(r, g, b);
+  }
+
+ private:
+  const ToneCurves* curves_;
+  MatrixRow red_;
+  MatrixRow green_;
+  MatrixRow blue_;
+  PixelLayout layout_;
+};
+
+/// Tone curves, then the green row of the luma matrix.
+class GreyWriter {
+ public:
+  GreyWriter(const ToneCurves& curves, const MatrixTable& table) : curves_(&curves), luma_(table, 1) {}
+
+  static int bytes_per_pixel() { return 1; }
+
+  void operator()(uint8_t* pixel, int r, int g, int b) const {
+    *pixel = luma_(curves_->final_curve_r[r], curves_->final_curve_g[g], curves_->final_curve_b[b]);
+  }
+
+ private:
+  const ToneCurves* curves_;
+  MatrixRow luma_;
+};
+
+/// The part of row `y` that `run` covers. The writer is taken by value: the compiler need not expect
+/// the output to overlay it.
+template <bool kRedRow, class Writer>
+void demosaic_run(const ImageView& raw, int y, int green_x, const OutputRun run, const Writer write,
+                  uint8_t* out) {
+  const auto put = [=](int x, const RowColors& colors) {
+    uint8_t* pixel = out + ptrdiff_t{run.output_of(x)} * write.bytes_per_pixel();
+    if constexpr (kRedRow) {
+      write(pixel, colors.own, colors.green, colors.other);
+    } else {
+      write(pixel, colors.other, colors.green, colors.own);
+    }
+  };
+  const auto is_green = [=](int x) { return (x & 1) == green_x; };
+  const auto put_border = [&](int first, int last) {
+    for (int x = first; x < last; ++x) put(x, border_colors(raw, x, y, is_green(x)));
+  };
+
+  if (y == 0 || y == raw.height() - 1) {
+    put_border(run.first, run.last);
+    return;
+  }
+  const int inner_first = std::clamp(1, run.first, run.last);
+  const int inner_last = std::clamp(raw.width() - 1, inner_first, run.last);
+  const RowWindow rows(raw, y);
+  put_border(run.first, inner_first);
+  for (int x = inner_first; x < inner_last; ++x) put(x, is_green(x) ? rows.at_green(x) : rows.at_own(x));
+  put_border(inner_last, run.last);
+}
+
+int64_t sum_green(std::span<const uint8_t> row, int green_x) {
+  int64_t sum = 0;
+  for (size_t x = green_x; x < row.size(); x += 2) sum += row[x];
+  return sum;
+}
+
+template <class Writer>
+int32_t demosaic(BayerPhase phase, const IndexMap& map, const ImageView& raw, const Writer& write,
+                 uint8_t* out) {
+  int64_t green_sum = 0;
+  for (int y = 0; y < raw.height(); ++y) {
+    const int green_x = phase.green_x(y);
+    const auto demosaic_row = phase.red_row(y) ? demosaic_run<true, Writer> : demosaic_run<false, Writer>;
+    for_each_run(map, raw.width(), y,
+                 [&](const OutputRun& run) { demosaic_row(raw, y, green_x, run, write, out); });
+    green_sum += sum_green(raw.row(y), green_x);
+  }
+  return static_cast<int32_t>(green_sum * 2 / raw.height() / raw.width());
+}
+
+int32_t to_color(BayerPhase phase, const FrameSettings& settings, const ImageView& raw, uint8_t* out,
+                 int format) {
+  const PixelLayout layout(format);
+  if (settings.apply_matrix) {
+    const MatrixWriter write(*settings.curves, settings.matrix->color_matrix_table, layout);
+    return demosaic(phase, settings.index_map, raw, write, out);
+  }
+  return demosaic(phase, settings.index_map, raw, ToneWriter(*settings.curves, layout), out);
+}
+
+int32_t to_grey(BayerPhase phase, const FrameSettings& settings, const ImageView& raw, uint8_t* out) {
+  const GreyWriter write(*settings.curves, settings.matrix->grey_matrix_table);
+  return demosaic(phase, settings.index_map, raw, write, out);
+}
+
+}  // namespace
+
+int32_t BGGRtoRGB888(const FrameSettings& settings, const ImageView& raw, uint8_t* out, int format) {
+  return to_color(kPhaseBGGR, settings, raw, out, format);
+}
+
+int32_t GBRGtoRGB888(const FrameSettings& settings, const ImageView& raw, uint8_t* out, int format) {
+  return to_color(kPhaseGBRG, settings, raw, out, format);
+}
+
+int32_t GRBGtoRGB888(const FrameSettings& settings, const ImageView& raw, uint8_t* out, int format) {
+  return to_color(kPhaseGRBG, settings, raw, out, format);
+}
+
+int32_t RGGBtoRGB888(const FrameSettings& settings, const ImageView& raw, uint8_t* out, int format) {
+  return to_color(kPhaseRGGB, settings, raw, out, format);
+}
+
+int32_t BGGRtoGray8(const FrameSettings& settings, const ImageView& raw, uint8_t* out, int /*format*/) {
+  return to_grey(kPhaseBGGR, settings, raw, out);
+}
+
+int32_t GBRGtoGray8(const FrameSettings& settings, const ImageView& raw, uint8_t* out, int /*format*/) {
+  return to_grey(kPhaseGBRG, settings, raw, out);
+}
+
+int32_t GRBGtoGray8(const FrameSettings& settings, const ImageView& raw, uint8_t* out, int /*format*/) {
+  return to_grey(kPhaseGRBG, settings, raw, out);
+}
+
+int32_t RGGBtoGray8(const FrameSettings& settings, const ImageView& raw, uint8_t* out, int /*format*/) {
+  return to_grey(kPhaseRGGB, settings, raw, out);
+}
+
+}  // namespace kxcam

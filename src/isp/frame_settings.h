@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+
+#include "core/camera_context.h"
+#include "core/index_map.h"
+#include "isp/color_matrix.h"
+#include "isp/tone_curves.h"
+
+namespace kxcam {
+
+/// Everything one frame is processed with. Taken once at the start of the frame and kept to its end,
+/// so that a setter in another thread acts on whole frames only.
+struct FrameSettings {
+  std::shared_ptr<const ToneCurves> curves;
+  std::shared_ptr<const ColorMatrix> matrix;
+  std::shared_ptr<const UserLut> user_lut;
+  bool apply_matrix = false;  ///< false: the colour matrix is an identity and is skipped
+  IndexMap index_map;         ///< empty while the camera has no frame size
+};
+
+FrameSettings frame_settings(const CameraContext& ctx);
+
+/// Whether the map turns the picture by 90 degrees.
+bool is_rotated(const IndexMap& map);
+
+}  // namespace kxcam

@@ -1,0 +1,102 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "isp/isp.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <memory>
+#include <new>
+#include <span>
+#include <utility>
+
+#include "core/contexts.h"
+#include "core/last_error.h"
+#include "isp/demosaic.h"
+#include "isp/frame_settings.h"
+#include "isp/image_view.h"
+#include "isp/mono.h"
+#include "kxcam/kxcam.h"
+
+namespace kxcam {
+namespace {
+
+using Converter = int32_t (*)(const FrameSettings&, const ImageView&, uint8_t*, int);
+
+struct Converters {
+  Converter to_grey = nullptr;
+  Converter to_color = nullptr;
+};
+
+Converters converters_of(uint32_t color_mode) {
+  switch (color_mode) {
+    case kRGGB:
+      return {RGGBtoGray8, RGGBtoRGB888};
+    case kBGGR:
+      return {BGGRtoGray8, BGGRtoRGB888};
+    case kGRBG:
+      return {GRBGtoGray8, GRBGtoRGB888};
+    case kGBRG:
+      return {GBRGtoGray8, GBRGtoRGB888};
+    case kMono8:
+    case kMono12:
+      return {RAW8toGray8, RAW8toRGB888};
+    default:
+      return {};
+  }
+}
+
+Converter converter_of(uint32_t color_mode, int format) {
+  const Converters converters = converters_of(color_mode);
+  if ((format & KXCAM_FORMAT_GREY) != 0) return converters.to_grey;
+  if ((format & KXCAM_FORMAT_COLOR) != 0) return converters.to_color;
+  return nullptr;
+}
+
+bool has_pixels(const IndexMap& map, int width, int height) {
+  return width >= 1 && height >= 1 && int64_t{width} * height == map.count();
+}
+
+/// A frame of 8-bit samples from one of 12-bit samples; null when memory runs out.
+std::unique_ptr<uint8_t[]> reduce_to_8_bits(const uint8_t* in, size_t samples, const UserLut& lut) try {
+  auto frame = std::make_unique_for_overwrite<uint8_t[]>(samples);
+  for (size_t i = 0; i < samples; ++i) frame[i] = lut[(in[2 * i] | in[2 * i + 1] << 8) & 0x0FFF];
+  return frame;
+} catch (const std::bad_alloc&) {
+  return nullptr;
+}
+
+}  // namespace
+
+bool isp(int camera, uint8_t* in, uint8_t* out, int width, int height, int format) {
+  const ContextRef ctx = find_camera(camera);
+  return ctx && isp(*ctx, in, out, width, height, format);
+}
+
+bool isp(CameraContext& ctx, uint8_t* in, uint8_t* out, int width, int height, int format) {
+  const ReadLock lock(ctx.context_lock);
+  const FrameSettings settings = frame_settings(ctx);
+  if (!has_pixels(settings.index_map, width, height)) return fail(KXCAM_ERROR_ARGUMENT);
+
+  const uint32_t color_mode = ctx.model().COLOR_MODE;
+  std::span<uint8_t> frame(in, settings.index_map.count());
+  std::unique_ptr<uint8_t[]> reduced;
+  if (color_mode == kMono12) {
+    reduced = reduce_to_8_bits(in, frame.size(), *settings.user_lut);
+    if (!reduced) return false;
+    frame = {reduced.get(), frame.size()};
+  }
+
+  // Counted here and nowhere else for a processed frame: exposure and white balance are paced by it.
+  ctx.frames_delivered.add(1);
+  if (is_rotated(settings.index_map)) std::swap(width, height);
+
+  if ((format & KXCAM_FORMAT_RAW) != 0) {
+    std::ranges::copy(frame, out);
+    return true;
+  }
+  if (const Converter convert = converter_of(color_mode, format)) {
+    ctx.mean_level = convert(settings, ImageView(frame, width, height), out, format);
+  }
+  return true;
+}
+
+}  // namespace kxcam

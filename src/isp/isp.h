@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+
+#include "core/camera_context.h"
+
+namespace kxcam {
+
+/// Makes a raw, grey or colour picture of a raw frame, in the calling thread.
+///
+/// `in`: width x height raw samples, one byte each, on a 12-bit model two bytes in little-endian
+/// order; it may be corrected in place. `out`: width x height pixels of `format` (kxcam_format; raw
+/// comes before grey and grey before colour; with none of them nothing is written). `width` and
+/// `height` are those of the picture as it is delivered, and their product that of the index map: a
+/// frame of another shape is taken as rows of `width` pixels.
+///
+/// False with code 1 or 3; 2 when the product differs; without a code when memory runs out.
+/// Thread-safe; frames of one camera may be processed side by side.
+bool isp(int camera, uint8_t* in, uint8_t* out, int width, int height, int format);
+
+/// The same for a caller that holds the context.
+bool isp(CameraContext& ctx, uint8_t* in, uint8_t* out, int width, int height, int format);
+
+}  // namespace kxcam

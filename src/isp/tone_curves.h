@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <array>
+#include <cstdint>
+
+namespace kxcam {
+
+using Curve = std::array<uint8_t, 256>;
+
+/// The curve i -> i.
+Curve identity_curve();
+
+/// The tone curves of a camera: what the settings built, and what they compose to.
+struct ToneCurves {
+  Curve gamma_curve = identity_curve();     ///< outer curve of the composition
+  Curve contrast_curve = identity_curve();  ///< inner curve: contrast and black level
+  Curve wb_curve_r = identity_curve();
+  Curve wb_curve_g = identity_curve();
+  Curve wb_curve_b = identity_curve();
+  Curve final_curve_r = identity_curve();  ///< applied to colour data
+  Curve final_curve_g = identity_curve();
+  Curve final_curve_b = identity_curve();
+  Curve mono_curve = identity_curve();  ///< applied to monochrome data
+};
+
+/// Power curve out = in ^ (1 / gamma) with fixed ends and a straight toe over the first ten entries,
+/// which limits the gain in deep shadows.
+Curve build_gamma_curve(double gamma);
+
+/// Stretches the range above `black_level` to full scale and pivots contrast around its middle. A black level
+/// of 255 leaves no range and acts as 0.
+Curve build_contrast_curve(double contrast, int black_level);
+
+/// Composition: white balance first, then `inner`, then `outer`. Returns 256.
+int init_curve_table(Curve& out_r, Curve& out_g, Curve& out_b, const Curve& in_r, const Curve& in_g,
+                     const Curve& in_b, Curve& out_mono, const Curve& outer, const Curve& inner);
+
+/// init_curve_table() on the curves' own members.
+void compose(ToneCurves& curves);
+
+}  // namespace kxcam

@@ -1,0 +1,95 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "core/frame_ring.h"
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+#include "core/timing.h"
+
+namespace kxcam {
+namespace {
+
+constexpr FrameGeometry kFrame{8, 4, 1};
+constexpr FrameGeometry kTurnedFrame{4, 8, 1};
+
+class FrameRingTest : public ::testing::Test {
+ protected:
+  int fill(FrameGeometry geometry = kFrame) {
+    const int i = ring_.wait_for_free_buffer(running_).value();
+    ring_.mark_ready(i, geometry);
+    return i;
+  }
+  std::optional<int> take(int64_t limit_ms = 0) { return ring_.take(kFrame, limit_ms, running_); }
+
+  std::atomic<bool> running_ = true;
+  FrameRing ring_{32};
+};
+
+TEST_F(FrameRingTest, HandsFramesOutInOrderAndOnce) {
+  for (int i = 0; i < kHostBufferCount; ++i) EXPECT_EQ(fill(), i);
+  for (int i = 0; i < kHostBufferCount; ++i) EXPECT_EQ(take(), i);
+  // All are taken and none handed back: the ring must not go round to a frame that is in use.
+  EXPECT_EQ(take(), std::nullopt);
+  ring_.release(0);
+  EXPECT_EQ(fill(), 0);
+  EXPECT_EQ(take(), 0);
+}
+
+TEST_F(FrameRingTest, BuffersHoldTwoBytesAPixelAndTheSlackOfATransfer) {
+  EXPECT_EQ(ring_.buffer(4).size(), 2U * 32 + 1024);
+}
+
+TEST_F(FrameRingTest, WriterWaitsForABufferUntilOneIsReleasedOrItIsStopped) {
+  for (int i = 0; i < kHostBufferCount; ++i) fill();
+  std::thread consumer([&] {
+    const int i = take().value();
+    sysdelay(20);
+    ring_.release(i);
+  });
+  const uint64_t start = GetTickCount();
+  EXPECT_EQ(ring_.wait_for_free_buffer(running_), 0);
+  EXPECT_GE(GetTickCount() - start, 19U);
+  consumer.join();
+  fill();
+  std::thread stopper([&] { running_ = false; });
+  EXPECT_EQ(ring_.wait_for_free_buffer(running_), std::nullopt);
+  stopper.join();
+}
+
+TEST_F(FrameRingTest, TakeWaitsAtLeastItsLimitAndEndsWhenStopped) {
+  const uint64_t start = GetTickCount();
+  EXPECT_EQ(take(50), std::nullopt);
+  EXPECT_GE(GetTickCount() - start, 50U);
+  running_ = false;
+  EXPECT_EQ(take(60'000), std::nullopt);
+}
+
+TEST_F(FrameRingTest, FramesOfAnotherGeometryAreDroppedEvenOfTheSameLength) {
+  fill(kTurnedFrame);
+  fill(kTurnedFrame);
+  fill(kFrame);
+  EXPECT_EQ(take(), 2);
+  EXPECT_EQ(fill(), 3);
+}
+
+TEST_F(FrameRingTest, FlushDropsAtMostOneRingAndNoFrameThatIsInUse) {
+  for (int i = 0; i < kHostBufferCount; ++i) fill();
+  uint64_t start = GetTickCount();
+  ring_.flush();
+  EXPECT_LT(GetTickCount() - start, 100U);
+  EXPECT_EQ(take(), std::nullopt);
+
+  fill();
+  fill();
+  const int in_use = take().value();
+  start = GetTickCount();
+  ring_.flush();
+  const uint64_t waited = GetTickCount() - start;
+  EXPECT_GE(waited, 200U);
+  EXPECT_LT(waited, 400U);
+  for (int i = 0; i < kHostBufferCount - 2; ++i) EXPECT_NE(fill(), in_use);
+}
+
+}  // namespace
+}  // namespace kxcam

@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+
+#include <gtest/gtest.h>
+
+#include "core/contexts.h"
+#include "core/last_error.h"
+#include "core/model_table.h"
+
+namespace kxcam::test {
+
+/// A slot outside the ordinary first ones, so that an index that is ignored shows.
+inline constexpr int kCamera = 7;
+
+/// A context of the first model of a colour mode, in its slot; its frame has no size yet.
+class ContextTest : public testing::Test {
+ protected:
+  ContextRef open(uint32_t color_mode) {
+    int row = 0;
+    while (model_table.at(static_cast<size_t>(row)).COLOR_MODE != color_mode) ++row;
+    auto ctx = std::make_shared<CameraContext>(row);
+    EXPECT_TRUE(occupy_slot(kCamera, ctx));
+    return ctx;
+  }
+
+  void TearDown() override { vacate_slot(kCamera); }
+};
+
+inline void set_map(CameraContext& ctx, const IndexMap& map) {
+  ctx.index_map.store(std::make_shared<const IndexMap>(map));
+}
+
+/// Code of the failure of `call`; 0 when it succeeds.
+template <class Call>
+int code_of(Call call) {
+  set_last_error(KXCAM_ERROR_NONE_YET);
+  return call() ? 0 : get_last_error();
+}
+
+}  // namespace kxcam::test

@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "isp/isp.h"
+
+#include <algorithm>
+#include <atomic>
+#include <thread>
+
+#include "context_fixture.h"
+#include "core/isp_flags.h"
+#include "frame_fixture.h"
+#include "isp/demosaic.h"
+#include "isp/interpolation.h"
+#include "isp/mono.h"
+#include "isp/tone_settings.h"
+
+namespace kxcam::test {
+namespace {
+
+using Isp = ContextTest;
+using Converter = int32_t (*)(const FrameSettings&, const ImageView&, uint8_t*, int);
+
+constexpr int kUncorrectedColor = KXCAM_FORMAT_COLOR | KXCAM_FORMAT_UNCORRECTED;
+constexpr int kUncorrectedGrey = KXCAM_FORMAT_GREY | KXCAM_FORMAT_UNCORRECTED;
+constexpr int kUncorrectedRaw = KXCAM_FORMAT_RAW | KXCAM_FORMAT_UNCORRECTED;
+
+struct Mode {
+  uint32_t color_mode;
+  Converter to_color;
+  Converter to_grey;
+};
+
+TEST_F(Isp, ConvertsByTheColourModeOfTheModel) {
+  constexpr Mode kModes[] = {
+      {kRGGB, RGGBtoRGB888, RGGBtoGray8},  {kBGGR, BGGRtoRGB888, BGGRtoGray8},
+      {kGRBG, GRBGtoRGB888, GRBGtoGray8},  {kGBRG, GBRGtoRGB888, GBRGtoGray8},
+      {kMono8, RAW8toRGB888, RAW8toGray8},
+  };
+  constexpr int kWidth = 14;
+  constexpr int kHeight = 9;
+  for (const Mode& mode : kModes) {
+    SCOPED_TRACE(mode.color_mode);
+    const ContextRef ctx = open(mode.color_mode);
+    set_map(*ctx, IndexMap(kWidth, kHeight, true, false, false));
+    ASSERT_TRUE(set_gamma(kCamera, 1.6));
+    ASSERT_TRUE(set_saturation(kCamera, 0.4));
+    auto frame = noise(kWidth * kHeight, mode.color_mode);
+    const ImageView raw(frame, kWidth, kHeight);
+
+    std::vector<uint8_t> expected(frame.size() * 3);
+    const int32_t mean = mode.to_color(frame_settings(*ctx), raw, expected.data(), KXCAM_FORMAT_COLOR);
+    GuardedOutput color(expected.size());
+    ASSERT_TRUE(isp(kCamera, frame.data(), color.data(), kWidth, kHeight, kUncorrectedColor));
+    EXPECT_EQ(color.picture(), expected);
+    EXPECT_TRUE(color.guards_intact());
+    EXPECT_EQ(ctx->mean_level, mean);
+
+    expected.resize(frame.size());
+    ctx->mean_level = -1;
+    mode.to_grey(frame_settings(*ctx), raw, expected.data(), 0);
+    GuardedOutput grey(expected.size());
+    // Grey comes before colour.
+    ASSERT_TRUE(isp(*ctx, frame.data(), grey.data(), kWidth, kHeight, kUncorrectedGrey | KXCAM_FORMAT_COLOR));
+    EXPECT_EQ(grey.picture(), expected);
+    EXPECT_TRUE(grey.guards_intact());
+    EXPECT_EQ(ctx->mean_level, mean);
+    EXPECT_EQ(ctx->frames_delivered, 2U);
+    vacate_slot(kCamera);
+  }
+}
+
+TEST_F(Isp, CopiesRawFramesAndWritesNothingWithoutAFormat) {
+  const ContextRef ctx = open(kGRBG);
+  set_map(*ctx, IndexMap(6, 4, true, true, true));
+  auto frame = noise(24, 1);
+  const auto original = frame;
+  GuardedOutput raw(24);
+  ASSERT_TRUE(
+      isp(kCamera, frame.data(), raw.data(), 4, 6, kUncorrectedRaw | KXCAM_FORMAT_GREY | KXCAM_FORMAT_COLOR));
+  EXPECT_EQ(raw.picture(), original);
+  EXPECT_TRUE(raw.guards_intact());
+
+  GuardedOutput nothing(96);
+  ASSERT_TRUE(
+      isp(kCamera, frame.data(), nothing.data(), 4, 6, KXCAM_FORMAT_32BIT | KXCAM_FORMAT_UNCORRECTED));
+  EXPECT_EQ(nothing.picture(), std::vector<uint8_t>(96, kGuard));
+  EXPECT_EQ(frame, original);
+  EXPECT_EQ(ctx->frames_delivered, 2U);
+}
+
+TEST_F(Isp, ReducesTwelveBitSamplesByTheUserTable) {
+  const ContextRef ctx = open(kMono12);
+  set_map(*ctx, IndexMap(3, 1, false, false, false));
+  std::vector<uint8_t> lut(4096);
+  for (size_t i = 0; i < lut.size(); ++i) lut[i] = static_cast<uint8_t>(i % 251);
+  // 0x0FFF; 0xF123, whose top digit is none of the sample's; 0x0010.
+  std::vector<uint8_t> frame = {0xFF, 0x0F, 0x23, 0xF1, 0x10, 0x00};
+  const auto original = frame;
+  const auto levels = [&](int format) {
+    GuardedOutput out(3);
+    EXPECT_TRUE(isp(kCamera, frame.data(), out.data(), 3, 1, format));
+    EXPECT_TRUE(out.guards_intact());
+    return out.picture();
+  };
+  EXPECT_EQ(levels(kUncorrectedGrey), (std::vector<uint8_t>{0xFF, 0x12, 0x01}));
+  ASSERT_TRUE(set_lut(kCamera, lut.data(), 4096));
+  const std::vector<uint8_t> expected = {0x0FFF % 251, 0x0123 % 251, 0x0010};
+  EXPECT_EQ(levels(kUncorrectedRaw), expected);
+  EXPECT_EQ(levels(kUncorrectedGrey), expected);
+  EXPECT_EQ(ctx->mean_level, (expected[0] + expected[1] + expected[2]) / 3);
+  EXPECT_EQ(frame, original);
+}
+
+TEST_F(Isp, TakesTheSizeOfTheDeliveredPictureWhileRotated) {
+  const ContextRef ctx = open(kBGGR);
+  set_map(*ctx, IndexMap(8, 6, false, false, true));
+  auto frame = noise(48, 2);
+  std::vector<uint8_t> expected(48 * 3);
+  BGGRtoRGB888(frame_settings(*ctx), ImageView(frame, 8, 6), expected.data(), KXCAM_FORMAT_COLOR);
+  std::vector<uint8_t> out(expected.size());
+  ASSERT_TRUE(isp(kCamera, frame.data(), out.data(), 6, 8, kUncorrectedColor));
+  EXPECT_EQ(out, expected);
+  // One row high, the turn shows in the map's row step alone.
+  EXPECT_TRUE(is_rotated(IndexMap(5, 1, true, true, true)));
+  EXPECT_FALSE(is_rotated(IndexMap(5, 1, true, true, false)));
+  EXPECT_TRUE(is_rotated(IndexMap(1, 5, true, true, true)));
+  EXPECT_FALSE(is_rotated(IndexMap(1, 5, true, true, false)));
+}
+
+TEST_F(Isp, RefusesWhatIsNotAFrameOfTheCamera) {
+  uint8_t byte = 1;
+  const auto call = [&](int camera, int width, int height) {
+    return code_of([&] { return isp(camera, &byte, &byte, width, height, kUncorrectedColor); });
+  };
+  EXPECT_EQ(call(-1, 8, 6), KXCAM_ERROR_INDEX);
+  EXPECT_EQ(call(256, 8, 6), KXCAM_ERROR_INDEX);
+  EXPECT_EQ(call(kCamera, 8, 6), KXCAM_ERROR_NOT_OPEN);
+
+  const ContextRef ctx = open(kBGGR);
+  EXPECT_EQ(call(kCamera, 640, 480), KXCAM_ERROR_ARGUMENT);
+  EXPECT_EQ(call(kCamera, 0, 0), KXCAM_ERROR_ARGUMENT);
+  set_map(*ctx, IndexMap(8, 6, false, false, false));
+  // -8 x -6 and the products 2^32 + 48 and 2^32 x 48 are 48 or 0 in 32 bits.
+  for (const auto& [width, height] : {std::pair{8, 7}, {-8, -6}, {48, 0}, {0x10000003, 16}, {1 << 30, 192}}) {
+    EXPECT_EQ(call(kCamera, width, height), KXCAM_ERROR_ARGUMENT) << width << " x " << height;
+  }
+  EXPECT_EQ(byte, 1);
+  EXPECT_EQ(ctx->frames_delivered, 0U);
+}
+
+TEST_F(Isp, AppliesTheMatrixForEnhancementOrAnySaturationButOne) {
+  const ContextRef ctx = open(kRGGB);
+  set_map(*ctx, IndexMap(2, 2, false, false, false));
+  ASSERT_TRUE(set_ccm(kCamera, std::array<double, 9>{0, 0, 1, 0, 1, 0, 1, 0, 0}));
+  const auto red_and_blue = [&] {
+    std::vector<uint8_t> frame = {10, 100, 100, 200};
+    std::vector<uint8_t> out(12);
+    EXPECT_TRUE(isp(kCamera, frame.data(), out.data(), 2, 2, kUncorrectedColor));
+    return std::pair<int, int>{out[0], out[2]};
+  };
+  EXPECT_EQ(red_and_blue(), std::pair(10, 200));
+  ASSERT_TRUE(set_enhancement(kCamera, true));
+  EXPECT_EQ(red_and_blue(), std::pair(200, 10));
+  ASSERT_TRUE(set_ccm(kCamera, kIdentity));
+  EXPECT_EQ(red_and_blue(), std::pair(200, 10)) << "a matrix acts from the next rebuild on";
+  ASSERT_TRUE(set_enhancement(kCamera, false));
+  EXPECT_EQ(red_and_blue(), std::pair(10, 200));
+  // Just off 1.0 the products of the diagonal fall below the whole numbers.
+  ASSERT_TRUE(set_saturation(kCamera, 0.9999999));
+  EXPECT_NE(red_and_blue(), std::pair(10, 200));
+  ASSERT_TRUE(set_saturation(kCamera, 0.0));
+  EXPECT_EQ(red_and_blue(), std::pair(2 + 71 + 15, 2 + 71 + 15));
+}
+
+// A frame is made with the curves of one setting even while another thread changes them.
+TEST_F(Isp, ProcessesAFrameWithOneSetOfCurves) {
+  const ContextRef ctx = open(kMono8);
+  set_map(*ctx, IndexMap(64, 64, false, false, false));
+  std::atomic<bool> done = false;
+  std::thread setter([&] {
+    for (int i = 0; !done; ++i) set_black_level(kCamera, i % 2 == 0 ? 0 : 90);
+  });
+  std::vector<uint8_t> frame(64 * 64, 100);
+  std::vector<uint8_t> out(frame.size());
+  for (int i = 0; i < 500; ++i) {
+    ASSERT_TRUE(isp(kCamera, frame.data(), out.data(), 64, 64, kUncorrectedGrey));
+    ASSERT_TRUE(std::ranges::all_of(out, [&](uint8_t level) { return level == out[0]; }));
+    ASSERT_TRUE(out[0] == 100 || out[0] == 10 * 256 / 166) << int{out[0]};
+  }
+  done = true;
+  setter.join();
+}
+
+TEST_F(Isp, StoresTheInterpolationSetting) {
+  EXPECT_EQ(code_of([] { return set_interpolation(kCamera, 1); }), KXCAM_ERROR_NOT_OPEN);
+  EXPECT_EQ(get_interpolation(256), -1);
+  open(kBGGR);
+  EXPECT_TRUE(set_interpolation(kCamera, 0x1FE));
+  EXPECT_EQ(get_interpolation(kCamera), 0xFE);
+}
+
+}  // namespace
+}  // namespace kxcam::test

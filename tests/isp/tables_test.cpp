@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <limits>
+
+#include <gtest/gtest.h>
+
+#include "isp/color_matrix.h"
+#include "isp/product_tables.h"
+#include "isp/tone_curves.h"
+
+namespace kxcam::test {
+namespace {
+
+constexpr std::array<double, 9> kIdentity = {1, 0, 0, 0, 1, 0, 0, 0, 1};
+
+TEST(GammaCurve, IsAnIdentityForOne) {
+  EXPECT_EQ(build_gamma_curve(1.0), identity_curve());
+}
+
+TEST(GammaCurve, FollowsThePowerAboveAStraightToe) {
+  const Curve bright = build_gamma_curve(2.0);
+  EXPECT_EQ(bright[64], 128);   // 256 sqrt(64.5 / 256) - 0.499 = 128.001
+  EXPECT_EQ(bright[10], 51);    // 51.845 - 0.499
+  EXPECT_EQ(bright[5], 25);     // 5 x 5.1
+  EXPECT_EQ(bright[9], 45);     // 9 x 5.1
+  EXPECT_EQ(bright[200], 226);  // 226.56 - 0.499
+  const Curve dark = build_gamma_curve(0.5);
+  EXPECT_EQ(dark[128], 64);  // 64.50 - 0.499
+  EXPECT_EQ(dark[10], 0);
+  EXPECT_EQ(dark[9], 0);
+  EXPECT_EQ(dark[200], 156);  // 157.03 - 0.499
+  for (const double gamma : {0.3, 0.5, 1.7, 2.0}) {
+    const Curve curve = build_gamma_curve(gamma);
+    EXPECT_EQ(curve[0], 0);
+    EXPECT_EQ(curve[255], 255);
+    EXPECT_TRUE(std::ranges::is_sorted(curve)) << gamma;
+  }
+}
+
+TEST(ContrastCurve, IsAnIdentityWithoutContrastAndBlackLevel) {
+  EXPECT_EQ(build_contrast_curve(1.0, 0), identity_curve());
+  EXPECT_EQ(build_contrast_curve(1.4, 255), build_contrast_curve(1.4, 0));
+}
+
+TEST(ContrastCurve, StretchesAboveTheBlackLevelAndPivotsAboutTheMiddle) {
+  const Curve black = build_contrast_curve(1.0, 100);
+  for (int i = 0; i < 255; ++i) {
+    // An integer form of the stretch; 156 divides no product near a whole number but exactly.
+    EXPECT_EQ(black[i], i <= 100 ? 0 : (i - 100) * 256 / 156) << i;
+  }
+  EXPECT_EQ(black[255], 255);
+
+  const Curve steep = build_contrast_curve(2.0, 0);
+  EXPECT_EQ(steep[127], 127);
+  EXPECT_EQ(steep[64], 1);
+  EXPECT_EQ(steep[63], 0);
+  EXPECT_EQ(steep[191], 255);
+  EXPECT_EQ(steep[190], 253);
+  const Curve flat = build_contrast_curve(0.5, 0);
+  EXPECT_EQ(flat[0], 63);     // 127 - 63.5
+  EXPECT_EQ(flat[254], 190);  // 127 + 63.5
+  EXPECT_EQ(flat[255], 255);
+}
+
+TEST(Composition, AppliesWhiteBalanceThenContrastThenGamma) {
+  ToneCurves curves;
+  for (size_t i = 0; i < 256; ++i) {
+    curves.wb_curve_r[i] = static_cast<uint8_t>(i / 2);
+    curves.wb_curve_b[i] = static_cast<uint8_t>(255 - i);
+    curves.contrast_curve[i] = static_cast<uint8_t>(i * 3 + 1);
+    curves.gamma_curve[i] = static_cast<uint8_t>(i ^ 0x0F);
+  }
+  compose(curves);
+  EXPECT_EQ(curves.final_curve_r[100], (50 * 3 + 1) ^ 0x0F);
+  EXPECT_EQ(curves.final_curve_g[60], (60 * 3 + 1) ^ 0x0F);
+  EXPECT_EQ(curves.final_curve_b[250], (5 * 3 + 1) ^ 0x0F);
+  EXPECT_EQ(curves.mono_curve[60], (60 * 3 + 1) ^ 0x0F);
+  EXPECT_EQ(curves.mono_curve[255], 255);
+  EXPECT_EQ(curves.final_curve_g[255], static_cast<uint8_t>(255 * 3 + 1) ^ 0x0F);
+}
+
+TEST(SaturationMatrix, IsAnIdentityForOneAndLumaForZero) {
+  MatrixTable table;
+  init_saturation_matrix(table, 1.0, kIdentity);
+  for (int n = 0; n < 9; ++n) {
+    for (int v = 0; v < 256; ++v) EXPECT_EQ(table[n][v], n % 4 == 0 ? v : 0);
+  }
+  init_saturation_matrix(table, 0.0, kIdentity);
+  for (int n = 0; n < 9; ++n) {
+    const int per_mille = std::array{213, 712, 75}[n % 3];
+    for (const int v : {0, 1, 7, 128, 254, 255}) EXPECT_EQ(table[n][v], v * per_mille / 1000);
+  }
+}
+
+TEST(SaturationMatrix, PutsTheColourMatrixOnTheLeft) {
+  MatrixTable table;
+  init_saturation_matrix(table, 0.5, {0, 0, 2, 0, 0, 0, 0, -1, 0});
+  // Rows of S for 0.5: (.6065 .356 .0375), (.1065 .856 .0375), (.1065 .356 .5375).
+  EXPECT_EQ(table[0][200], 42);   // 2 x 0.1065 x 200 = 42.6
+  EXPECT_EQ(table[1][200], 142);  // 2 x 0.356 x 200 = 142.4
+  EXPECT_EQ(table[2][200], 215);  // 2 x 0.5375 x 200 = 215.0
+  EXPECT_EQ(table[3][200], 0);
+  EXPECT_EQ(table[6][200], -21);   // towards zero: -21.3
+  EXPECT_EQ(table[7][200], -171);  // -171.2
+  EXPECT_EQ(table[8][200], -7);    // -7.5
+}
+
+TEST(SaturationMatrix, SaturatesWhatAnIntCannotHold) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  MatrixTable table;
+  init_saturation_matrix(table, 1.0, {1e9, 0, 0, 0, -1e300, 0, 0, 0, std::nan("")});
+  EXPECT_EQ(table[0][2], 2'000'000'000);
+  EXPECT_EQ(table[0][3], std::numeric_limits<int32_t>::max());
+  EXPECT_EQ(table[4][1], std::numeric_limits<int32_t>::min());
+  EXPECT_EQ(table[4][0], 0);
+  EXPECT_EQ(table[8][255], 0);
+  init_saturation_matrix(table, 1.0, {kInfinity, 0, 0, 0, 1, 0, 0, 0, 1});
+  EXPECT_EQ(table[0][0], 0);
+  EXPECT_EQ(table[0][1], std::numeric_limits<int32_t>::max());
+}
+
+TEST(ProductTables, HoldThePerMilleProductsUpToEntry254) {
+  const std::pair<const ProductTable*, int> tables[] = {
+      {&M_299, 299}, {&M_587, 587}, {&M_114, 114}, {&M_169, 169}, {&M_331, 331}, {&M_419, 419}, {&M_081, 81}};
+  for (const auto& [table, per_mille] : tables) {
+    for (int i = 0; i < 255; ++i) EXPECT_EQ((*table)[i], i * per_mille / 1000) << per_mille << ", " << i;
+    EXPECT_EQ((*table)[255], 0);
+  }
+}
+
+}  // namespace
+}  // namespace kxcam::test

@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "isp/tone_settings.h"
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <thread>
+#include <vector>
+
+#include <gmock/gmock.h>
+
+#include "context_fixture.h"
+#include "core/isp_flags.h"
+
+namespace kxcam::test {
+namespace {
+
+using ToneSettings = ContextTest;
+
+struct RealSetting {
+  bool (*set)(int, double);
+  double (*get)(int);
+  double least;
+  double greatest;
+};
+
+constexpr RealSetting kRealSettings[] = {
+    {set_gamma, get_gamma, 0.3, 2.0},
+    {set_contrast, get_contrast, 0.3, 2.0},
+    {set_saturation, get_saturation, 0.0, 2.0},
+};
+
+TEST_F(ToneSettings, KeepValuesWithinTheirRange) {
+  open(kBGGR);
+  for (const RealSetting& setting : kRealSettings) {
+    EXPECT_EQ(setting.get(kCamera), 1.0);
+    EXPECT_TRUE(setting.set(kCamera, setting.greatest));
+    EXPECT_EQ(setting.get(kCamera), setting.greatest);
+    EXPECT_TRUE(setting.set(kCamera, setting.least));
+    for (const double value :
+         {setting.least - 0.01, setting.greatest + 0.01, std::nan(""), HUGE_VAL, -HUGE_VAL}) {
+      EXPECT_EQ(code_of([&] { return setting.set(kCamera, value); }), KXCAM_ERROR_ARGUMENT) << value;
+    }
+    EXPECT_EQ(setting.get(kCamera), setting.least);
+  }
+  for (const int level : {255, 0, 41}) {
+    EXPECT_TRUE(set_black_level(kCamera, level));
+    EXPECT_EQ(get_black_level(kCamera), level);
+  }
+  for (const int level : {256, -1}) {
+    EXPECT_EQ(code_of([&] { return set_black_level(kCamera, level); }), KXCAM_ERROR_ARGUMENT);
+  }
+  EXPECT_EQ(get_black_level(kCamera), 41);
+}
+
+TEST_F(ToneSettings, TestTheIndexThenTheValueThenTheContext) {
+  const double values[9] = {};
+  double ccm[9] = {};
+  uint8_t entry = 0;
+  int length = 1;
+  const auto codes = [&](int camera) {
+    return std::vector<int>{
+        code_of([&] { return set_gamma(camera, 1.0); }),
+        code_of([&] { return get_gamma(camera) != -1.0; }),
+        code_of([&] { return set_contrast(camera, 1.0); }),
+        code_of([&] { return get_contrast(camera) != -1.0; }),
+        code_of([&] { return set_saturation(camera, 1.0); }),
+        code_of([&] { return get_saturation(camera) != -1.0; }),
+        code_of([&] { return set_black_level(camera, 0); }),
+        code_of([&] { return get_black_level(camera) != -1; }),
+        code_of([&] { return set_enhancement(camera, true); }),
+        code_of([&] { return get_enhancement(camera) != -1; }),
+        code_of([&] { return set_ccm(camera, values); }),
+        code_of([&] { return get_ccm(camera, ccm); }),
+        code_of([&] { return set_lut(camera, &entry, 1); }),
+        code_of([&] { return get_lut(camera, &entry, &length); }),
+    };
+  };
+  EXPECT_THAT(codes(256), testing::Each(KXCAM_ERROR_INDEX));
+  EXPECT_THAT(codes(-1), testing::Each(KXCAM_ERROR_INDEX));
+  EXPECT_THAT(codes(kCamera), testing::Each(KXCAM_ERROR_NOT_OPEN));
+  EXPECT_EQ(code_of([] { return set_gamma(256, 9.0); }), KXCAM_ERROR_INDEX);
+  EXPECT_EQ(code_of([] { return set_gamma(kCamera, 9.0); }), KXCAM_ERROR_ARGUMENT);
+  EXPECT_EQ(code_of([] { return set_black_level(kCamera, 256); }), KXCAM_ERROR_ARGUMENT);
+}
+
+TEST_F(ToneSettings, ComposeTheCurvesOfAllOfThem) {
+  const ContextRef ctx = open(kBGGR);
+  ASSERT_TRUE(set_contrast(kCamera, 1.5));
+  ASSERT_TRUE(set_black_level(kCamera, 30));
+  ASSERT_TRUE(set_gamma(kCamera, 1.8));
+  const auto curves = ctx->curves.load();
+  const Curve gamma = build_gamma_curve(1.8);
+  const Curve contrast = build_contrast_curve(1.5, 30);
+  for (size_t i = 0; i < 256; ++i) {
+    EXPECT_EQ(curves->final_curve_r[i], gamma[contrast[i]]);
+    EXPECT_EQ(curves->mono_curve[i], gamma[contrast[i]]);
+  }
+  ASSERT_TRUE(set_black_level(kCamera, 0));
+  EXPECT_EQ(ctx->curves.load()->contrast_curve, build_contrast_curve(1.5, 0));
+}
+
+TEST_F(ToneSettings, EnhancementRebuildsTheGammaCurveWithoutComposing) {
+  const ContextRef ctx = open(kBGGR);
+  ctx->parameter.isp_flags = kMirrorX | kRotate90;
+  ctx->parameter.gamma = 1.7;
+  ASSERT_TRUE(set_enhancement(kCamera, true));
+  EXPECT_EQ(get_enhancement(kCamera), 1);
+  EXPECT_EQ(ctx->curves.load()->gamma_curve, build_gamma_curve(1.7));
+  EXPECT_EQ(ctx->curves.load()->final_curve_g, identity_curve());
+  EXPECT_EQ(ctx->matrix.load()->color_matrix_table[0][255], 0) << "the camera's own matrix is all zero";
+  ASSERT_TRUE(set_enhancement(kCamera, false));
+  EXPECT_EQ(get_enhancement(kCamera), 0);
+  EXPECT_EQ(ctx->matrix.load()->color_matrix_table[0][255], 255);
+  EXPECT_EQ(ctx->parameter.isp_flags, kMirrorX | kRotate90);
+}
+
+TEST_F(ToneSettings, HandTheMatrixBackAndUseItAtTheNextRebuild) {
+  const ContextRef ctx = open(kBGGR);
+  ASSERT_TRUE(set_enhancement(kCamera, true));
+  constexpr std::array<double, 9> kCcm = {2, 0, 0, 0, 0.5, 0, 0, 0, -1};
+  ASSERT_TRUE(set_ccm(kCamera, kCcm));
+  std::array<double, 9> ccm{};
+  ASSERT_TRUE(get_ccm(kCamera, ccm));
+  EXPECT_EQ(ccm, kCcm);
+  EXPECT_EQ(ctx->matrix.load()->color_matrix_table[0][100], 0);
+  const MatrixTable grey = ctx->matrix.load()->grey_matrix_table;
+  ASSERT_TRUE(set_saturation(kCamera, 1.0));
+  EXPECT_EQ(ctx->matrix.load()->color_matrix_table[0][100], 200);
+  EXPECT_EQ(ctx->matrix.load()->color_matrix_table[8][100], -100);
+  EXPECT_EQ(ctx->matrix.load()->grey_matrix_table, grey);
+}
+
+TEST_F(ToneSettings, CopyAsMuchOfTheUserTableAsThereIs) {
+  const ContextRef ctx = open(kMono8);
+  const std::vector<uint8_t> lut(5000, 9);
+  std::vector<uint8_t> read(5000, 0xA5);
+  int length = 0;
+  ASSERT_TRUE(set_lut(kCamera, lut.data(), 2));
+  ASSERT_TRUE(set_lut(kCamera, lut.data(), 0));
+  ASSERT_TRUE(set_lut(kCamera, lut.data(), -5));
+  EXPECT_EQ((*ctx->user_lut.load())[1], 9);
+  EXPECT_EQ((*ctx->user_lut.load())[2], 0);
+  EXPECT_EQ((*ctx->user_lut.load())[4095], 255);
+  ASSERT_TRUE(set_lut(kCamera, lut.data(), 5000));
+
+  for (const int asked : {5000, 3, -1}) {
+    read.assign(read.size(), 0xA5);
+    length = asked;
+    ASSERT_TRUE(get_lut(kCamera, read.data(), &length));
+    EXPECT_EQ(std::ranges::count(read, 9), std::clamp(asked, 0, 4096));
+  }
+  ASSERT_TRUE(get_lut(kCamera, nullptr, &length));
+  EXPECT_EQ(length, 256);
+  vacate_slot(kCamera);
+  open(kMono12);
+  ASSERT_TRUE(get_lut(kCamera, nullptr, &length));
+  EXPECT_EQ(length, 4096);
+}
+
+TEST_F(ToneSettings, OfTwoThreadsAreNotLost) {
+  const ContextRef ctx = open(kBGGR);
+  const auto set_often = [](double last, auto set) {
+    for (int i = 0; i < 200; ++i) set(kCamera, i % 2 == 0 ? 1.0 : 1.2);
+    set(kCamera, last);
+  };
+  std::thread gamma([&] { set_often(1.9, set_gamma); });
+  std::thread contrast([&] { set_often(0.6, set_contrast); });
+  gamma.join();
+  contrast.join();
+  const auto curves = ctx->curves.load();
+  EXPECT_EQ(curves->gamma_curve, build_gamma_curve(1.9));
+  EXPECT_EQ(curves->contrast_curve, build_contrast_curve(0.6, 0));
+  EXPECT_EQ(curves->final_curve_r[100], curves->gamma_curve[curves->contrast_curve[100]]);
+}
+
+}  // namespace
+}  // namespace kxcam::test

@@ -1,0 +1,99 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "device/camera_options.h"
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "device/simulated_camera.h"
+
+namespace kxsim {
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+
+std::string complaint(std::string_view text) {
+  try {
+    parse_camera_options(text);
+  } catch (const BadCameraOptions& error) {
+    return error.what();
+  }
+  return "";
+}
+
+TEST(CameraOptions, ModelsAreFoundByIdAndByName) {
+  for (const auto& row : kxcam::model_table) {
+    char id[8];
+    std::snprintf(id, sizeof id, "%04x", row.PID);
+    EXPECT_EQ(&find_model_by_text(id), &row) << id;
+    EXPECT_STREQ(find_model_by_text(row.MODEL).MODEL, row.MODEL);
+  }
+  EXPECT_EQ(find_model_by_text("5MP-C").PID, 0x3500U) << "the newer family goes first";
+  EXPECT_EQ(find_model_by_text("Model 3.6MP-C").PID, 0x0400U) << "a name of the older family alone";
+  EXPECT_EQ(find_model_by_text("0x392b").PID, 0x392BU);
+}
+
+TEST(CameraOptions, DefaultsFollowTheFamily) {
+  const auto newer = parse_camera_options("0x3500");
+  EXPECT_EQ(newer.firmware, 0x8310U);
+  EXPECT_EQ(newer.speed, UsbSpeed::kSuper);
+  const auto older = parse_camera_options("0x0500");
+  EXPECT_EQ(older.firmware, 0x4700U);
+  EXPECT_EQ(older.speed, UsbSpeed::kHigh);
+}
+
+TEST(CameraOptions, EveryKeyIsTaken) {
+  const auto options = parse_camera_options(
+      "5MP-C,serial=ABC,name=my cam,fw=0x8312,features=7,generic,bytes=1,wp,fps=2.5,speed=high,eeprom=/x,"
+      "noise=0,fpn=0.02,dead=20,seed=99");
+  EXPECT_EQ(options.serial, "ABC");
+  EXPECT_EQ(options.name, "my cam");
+  EXPECT_EQ(options.firmware, 0x8312U);
+  EXPECT_EQ(options.features, 7);
+  EXPECT_TRUE(options.generic_id && options.byte_replies && options.write_protect && !options.noise);
+  EXPECT_EQ(options.frame_rate, 2.5);
+  EXPECT_EQ(options.speed, UsbSpeed::kHigh);
+  EXPECT_EQ(options.eeprom_file, "/x");
+  EXPECT_EQ(options.fixed_pattern, 0.02);
+  EXPECT_EQ(options.dead_pixels, 20);
+  EXPECT_EQ(options.seed, 99U);
+}
+
+TEST(CameraOptions, MistakesAreNamed) {
+  EXPECT_THAT(complaint("9MP"), AllOf(HasSubstr("9MP"), HasSubstr("19.9MP-M")));
+  EXPECT_THAT(complaint(""), HasSubstr("unknown model"));
+  EXPECT_THAT(complaint("0x3500,colour=red"), AllOf(HasSubstr("colour"), HasSubstr("serial")));
+  for (const char* bad : {"fps=fast", "fps=-1", "fps=nan", "fps=1e9", "serial=1234567890123", "serial", "fw=", "fw=12x",
+                          "features=65536", "dead=-1", "speed=low", "noise=yes", "name="}) {
+    EXPECT_THAT(complaint(std::string("0x3500,") + bad), HasSubstr("expected")) << bad;
+  }
+}
+
+TEST(CameraOptions, SerialNumbersDiffer) {
+  const SimulatedCamera first;
+  const SimulatedCamera second;
+  EXPECT_THAT(first.options().serial, testing::MatchesRegex("KXSIM[0-9]{7}"));
+  EXPECT_NE(first.options().serial, second.options().serial);
+}
+
+TEST(CameraOptions, TheEepromFileOutlivesTheCamera) {
+  const auto file = std::filesystem::path(testing::TempDir()) / "kxsim_eeprom_test";
+  std::filesystem::remove(file);
+  auto options = parse_camera_options("0x3500,serial=FIRST");
+  options.eeprom_file = file;
+  { SimulatedCamera(options).set_eeprom(0x1FFF, 0x5A); }
+  options.serial = "SECOND";
+  const SimulatedCamera again(options);
+  EXPECT_EQ(again.eeprom(0x1FFF), 0x5A);
+  EXPECT_EQ(again.eeprom(0x1D00), 'F') << "the file's content goes first";
+  std::ofstream(file) << "too short";
+  EXPECT_THROW(SimulatedCamera{options}, std::runtime_error);
+  std::filesystem::remove(file);
+}
+
+}  // namespace
+}  // namespace kxsim

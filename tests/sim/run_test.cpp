@@ -1,0 +1,134 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// kxsim as a user runs it.
+
+#include <array>
+#include <cstdio>
+#include <string>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include "core/model_table.h"
+
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+struct Result {
+  int status = -1;
+  std::string output;  // both streams
+};
+
+Result shell(const std::string& command) {
+  Result result;
+  FILE* const pipe = popen((command + " 2>&1").c_str(), "r");
+  if (pipe == nullptr) return result;
+  std::array<char, 4096> buffer{};
+  for (size_t n = 0; (n = fread(buffer.data(), 1, buffer.size(), pipe)) > 0;) result.output.append(buffer.data(), n);
+  const int status = pclose(pipe);
+  result.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return result;
+}
+
+Result kxsim(const std::string& arguments) { return shell(std::string(KXSIM) + " " + arguments); }
+
+size_t lines(const std::string& text) { return static_cast<size_t>(std::ranges::count(text, '\n')); }
+
+// A module cannot be preloaded into programs built with the address sanitizer.
+#if defined(__SANITIZE_ADDRESS__)
+constexpr bool kCanPreload = false;
+#else
+constexpr bool kCanPreload = true;
+#endif
+
+class KxsimRun : public testing::Test {
+ protected:
+  void SetUp() override {
+    if (!kCanPreload) GTEST_SKIP() << "the address sanitizer must come first";
+  }
+};
+
+TEST_F(KxsimRun, TheProgramSeesItsCamerasInOrder) {
+  const auto one = kxsim("run -- " PROBE);
+  EXPECT_EQ(one.status, 0);
+  EXPECT_EQ(one.output, "a7b7:3500 K\n");
+  const auto three = kxsim("run -c 19.9MP-M,serial=A --camera 0x0500,serial=B -c 0x3A30,serial=C,generic -- " PROBE);
+  EXPECT_EQ(three.output, "a7b7:392b A\na7b7:0500 B\na7b7:3ff0 C\n");
+}
+
+TEST_F(KxsimRun, FaultsReachTheCamera) {
+  EXPECT_EQ(kxsim("run -c 0x3500 -c 0x3500,serial=Z -f 'camera 1 open denied' -- " PROBE).output,
+            "a7b7:3500 ?\na7b7:3500 Z\n");
+}
+
+TEST_F(KxsimRun, TheConfigurationListsAllIdsAndGoesAway) {
+  const auto shown = kxsim("run -- sh -c 'echo $KXUSB_CONF; cat $KXUSB_CONF'");
+  const auto name = shown.output.substr(0, shown.output.find('\n'));
+  EXPECT_EQ(lines(shown.output), 1 + 3 + 83U);
+  for (const auto& model : kxcam::model_table) {
+    char row[32];
+    std::snprintf(row, sizeof row, "\na7b7 %04x ", model.PID);
+    EXPECT_THAT(shown.output, HasSubstr(row));
+  }
+  EXPECT_THAT(shown.output, AllOf(HasSubstr("\na7b7 3ff0 "), HasSubstr("<VPD>\n"), HasSubstr("</VPD>\n")));
+  EXPECT_NE(shell("test -e " + name).status, 0);
+  EXPECT_EQ(kxsim("run --conf /dev/null -- sh -c 'echo $KXUSB_CONF'").output, "/dev/null\n");
+}
+
+TEST_F(KxsimRun, TheExitStatusIsTheCommands) {
+  EXPECT_EQ(kxsim("run -- sh -c 'exit 42'").status, 42);
+  EXPECT_EQ(kxsim("run -- sh -c 'kill -9 $$'").status, 128 + 9);
+  const auto missing = kxsim("run -- /no/such/program");
+  EXPECT_EQ(missing.status, 127);
+  EXPECT_THAT(missing.output, HasSubstr("/no/such/program"));
+  EXPECT_EQ(kxsim("run -- /dev/null").status, 126);
+}
+
+TEST_F(KxsimRun, SignalsAreForwarded) {
+  EXPECT_EQ(shell(std::string("timeout -s TERM 0.3 ") + KXSIM +
+                  " run -- sh -c 'trap \"echo caught; exit 3\" TERM; while :; do sleep 0.02; done'; true")
+                .output,
+            "caught\n");
+}
+
+TEST_F(KxsimRun, OrdinaryProgramsAreNotDisturbed) {
+  const auto result = kxsim("run -- sh -c 'ls /dev | wc -l; seq 1000 | sort -n | tail -1; stat -f -c %T /sys | wc -l'");
+  EXPECT_EQ(result.status, 0);
+  EXPECT_THAT(result.output, HasSubstr("\n1000\n1\n"));
+}
+
+TEST(Kxsim, WrongOptionsAreNamedAndNothingRuns) {
+  const auto refused = [](const std::string& arguments) {
+    const auto result = kxsim("run " + arguments + " -- echo ran");
+    EXPECT_EQ(result.status, 125) << arguments;
+    EXPECT_THAT(result.output, testing::Not(HasSubstr("ran"))) << arguments;
+    return result.output;
+  };
+  EXPECT_THAT(refused("-c 99MP"), AllOf(HasSubstr("99MP"), HasSubstr("5MP-C")));
+  EXPECT_THAT(refused("-f 'bulk 1 melt'"), HasSubstr("'melt'"));
+  EXPECT_THAT(refused("-f @/no/such/file"), HasSubstr("/no/such/file"));
+  EXPECT_THAT(refused("-s /no/such/picture.png"), HasSubstr("/no/such/picture.png"));
+  EXPECT_THAT(refused("--conf /no/such/conf"), HasSubstr("/no/such/conf"));
+  EXPECT_EQ(kxsim("").status, 125);
+  EXPECT_EQ(kxsim("run").status, 125);
+}
+
+TEST(Kxsim, ModelsAndVersion) {
+  const auto table = kxsim("models");
+  EXPECT_EQ(table.status, 0);
+  EXPECT_EQ(lines(table.output), 1 + kxcam::model_table.size());
+  EXPECT_THAT(table.output, HasSubstr("0x392B  Model 19.9MP-M      5472x3648  MONO8   newer\n"));
+  const auto json = kxsim("models --json");
+  for (const auto& model : kxcam::model_table) {
+    char id[32];
+    std::snprintf(id, sizeof id, "\"product_id\": \"0x%04X\"", model.PID);
+    EXPECT_THAT(json.output, HasSubstr(id));
+  }
+  EXPECT_THAT(kxsim("--version").output, testing::StartsWith("kxsim "));
+}
+
+}  // namespace

@@ -1,0 +1,289 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// The virtual bus through the unmodified libusb: transfers, claims, limits.
+
+#include <atomic>
+#include <thread>
+
+#include <fcntl.h>
+#include <gmock/gmock.h>
+#include <sys/ioctl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "device/fault_script.h"
+#include "device/vendor_request.h"
+#include "host.h"
+#include "libusb_session.h"
+
+namespace kxsim {
+namespace {
+
+using std::chrono::milliseconds;
+using std::chrono::steady_clock;
+using testing::ElementsAre;
+
+class Usbfs : public LibusbSession {};
+
+TEST_F(Usbfs, DevicesAreListedInTheOrderOfTheirPorts) {
+  bus_.plug(make_camera("0x3500"));
+  bus_.plug(make_camera("0x0500"), 9);
+  bus_.plug(make_camera("0x392B,generic"));
+  start();
+  EXPECT_THAT(products(), ElementsAre(0x3500, 0x3FF0, 0x0500));
+  EXPECT_THROW(bus_.plug(make_camera("0x3500"), 9), std::runtime_error);
+  EXPECT_THROW(bus_.plug(bus_.cameras()[0]), std::runtime_error);
+}
+
+TEST_F(Usbfs, DescriptorsAndSpeed) {
+  const auto handle = open_one(make_camera("0x0500"));
+  ASSERT_TRUE(handle);
+  auto* const device = libusb_get_device(handle.get());
+  EXPECT_EQ(libusb_get_device_speed(device), LIBUSB_SPEED_HIGH);
+  EXPECT_EQ(libusb_get_max_packet_size(device, 0x82), 512);
+  EXPECT_EQ(libusb_get_max_packet_size(device, 0x81), LIBUSB_ERROR_NOT_FOUND);
+  unsigned char text[64];
+  ASSERT_GT(libusb_get_string_descriptor_ascii(handle.get(), 2, text, sizeof text), 0);
+  EXPECT_STREQ(reinterpret_cast<char*>(text), "Model 5MP-C");
+  int configuration = 0;
+  EXPECT_EQ(libusb_get_configuration(handle.get(), &configuration), 0);
+  EXPECT_EQ(configuration, 1);
+  EXPECT_EQ(libusb_kernel_driver_active(handle.get(), 0), 0);
+}
+
+TEST_F(Usbfs, ControlTransfers) {
+  const auto camera = make_camera("0x3500");
+  const auto handle = open_one(camera);
+  ASSERT_TRUE(handle);
+  EXPECT_EQ(ask(handle, kFirmwareVersion), 4);
+  EXPECT_EQ(ask(handle, 0xEE), LIBUSB_ERROR_PIPE);
+  unsigned char data[4] = {64, 0, 32, 0};
+  EXPECT_EQ(libusb_control_transfer(handle.get(), 0x40, kRegionOfInterest, 2, 4, data, 4, 100), 4);
+  EXPECT_THAT(camera->requests().back().data, ElementsAre(64, 0, 32, 0));
+}
+
+TEST_F(Usbfs, TimeOutsAreKept) {
+  const auto camera = make_camera("0x3500");
+  const auto handle = open_one(camera);
+  ASSERT_TRUE(handle);
+  camera->inject(parse_fault_script("request 1 timeout"));
+  auto begin = steady_clock::now();
+  EXPECT_EQ(ask(handle, kFirmwareVersion, 100), LIBUSB_ERROR_TIMEOUT);
+  EXPECT_GE(steady_clock::now() - begin, milliseconds(99));
+  EXPECT_LT(steady_clock::now() - begin, milliseconds(400));
+  EXPECT_EQ(ask(handle, kFirmwareVersion), 4);
+
+  unsigned char data[1024];
+  int transferred = -1;
+  begin = steady_clock::now();
+  EXPECT_EQ(libusb_bulk_transfer(handle.get(), 0x81, data, sizeof data, &transferred, 100), LIBUSB_ERROR_TIMEOUT);
+  EXPECT_EQ(transferred, 0);
+  EXPECT_GE(steady_clock::now() - begin, milliseconds(99));
+}
+
+TEST_F(Usbfs, ALargeFrameComesInEightMegabyteReads) {
+  const auto camera = make_camera("0x392B,fps=0");
+  camera->set_frame_source(fill_with_pattern);
+  const auto handle = open_one(camera);
+  ASSERT_TRUE(handle);
+  ASSERT_EQ(ask(handle, kStartStream), 1);
+  constexpr int kChunk = 0x800000;
+  const size_t size = camera->frame_bytes();
+  std::vector<unsigned char> frame(size + kChunk);
+  size_t received = 0;
+  int reads = 0;
+  for (int transferred = kChunk; transferred == kChunk; ++reads) {
+    ASSERT_EQ(libusb_bulk_transfer(handle.get(), 0x81, frame.data() + received, kChunk, &transferred, 5000), 0);
+    received += static_cast<size_t>(transferred);
+    ASSERT_LE(received, size);
+  }
+  EXPECT_EQ(reads, 3);
+  frame.resize(received);
+  EXPECT_EQ(frame, pattern_frame(0, size));
+}
+
+TEST_F(Usbfs, ATimeOutCanCarryData) {
+  const auto camera = make_camera("0x304B,fps=0");
+  camera->inject(parse_fault_script("frame 1 unended 1024; stream ends after 1"));
+  const auto handle = open_one(camera);
+  ASSERT_TRUE(handle);
+  ask(handle, kStartStream);
+  std::vector<unsigned char> data(640 * 480 + 1024);
+  int transferred = 0;
+  EXPECT_EQ(libusb_bulk_transfer(handle.get(), 0x81, data.data(), static_cast<int>(data.size()), &transferred, 300),
+            LIBUSB_ERROR_TIMEOUT);
+  EXPECT_EQ(transferred, 640 * 480 - 1024);
+}
+
+TEST_F(Usbfs, BulkErrorsAndRecovery) {
+  const auto camera = make_camera("0x304B,fps=0");
+  camera->inject(parse_fault_script("bulk 1 stall; bulk 3 overflow; bulk 4 error"));
+  const auto handle = open_one(camera);
+  ASSERT_TRUE(handle);
+  ask(handle, kStartStream);
+  std::vector<unsigned char> data(640 * 480 + 1024);
+  int transferred = 0;
+  const auto read = [&](unsigned char endpoint) {
+    return libusb_bulk_transfer(handle.get(), endpoint, data.data(), static_cast<int>(data.size()), &transferred, 3000);
+  };
+  EXPECT_EQ(read(0x81), LIBUSB_ERROR_PIPE);
+  EXPECT_EQ(libusb_clear_halt(handle.get(), 0x81), 0);
+  EXPECT_EQ(read(0x81), 0);
+  EXPECT_EQ(read(0x81), LIBUSB_ERROR_OVERFLOW);
+  EXPECT_EQ(read(0x81), LIBUSB_ERROR_IO);
+  EXPECT_NE(read(0x82), 0) << "no such endpoint";
+  EXPECT_EQ(libusb_reset_device(handle.get()), 0);
+  EXPECT_EQ(camera->counters().resets, 1U);
+  EXPECT_FALSE(camera->streaming());
+}
+
+TEST_F(Usbfs, AResetEndsAPendingRead) {
+  const auto camera = make_camera("0x3500");
+  const auto handle = open_one(camera);
+  ASSERT_TRUE(handle);
+  std::thread resetter([&] {
+    EXPECT_TRUE(eventually([&] { return camera->counters().bulk_reads == 1; }));
+    EXPECT_EQ(libusb_reset_device(handle.get()), 0);
+  });
+  unsigned char data[1024];
+  int transferred = 0;
+  EXPECT_EQ(libusb_bulk_transfer(handle.get(), 0x81, data, sizeof data, &transferred, 10000), LIBUSB_ERROR_IO);
+  resetter.join();
+}
+
+TEST_F(Usbfs, OneHandleHasTheInterface) {
+  const auto camera = make_camera("0x3500");
+  const auto first = open_one(camera);
+  auto second = open();
+  ASSERT_TRUE(first && second);
+  EXPECT_EQ(libusb_claim_interface(first.get(), 0), 0);
+  EXPECT_EQ(libusb_claim_interface(first.get(), 1), LIBUSB_ERROR_NOT_FOUND);
+  EXPECT_EQ(libusb_claim_interface(second.get(), 0), LIBUSB_ERROR_BUSY);
+  unsigned char data[1024];
+  int transferred = 0;
+  EXPECT_EQ(libusb_bulk_transfer(second.get(), 0x81, data, sizeof data, &transferred, 100), LIBUSB_ERROR_BUSY);
+  EXPECT_EQ(ask(second, kFirmwareVersion), 4) << "requests need no claim";
+  EXPECT_EQ(libusb_release_interface(first.get(), 0), 0);
+  EXPECT_EQ(libusb_claim_interface(second.get(), 0), 0);
+  second.reset();
+  EXPECT_EQ(libusb_claim_interface(first.get(), 0), 0) << "closing releases";
+  camera->inject({.claim_busy = true});
+  EXPECT_EQ(libusb_release_interface(first.get(), 0), 0);
+  EXPECT_EQ(libusb_claim_interface(first.get(), 0), LIBUSB_ERROR_BUSY);
+}
+
+TEST_F(Usbfs, NodesAreCountedAndMayBeRefused) {
+  const auto camera = make_camera("0x3500");
+  const auto opened_before = bus_.nodes_opened();
+  auto first = open_one(camera);
+  auto second = open();
+  EXPECT_EQ(bus_.open_nodes(), 2U);
+  first.reset();
+  EXPECT_EQ(bus_.open_nodes(), 1U);
+  EXPECT_EQ(bus_.nodes_opened() - opened_before, 2U);
+  camera->inject({.open_denied = true});
+  int error = 0;
+  EXPECT_FALSE(open(0, &error));
+  EXPECT_EQ(error, LIBUSB_ERROR_ACCESS);
+  EXPECT_EQ(bus_.nodes_opened() - opened_before, 2U);
+}
+
+TEST_F(Usbfs, PendingReadsShareTheKernelsMemory) {
+  const auto handle = open_one(make_camera("0x392B"));
+  ASSERT_TRUE(handle);
+  std::vector<unsigned char> data(0x800000);
+  std::atomic<int> finished{0};
+  const auto submit = [&] {
+    auto* const transfer = libusb_alloc_transfer(0);
+    transfer->flags = LIBUSB_TRANSFER_FREE_TRANSFER;
+    libusb_fill_bulk_transfer(
+        transfer, handle.get(), 0x81, data.data(), static_cast<int>(data.size()),
+        [](libusb_transfer* done) { ++*static_cast<std::atomic<int>*>(done->user_data); }, &finished, 200);
+    const int result = libusb_submit_transfer(transfer);
+    if (result != 0) libusb_free_transfer(transfer);
+    return result;
+  };
+  EXPECT_EQ(submit(), 0);
+  EXPECT_EQ(submit(), LIBUSB_ERROR_NO_MEM) << "two of 8 MiB are more than the 16 MiB there are";
+  bus_.memory().set_limit(64U << 20);
+  EXPECT_EQ(submit(), 0);
+  while (finished < 2) ASSERT_EQ(libusb_handle_events(context_), 0);
+}
+
+TEST_F(Usbfs, ControlGoesOnWhileAReadPends) {
+  const auto camera = make_camera("0x304B,fps=0");
+  const auto handle = open_one(camera);
+  ASSERT_TRUE(handle);
+  ask(handle, kStartStream);
+  std::atomic<bool> stop{false};
+  std::atomic<int> frames{0};
+  std::thread reader([&] {
+    std::vector<unsigned char> data(640 * 480 + 1024);
+    while (!stop) {
+      int transferred = 0;
+      if (libusb_bulk_transfer(handle.get(), 0x81, data.data(), static_cast<int>(data.size()), &transferred, 3000) == 0) {
+        EXPECT_EQ(transferred, 640 * 480);
+        ++frames;
+      }
+    }
+  });
+  EXPECT_TRUE(eventually([&] { return frames > 0; }));
+  for (int i = 0; i < 500; ++i) EXPECT_EQ(ask(handle, kFirmwareVersion), 4);
+  stop = true;
+  reader.join();
+  EXPECT_GT(frames, 0);
+}
+
+TEST_F(Usbfs, ClosingWithAReadPendingInAnotherThread) {
+  const auto camera = make_camera("0x3500");
+  const auto handle = open_one(camera);
+  ASSERT_TRUE(handle);
+  std::thread reader([&] {
+    unsigned char data[1024];
+    int transferred = 0;
+    EXPECT_EQ(libusb_bulk_transfer(handle.get(), 0x81, data, sizeof data, &transferred, 50), LIBUSB_ERROR_TIMEOUT);
+  });
+  EXPECT_TRUE(eventually([&] { return camera->counters().bulk_reads == 1; }));
+  Handle(open()).reset();
+  EXPECT_EQ(bus_.open_nodes(), 1U) << "another handle of the device closed meanwhile";
+  reader.join();
+}
+
+TEST_F(Usbfs, OtherFilesAreLeftAlone) {
+  const auto handle = open_one(make_camera("0x3500"));
+  int ends[2];
+  ASSERT_EQ(pipe(ends), 0);
+  ASSERT_EQ(write(ends[1], "abc", 3), 3);
+  int waiting = 0;
+  EXPECT_EQ(ioctl(ends[0], FIONREAD, &waiting), 0);
+  EXPECT_EQ(waiting, 3);
+  EXPECT_EQ(close(ends[0]), 0);
+  EXPECT_EQ(close(ends[1]), 0);
+  EXPECT_EQ(close(ends[1]), -1);
+  EXPECT_EQ(errno, EBADF);
+  EXPECT_EQ(::open("/sys/bus/usb/devices/usb1/busnum", O_RDONLY), -1) << "the machine's own bus is hidden";
+  const std::string path = testing::TempDir() + "kxsim_open_test";
+  const int file = ::open(path.c_str(), O_CREAT | O_WRONLY | O_EXCL, 0600);
+  EXPECT_GE(file, 0);
+  EXPECT_EQ(close(file), 0);
+  EXPECT_EQ(unlink(path.c_str()), 0);
+}
+
+TEST_F(Usbfs, AForkedChildDoesNotDisturbItsParent) {
+  const auto camera = make_camera("0x3500");
+  const auto handle = open_one(camera);
+  ASSERT_TRUE(handle);
+  const pid_t child = fork();
+  ASSERT_GE(child, 0);
+  if (child == 0) {
+    for (int descriptor = 3; descriptor < 256; ++descriptor) close(descriptor);
+    _exit(7);
+  }
+  int status = 0;
+  ASSERT_EQ(waitpid(child, &status, 0), child);
+  EXPECT_EQ(WEXITSTATUS(status), 7);
+  EXPECT_EQ(ask(handle, kFirmwareVersion), 4);
+}
+
+}  // namespace
+}  // namespace kxsim

@@ -1,0 +1,107 @@
+// SPDX-License-Identifier: Apache-2.0
+// What the tool says and returns when it cannot do what it is asked for.
+#include <filesystem>
+#include <fstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "simulated_run.h"
+#include "temporary_folder.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+const Cameras kCamera{{"3600"}};
+
+TEST(Refusal, WrongUseIsTwo) {
+  const std::vector<std::vector<std::string>> lines = {
+      {},
+      {"look"},
+      {"list", "extra"},
+      {"info", "-c", "256"},
+      {"info", "-c", "-1"},
+      {"capture", "-o", "x"},
+      {"capture", "-o", "x.jpeg"},
+      {"capture", "-o", "%s.png"},
+      {"capture", "-o", "x.ppm", "--format", "grey"},
+      {"capture", "-o", "x.pgm", "--format", "colour"},
+      {"capture", "-o", "x.raw", "--rotate", "90"},
+      {"capture", "-o", "x.png", "--rotate", "45"},
+      {"capture", "-o", "x.png", "--gamma", "3"},
+      {"capture", "-o", "x.png", "--gamma", "nan"},
+      {"capture", "-o", "x.png", "-n", "0"},
+      {"capture", "-o", "x.png", "--roi", "0,0,64"},
+      {"capture", "-o", "x.png", "--roi", "0,0,64,64", "--resolution", "1"},
+      {"capture", "-o", "x.png", "--roi", "1,0,64,64"},
+      {"capture", "-o", "x.png", "--roi", "0,0,722,540"},
+      {"capture", "-o", "-", "-n", "2"},
+      {"stream", "--seconds", "0"},
+  };
+  for (const auto& line : lines) {
+    const Result result = run(kCamera, line);
+    EXPECT_EQ(result.status, 2) << testing::PrintToString(line) << '\n' << result.error;
+    EXPECT_THAT(result.output, IsEmpty()) << testing::PrintToString(line);
+    EXPECT_THAT(result.error, testing::Not(IsEmpty())) << testing::PrintToString(line);
+  }
+}
+
+TEST(Refusal, HelpAndVersionAreNoErrors) {
+  const Result help = run_with_configuration("/nonexistent", {"--help"});
+  EXPECT_EQ(help.status, 0);
+  EXPECT_THAT(help.output, HasSubstr("kxcam capture"));
+  const Result version = run_with_configuration("/nonexistent", {"--version"});
+  EXPECT_EQ(version.status, 0);
+  EXPECT_THAT(version.output, HasSubstr("2019.1013"));
+}
+
+TEST(Refusal, NoConfigurationFileIsSix) {
+  for (const auto& line :
+       {std::vector<std::string>{"list", "--json"}, {"info"}, {"capture", "-o", "-"}, {"stream"}}) {
+    const Result result = run_with_configuration("/nonexistent/kxusb.conf", line);
+    EXPECT_EQ(result.status, 6);
+    EXPECT_THAT(result.output, IsEmpty());
+    EXPECT_THAT(result.error, HasSubstr("/nonexistent/kxusb.conf"));
+    EXPECT_THAT(result.error, HasSubstr("<VPD>"));
+  }
+}
+
+TEST(Refusal, AFaultyConfigurationFileIsOneAndLeavesTheOutputClean) {
+  const TemporaryFolder folder;
+  const std::string file = folder.path() / "kxusb.conf";
+  std::ofstream(file) << "Nonsense 1\n";
+  const Result result = run_with_configuration(file, {"list", "--json"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.output, IsEmpty());
+  EXPECT_THAT(result.error, HasSubstr("Nonsense"));
+}
+
+TEST(Refusal, NoCameraIsThree) {
+  const TemporaryFolder folder;
+  const std::string file = folder.path() / "kxusb.conf";
+  std::ofstream(file) << "<VPD>\na7b7 3ff1 none\n</VPD>\n";
+  const Result list = run_with_configuration(file, {"list", "--json"});
+  EXPECT_EQ(list.status, 3);
+  EXPECT_EQ(nlohmann::json::parse(list.output), nlohmann::json::array());
+  EXPECT_THAT(list.error, HasSubstr("no camera"));
+  EXPECT_EQ(run_with_configuration(file, {"stream"}).status, 3);
+}
+
+TEST(Refusal, AnAbsentIndexIsThreeAndTellsWhichArePresent) {
+  const Result result = run({{"3600,serial=ABCDEFGH0001"}}, {"info", "-c", "1"});
+  EXPECT_EQ(result.status, 3);
+  EXPECT_THAT(result.output, IsEmpty());
+  EXPECT_THAT(result.error, HasSubstr("no camera 1"));
+  EXPECT_THAT(result.error, HasSubstr("ABCDEFGH0001"));
+}
+
+TEST(Refusal, AFileThatCannotBeWrittenIsOne) {
+  const Result result = run(kCamera, {"capture", "-o", "/nonexistent/f.png"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.error, HasSubstr("/nonexistent/f.png"));
+}
+
+}  // namespace

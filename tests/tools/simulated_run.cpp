@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "simulated_run.h"
+
+#include "process.h"
+
+namespace {
+
+std::vector<std::string> on_simulated_bus(const Cameras& cameras, const std::vector<std::string>& command) {
+  std::vector<std::string> line = {KXSIM_PROGRAM, "run"};
+  for (const auto& model : cameras.models) line.insert(line.end(), {"--camera", model});
+  if (!cameras.faults.empty()) line.insert(line.end(), {"--fault", cameras.faults});
+  line.emplace_back("--");
+  line.insert(line.end(), command.begin(), command.end());
+  return line;
+}
+
+Result finish(Process& process) {
+  const int status = process.wait();
+  return {status, process.output(), process.error()};
+}
+
+}  // namespace
+
+std::vector<std::string> simulated(const Cameras& cameras, const std::vector<std::string>& arguments) {
+  std::vector<std::string> command = {KXCAM_PROGRAM};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  return on_simulated_bus(cameras, command);
+}
+
+Result run(const Cameras& cameras, const std::vector<std::string>& arguments) {
+  Process process(simulated(cameras, arguments));
+  return finish(process);
+}
+
+Result run_shell(const Cameras& cameras, const std::string& script) {
+  Process process(on_simulated_bus(cameras, {"bash", "-c", script}), {"KXCAM=" KXCAM_PROGRAM});
+  return finish(process);
+}
+
+Result run_with_configuration(const std::string& configuration, const std::vector<std::string>& arguments) {
+  std::vector<std::string> command = {KXCAM_PROGRAM};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  Process process(command, {"KXUSB_CONF=" + configuration});
+  return finish(process);
+}

@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+#include <vector>
+
+/// What a finished run of the tool left.
+struct Result {
+  int status = 0;
+  std::string output;
+  std::string error;
+};
+
+/// The simulated cameras of a run, as `kxsim run` takes them.
+struct Cameras {
+  std::vector<std::string> models;
+  std::string faults = {};
+};
+
+/// Command line of `kxcam arguments…` against the cameras.
+std::vector<std::string> simulated(const Cameras& cameras, const std::vector<std::string>& arguments);
+
+/// Runs `kxcam arguments…` against the cameras.
+Result run(const Cameras& cameras, const std::vector<std::string>& arguments);
+
+/// Runs a shell script against the cameras; "$KXCAM" in it is the tool.
+Result run_shell(const Cameras& cameras, const std::string& script);
+
+/// Runs `kxcam arguments…` with a configuration file of its own and no simulated bus.
+Result run_with_configuration(const std::string& configuration, const std::vector<std::string>& arguments);

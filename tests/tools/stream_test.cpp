@@ -1,0 +1,50 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <chrono>
+#include <csignal>
+#include <thread>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "process.h"
+#include "simulated_run.h"
+
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+
+TEST(Stream, MeasuresForTheTimeGiven) {
+  const Result result = run({{"3600,fps=40"}}, {"stream", "--seconds", "2", "--format", "grey", "--json"});
+  ASSERT_EQ(result.status, 0) << result.error;
+  const json stream = json::parse(result.output);
+  EXPECT_EQ(stream.at("camera"), 0);
+  EXPECT_EQ(stream.at("format"), "grey");
+  EXPECT_GE(stream.at("seconds"), 2.0);
+  EXPECT_LT(stream.at("seconds"), 4.0);
+  EXPECT_GT(stream.at("frames"), 20);
+  EXPECT_LT(stream.at("frames"), 120);
+  EXPECT_EQ(stream.at("bytes"), stream.at("frames").get<int>() * 720 * 540);
+  EXPECT_EQ(stream.at("timeouts"), 0);
+  EXPECT_TRUE(stream.at("errors").empty());
+}
+
+TEST(Stream, StopsAfterTheFramesAskedForAndReportsOnTheWay) {
+  const Result result = run({{"303B,fps=10"}}, {"stream", "-n", "20"});
+  ASSERT_EQ(result.status, 0) << result.error;
+  EXPECT_THAT(result.output, HasSubstr("frames     20 ("));
+  EXPECT_THAT(result.output, testing::ContainsRegex("1\\.[0-9] s +[0-9]+ frames "));
+}
+
+TEST(Stream, AnInterruptEndsItWithTheSummary) {
+  for (const int signal : {SIGINT, SIGTERM}) {
+    Process process(simulated({{"3600,fps=30"}}, {"stream", "--json"}));
+    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
+    process.signal(signal);
+    EXPECT_EQ(process.wait(std::chrono::seconds(10)), 0) << process.error();
+    EXPECT_GT(json::parse(process.output()).at("frames"), 0);
+  }
+}
+
+}  // namespace

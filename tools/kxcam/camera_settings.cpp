@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "camera_settings.h"
+
+#include <kxcam/kxcam.h>
+
+#include "camera.h"
+
+namespace kxcam {
+namespace {
+
+// The camera turns by 90 and 270 degrees itself; half a turn is both mirrors.
+void rotate(const Camera& camera, int angle) {
+  const int index = camera.index();
+  if (angle == 90 || angle == 270) camera.require("rotating", CameraSetRotate(index, angle));
+  if (angle != 180) return;
+  bool mirror_x = false;
+  bool mirror_y = false;
+  camera.require("reading mirror X", CameraGetMirrorX(index, &mirror_x));
+  camera.require("reading mirror Y", CameraGetMirrorY(index, &mirror_y));
+  camera.require("setting mirror X", CameraSetMirrorX(index, !mirror_x));
+  camera.require("setting mirror Y", CameraSetMirrorY(index, !mirror_y));
+}
+
+void apply_geometry(const CameraSettings& settings, const Camera& camera) {
+  const int index = camera.index();
+  if (settings.mirror_x) camera.require("setting mirror X", CameraSetMirrorX(index, true));
+  if (settings.mirror_y) camera.require("setting mirror Y", CameraSetMirrorY(index, true));
+  rotate(camera, settings.rotate);
+  if (settings.resolution) {
+    camera.require("setting the resolution",
+                   CameraSetResolution(index, *settings.resolution, nullptr, nullptr));
+  }
+  // A region is given in coordinates of the picture as it is delivered, so it comes after the turns.
+  if (const auto& roi = settings.roi; roi.size() == 4) {
+    camera.require("setting the region of interest", CameraSetROI(index, roi[0], roi[1], roi[2], roi[3]));
+  }
+}
+
+void apply_tone(const CameraSettings& settings, const Camera& camera) {
+  const int index = camera.index();
+  if (settings.gamma) camera.require("setting gamma", CameraSetGamma(index, *settings.gamma));
+  if (settings.contrast) camera.require("setting contrast", CameraSetContrast(index, *settings.contrast));
+  if (settings.saturation) {
+    camera.require("setting saturation", CameraSetSaturation(index, *settings.saturation));
+  }
+  if (settings.black_level) {
+    camera.require("setting the black level", CameraSetBlackLevel(index, *settings.black_level));
+  }
+  if (settings.enhancement) camera.require("setting enhancement", CameraSetEnhancement(index, true));
+}
+
+}  // namespace
+
+void add_settings_options(CLI::App& command, CameraSettings& settings) {
+  const std::string geometry = "Geometry";
+  auto* resolution =
+      command.add_option("--resolution", settings.resolution, "Resolution preset, see `kxcam info`")
+          ->type_name("PRESET")
+          ->check(CLI::Validator(CLI::NonNegativeNumber).description(""))
+          ->group(geometry);
+  command.add_option("--roi", settings.roi, "Region of interest in pixels of the picture as delivered")
+      ->type_name("X,Y,W,H")
+      ->delimiter(',')
+      ->expected(4)
+      ->check(CLI::Validator(CLI::NonNegativeNumber).description(""))
+      ->excludes(resolution)
+      ->group(geometry);
+  command.add_flag("--mirror-x", settings.mirror_x, "Mirror left to right")->group(geometry);
+  command.add_flag("--mirror-y", settings.mirror_y, "Mirror top to bottom")->group(geometry);
+  command.add_option("--rotate", settings.rotate, "Turn clockwise, after mirroring")
+      ->type_name("90|180|270")
+      ->check(CLI::IsMember({90, 180, 270}).description(""))
+      ->group(geometry);
+
+  const std::string tone = "Tone (not for raw frames)";
+  command.add_option("--gamma", settings.gamma, "0.3 to 2.0")
+      ->type_name("G")
+      ->check(CLI::Range(0.3, 2.0).description(""))
+      ->group(tone);
+  command.add_option("--contrast", settings.contrast, "0.3 to 2.0")
+      ->type_name("C")
+      ->check(CLI::Range(0.3, 2.0).description(""))
+      ->group(tone);
+  command.add_option("--saturation", settings.saturation, "0.0 to 2.0")
+      ->type_name("S")
+      ->check(CLI::Range(0.0, 2.0).description(""))
+      ->group(tone);
+  command.add_option("--black-level", settings.black_level, "0 to 255")
+      ->type_name("L")
+      ->check(CLI::Range(0, 255).description(""))
+      ->group(tone);
+  command.add_flag("--enhancement", settings.enhancement, "The camera's own colour matrix")->group(tone);
+}
+
+void apply(const CameraSettings& settings, const Camera& camera) {
+  apply_geometry(settings, camera);
+  apply_tone(settings, camera);
+}
+
+}  // namespace kxcam

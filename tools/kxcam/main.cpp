@@ -1,0 +1,84 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <cstdio>
+#include <exception>
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <fmt/format.h>
+
+#include <kxcam/kxcam.h>
+
+#include "command.h"
+#include "error.h"
+#include "interrupt.h"
+
+namespace {
+
+using kxcam::Command;
+using kxcam::Error;
+using kxcam::ExitCode;
+
+constexpr const char* kExamples =
+    "Examples:\n"
+    "  kxcam list                                  which cameras are there\n"
+    "  kxcam info -c 1                             what camera 1 is and offers\n"
+    "  kxcam capture                               one picture to frame.png\n"
+    "  kxcam capture -n 20 -o 'run/%04d.pgm'       twenty grey pictures\n"
+    "  kxcam capture --roi 64,64,640,480 -o a.png  part of the sensor\n"
+    "  kxcam capture --type ppm -o - | display     a picture to another program\n"
+    "  kxcam stream --seconds 10                   frame rate and losses\n"
+    "\n"
+    "Exit status: 0 success, 1 failure, 2 usage, 3 no such camera, 4 no permission,\n"
+    "5 in use, 6 no configuration file, 7 no frame.";
+
+std::string version() {
+  int major = 0;
+  int minor = 0;
+  CameraGetVersion(&major, &minor);
+  return fmt::format("kxcam {} (library {}.{})", KXCAM_VERSION, major, minor);
+}
+
+void build(CLI::App& app, Command& chosen) {
+  app.set_version_flag("--version", version);
+  app.require_subcommand(1);
+  add_list_command(app, chosen);
+  add_info_command(app, chosen);
+  add_capture_command(app, chosen);
+  add_stream_command(app, chosen);
+  app.footer(kExamples);  // last, or every subcommand takes it over
+}
+
+ExitCode report(const Error& error) {
+  fmt::print(stderr, "kxcam: {}\n", error.what());
+  if (!error.cure().empty()) fmt::print(stderr, "{}\n", error.cure());
+  return error.exit_code();
+}
+
+ExitCode run(const Command& command) {
+  try {
+    kxcam::watch_for_interrupts();
+    kxcam::StandardOutput output;
+    command(output);
+    return ExitCode::kSuccess;
+  } catch (const Error& error) {
+    return report(error);
+  } catch (const std::exception& exception) {
+    return report(Error(ExitCode::kFailure, exception.what()));
+  }
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  CLI::App app("Look at, take and measure pictures of industrial USB cameras.", "kxcam");
+  Command command;
+  try {
+    build(app, command);
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    const bool asked_for = app.exit(error) == 0;  // --help and --version come this way too
+    return static_cast<int>(asked_for ? ExitCode::kSuccess : ExitCode::kUsage);
+  }
+  return static_cast<int>(run(command));
+}

@@ -1,0 +1,18 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <filesystem>
+#include <span>
+#include <string>
+
+namespace kxcam {
+
+/// Writes all bytes to an open file; throws Error naming `name`.
+void write_all(int file, std::span<const uint8_t> bytes, const std::string& name);
+
+/// Writes a file so that it is either complete or not there: under a temporary name beside it, then
+/// renamed. What is not a regular file (a pipe, a device) is written to as it is. Throws Error.
+void write_file(const std::filesystem::path& path, std::span<const uint8_t> bytes);
+
+}  // namespace kxcam

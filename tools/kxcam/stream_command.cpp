@@ -1,0 +1,180 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <chrono>
+#include <memory>
+#include <optional>
+#include <thread>
+#include <vector>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include <kxcam/kxcam.h>
+
+#include "camera.h"
+#include "camera_settings.h"
+#include "command.h"
+#include "diagnosis.h"
+#include "interrupt.h"
+#include "progress.h"
+#include "stream_statistics.h"
+
+namespace kxcam {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+using std::chrono::milliseconds;
+
+// Errors other than a missing frame come at once and again and again: the stream is over.
+constexpr int kMostErrorsInARow = 10;
+constexpr milliseconds kPauseAfterError{10};
+
+struct Options {
+  int camera = 0;
+  std::optional<double> seconds;
+  std::optional<uint64_t> frames;
+  int timeout = kDefaultTimeoutMs;
+  std::optional<PixelFormat> format;
+  bool json = false;
+  CameraSettings settings;
+};
+
+/// Tells how the stream goes: often on a terminal, once a second elsewhere, not at all beside JSON.
+class Reporter {
+ public:
+  Reporter(StandardOutput& output, bool json) : output_(output), silent_(json) {}
+
+  void report(StreamStatistics& statistics, Clock::duration elapsed) {
+    if (elapsed < next_ || (silent_ && !line_.visible())) return;
+    next_ = elapsed + (line_.visible() ? milliseconds(250) : milliseconds(1000));
+    const std::string text = statistics.progress(elapsed);
+    if (line_.visible()) {
+      line_.show(text);
+    } else {
+      output_.print(text + "\n");
+    }
+  }
+
+ private:
+  StandardOutput& output_;
+  StatusLine line_;
+  bool silent_;
+  Clock::duration next_ = milliseconds(250);
+};
+
+class Stream {
+ public:
+  Stream(const Options& options, const Camera& camera)
+      : options_(options),
+        camera_(camera),
+        format_(options.format.value_or(natural_format(camera.identity().product_id))) {}
+
+  /// Runs until it has what was asked for, the user interrupts it or the camera fails it for good.
+  void run(Reporter& reporter) {
+    while (!finished()) {
+      take_frame();
+      reporter.report(statistics_, elapsed());
+    }
+  }
+
+  PixelFormat format() const { return format_; }
+  const StreamStatistics& statistics() const { return statistics_; }
+  Clock::duration elapsed() const { return Clock::now() - start_; }
+  const std::optional<Error>& failure() const { return failure_; }
+
+ private:
+  bool finished() const {
+    if (failure_ || interrupted()) return true;
+    if (options_.frames && statistics_.frames() >= *options_.frames) return true;
+    return options_.seconds && StreamStatistics::Seconds(elapsed()).count() >= *options_.seconds;
+  }
+
+  // One short wait at a time, so that the report goes on while no frame comes.
+  void take_frame() {
+    const int code = camera_.query(format_, milliseconds(0), frame_);
+    if (code == KXCAM_ERROR_NO_FRAME) {
+      note_silence();
+    } else if (code != 0) {
+      note_error(code);
+    } else {
+      statistics_.add_frame(frame_.size());
+      errors_in_a_row_ = 0;
+      quiet_since_ = Clock::now();
+    }
+  }
+
+  void note_silence() {
+    if (Clock::now() - quiet_since_ < milliseconds(options_.timeout)) return;
+    quiet_since_ = Clock::now();
+    statistics_.add_timeout();
+    if (!camera_.answers()) failure_ = camera_gone_error(camera_.index());
+  }
+
+  void note_error(int code) {
+    statistics_.add_error(code);
+    if (++errors_in_a_row_ >= kMostErrorsInARow) {
+      failure_ = camera_error(camera_.index(), "taking a frame", code);
+    } else {
+      std::this_thread::sleep_for(kPauseAfterError);
+    }
+  }
+
+  const Options& options_;
+  const Camera& camera_;
+  PixelFormat format_;
+  StreamStatistics statistics_;
+  std::vector<uint8_t> frame_;
+  Clock::time_point start_ = Clock::now();
+  Clock::time_point quiet_since_ = start_;
+  int errors_in_a_row_ = 0;
+  std::optional<Error> failure_;
+};
+
+void print_summary(const Stream& stream, const Camera& camera, const Options& options,
+                   StandardOutput& output) {
+  const auto elapsed = stream.elapsed();
+  if (!options.json) {
+    output.print(stream.statistics().summary(elapsed));
+    return;
+  }
+  nlohmann::ordered_json json = {
+      {"camera", camera.index()}, {"serial", camera.identity().serial}, {"format", name_of(stream.format())}};
+  json.update(stream.statistics().json(elapsed));
+  output.print(json.dump(2) + "\n");
+}
+
+void run(const Options& options, StandardOutput& output) {
+  const Camera camera(options.camera);
+  apply(options.settings, camera);
+  Stream stream(options, camera);
+  {
+    Reporter reporter(output, options.json);
+    stream.run(reporter);
+  }
+  print_summary(stream, camera, options, output);
+  if (stream.failure()) throw Error(*stream.failure());
+  if (stream.statistics().frames() > 0 || interrupted()) return;
+  throw no_frame_error(camera.index(),
+                       static_cast<int>(std::chrono::duration_cast<milliseconds>(stream.elapsed()).count()));
+}
+
+}  // namespace
+
+void add_stream_command(CLI::App& app, Command& chosen) {
+  auto* command = app.add_subcommand("stream", "Take frames, store none and show the rate");
+  const auto options = std::make_shared<Options>();
+  add_camera_option(*command, options->camera);
+  command->add_option("--seconds", options->seconds, "Stop after this time (default: at Ctrl-C)")
+      ->type_name("S")
+      ->check(CLI::Range(0.001, 1e9).description(""));
+  command->add_option("-n,--frames", options->frames, "Stop after so many frames")
+      ->type_name("N")
+      ->check(CLI::Range(1, 1'000'000'000).description(""));
+  add_format_option(*command, options->format);
+  add_timeout_option(*command, options->timeout);
+  add_json_option(*command, options->json);
+  add_settings_options(*command, options->settings);
+  command->callback(
+      [options, &chosen] { chosen = [options](StandardOutput& output) { run(*options, output); }; });
+}
+
+}  // namespace kxcam
