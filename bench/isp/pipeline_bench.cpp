@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // Rates of the picture conversions, each beside a plain memcpy of as many bytes as it writes. Both take
-// turns in one loop, so that the ratio holds whatever else the machine does.
+// turns in one loop and are measured in processor time of the thread, so that other work on the machine
+// disturbs their ratio as little as may be.
 #include <algorithm>
-#include <chrono>
+#include <array>
 #include <cstdint>
 #include <cstring>
+#include <ctime>
 #include <memory>
 #include <random>
 #include <string>
@@ -71,11 +73,17 @@ double median(std::vector<double> values) {
   return *middle;
 }
 
+double processor_seconds() {
+  timespec now{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
 template <class Work>
 double seconds(const Work& work) {
-  const auto start = std::chrono::steady_clock::now();
+  const double start = processor_seconds();
   work();
-  return std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+  return processor_seconds() - start;
 }
 
 void run(benchmark::State& state, const Pipeline& pipeline, SensorSize size) {

@@ -20,8 +20,12 @@ constexpr uint16_t kLineTrigger = 3;
 constexpr uint16_t kLineSnapCount = 4;
 constexpr size_t kLongestFlashTransfer = 4096;
 
-Answer stall() { return {.stalled = true}; }
-Answer acknowledge(Bridge::Effect effect = Bridge::Effect::kNone) { return {.reply = {1}, .effect = effect}; }
+Answer stall() {
+  return {.stalled = true};
+}
+Answer acknowledge(Bridge::Effect effect = Bridge::Effect::kNone) {
+  return {.reply = {1}, .effect = effect};
+}
 
 std::vector<uint8_t> little_endian(std::initializer_list<int> words) {
   std::vector<uint8_t> bytes;
@@ -193,10 +197,8 @@ Answer Bridge::select_resolution(const ControlSetup& setup) {
 
 Answer Bridge::request_region(const ControlSetup& setup, std::span<const uint8_t> data) {
   if (data.size() != 4) return stall();
-  requested_region_ = Readout{.x = setup.value,
-                              .y = setup.index,
-                              .width = data[0] | data[1] << 8,
-                              .height = data[2] | data[3] << 8};
+  requested_region_ = Readout{
+      .x = setup.value, .y = setup.index, .width = data[0] | data[1] << 8, .height = data[2] | data[3] << 8};
   return {};
 }
 
@@ -261,7 +263,9 @@ Answer Bridge::prepare_flash(const ControlSetup& setup) {
   return {};
 }
 
-bool Bridge::has_isp() const { return options_.firmware >= 0x8300; }
+bool Bridge::has_isp() const {
+  return options_.firmware >= 0x8300;
+}
 
 bool Bridge::waits_for_trigger() const {
   const auto trigger = sensor_trigger(options_.model->MID);
@@ -274,9 +278,17 @@ uint16_t Bridge::snap_count() const {
   return std::max<uint16_t>(1, lines ? *lines : isp_register(kIspFrameCount));
 }
 
-uint16_t Bridge::sensor_register(uint16_t address) const { return find(sensor_, address).value_or(0); }
-uint16_t Bridge::isp_register(uint16_t address) const { return find(isp_, address).value_or(0); }
-std::optional<uint16_t> Bridge::parameter(uint16_t index) const { return find(parameters_, index); }
-std::optional<uint16_t> Bridge::line_setting(uint16_t index) const { return find(line_settings_, index); }
+uint16_t Bridge::sensor_register(uint16_t address) const {
+  return find(sensor_, address).value_or(0);
+}
+uint16_t Bridge::isp_register(uint16_t address) const {
+  return find(isp_, address).value_or(0);
+}
+std::optional<uint16_t> Bridge::parameter(uint16_t index) const {
+  return find(parameters_, index);
+}
+std::optional<uint16_t> Bridge::line_setting(uint16_t index) const {
+  return find(line_settings_, index);
+}
 
 }  // namespace kxsim

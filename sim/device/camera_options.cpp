@@ -160,7 +160,8 @@ CameraOptions parse_camera_options(std::string_view text) {
     const auto value = equals == std::string_view::npos ? std::string_view() : item.substr(equals + 1);
     const auto setter = setters().find(key);
     if (setter == setters().end()) {
-      throw BadCameraOptions("unknown camera option '" + std::string(key) + "': expected one of " + all_keys());
+      throw BadCameraOptions("unknown camera option '" + std::string(key) + "': expected one of " +
+                             all_keys());
     }
     setter->second(options, key, value);
   }

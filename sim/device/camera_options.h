@@ -16,8 +16,8 @@ enum class UsbSpeed { kHigh, kSuper };
 /// How one simulated camera is made. The defaults are a factory-fresh camera.
 struct CameraOptions {
   const kxcam::CameraModel* model = default_model();
-  std::string serial;                                    ///< up to 12 characters; empty = the next KXSIM number
-  std::string name;                                      ///< user-given name; empty = none
+  std::string serial;  ///< up to 12 characters; empty = the next KXSIM number
+  std::string name;    ///< user-given name; empty = none
   uint32_t firmware = default_firmware(*default_model());
   uint16_t features = 0;
   bool generic_id = false;     ///< enumerates as 0x3FF0; the true id must be asked for

@@ -11,8 +11,12 @@ constexpr uint8_t kSuperSpeedCompanion = 0x30;
 constexpr uint8_t kVendorSpecific = 0xFF;
 constexpr uint8_t kBulk = 2;
 
-constexpr uint8_t low(uint16_t word) { return static_cast<uint8_t>(word); }
-constexpr uint8_t high(uint16_t word) { return static_cast<uint8_t>(word >> 8); }
+constexpr uint8_t low(uint16_t word) {
+  return static_cast<uint8_t>(word);
+}
+constexpr uint8_t high(uint16_t word) {
+  return static_cast<uint8_t>(word >> 8);
+}
 
 std::vector<uint8_t> encode_string(std::string_view text) {
   std::vector<uint8_t> bytes = {static_cast<uint8_t>(2 + 2 * text.size()), kString};
@@ -49,10 +53,31 @@ std::vector<uint8_t> device_descriptor(const CameraOptions& options) {
 
 std::vector<uint8_t> configuration_descriptor(const CameraOptions& options) {
   const auto packet = bulk_packet_size(options.speed);
-  std::vector<uint8_t> bytes = {
-      9, kConfiguration, 0, 0, 1, 1, 0, 0x80, 250,            // bus powered
-      9, kInterface, 0, 0, 1, kVendorSpecific, 0, 0, 0,       //
-      7, kEndpoint, bulk_endpoint(*options.model), kBulk, low(packet), high(packet), 0};
+  std::vector<uint8_t> bytes = {9,
+                                kConfiguration,
+                                0,
+                                0,
+                                1,
+                                1,
+                                0,
+                                0x80,
+                                250,  // bus powered
+                                9,
+                                kInterface,
+                                0,
+                                0,
+                                1,
+                                kVendorSpecific,
+                                0,
+                                0,
+                                0,  //
+                                7,
+                                kEndpoint,
+                                bulk_endpoint(*options.model),
+                                kBulk,
+                                low(packet),
+                                high(packet),
+                                0};
   if (options.speed == UsbSpeed::kSuper) bytes.insert(bytes.end(), {6, kSuperSpeedCompanion, 15, 0, 0, 0});
   bytes[2] = static_cast<uint8_t>(bytes.size());
   return bytes;

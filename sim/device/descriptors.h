@@ -13,9 +13,13 @@ inline constexpr uint16_t kVendorId = 0xA7B7;
 inline constexpr uint16_t kGenericProductId = 0x3FF0;
 
 /// Address of the bulk IN endpoint.
-constexpr uint8_t bulk_endpoint(const kxcam::CameraModel& model) { return model.newer_bridge() ? 0x81 : 0x82; }
+constexpr uint8_t bulk_endpoint(const kxcam::CameraModel& model) {
+  return model.newer_bridge() ? 0x81 : 0x82;
+}
 /// Bytes in a full bulk packet.
-constexpr uint16_t bulk_packet_size(UsbSpeed speed) { return speed == UsbSpeed::kSuper ? 1024 : 512; }
+constexpr uint16_t bulk_packet_size(UsbSpeed speed) {
+  return speed == UsbSpeed::kSuper ? 1024 : 512;
+}
 
 std::vector<uint8_t> device_descriptor(const CameraOptions& options);
 /// The one configuration with its interface and endpoint.

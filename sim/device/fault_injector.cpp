@@ -17,7 +17,9 @@ void FaultInjector::add(const FaultPlan& plan) {
   if (plan.stream_frames) frames_left_ = plan.stream_frames;
 }
 
-void FaultInjector::clear() { *this = FaultInjector(); }
+void FaultInjector::clear() {
+  *this = FaultInjector();
+}
 
 template <class Fault>
 std::optional<Fault> FaultInjector::advance(std::vector<Counted<Fault>>& faults) {
@@ -42,7 +44,9 @@ std::optional<BulkFault::Action> FaultInjector::next_bulk() {
   return hit ? std::optional(hit->action) : std::nullopt;
 }
 
-std::optional<FrameFault> FaultInjector::next_frame() { return advance(frames_); }
+std::optional<FrameFault> FaultInjector::next_frame() {
+  return advance(frames_);
+}
 
 std::optional<UnplugFault> FaultInjector::take_counted(UnplugFault::When when) {
   std::optional<UnplugFault> hit;
@@ -60,7 +64,9 @@ std::optional<UnplugFault> FaultInjector::frame_sent() {
   return take_counted(UnplugFault::When::kFrames);
 }
 
-std::optional<UnplugFault> FaultInjector::request_done() { return take_counted(UnplugFault::When::kRequests); }
+std::optional<UnplugFault> FaultInjector::request_done() {
+  return take_counted(UnplugFault::When::kRequests);
+}
 
 std::optional<UnplugFault> FaultInjector::take_timed(std::chrono::steady_clock::duration since_plug) {
   const auto due = std::ranges::find_if(unplugs_, [&](const auto& counted) {
@@ -80,6 +86,8 @@ std::optional<std::chrono::milliseconds> FaultInjector::next_timed() const {
   return first;
 }
 
-bool FaultInjector::stream_ended() const { return frames_left_ == 0U; }
+bool FaultInjector::stream_ended() const {
+  return frames_left_ == 0U;
+}
 
 }  // namespace kxsim

@@ -46,8 +46,8 @@ class Words {
 
   [[noreturn]] void refuse(std::string_view expected) const {
     const auto found = done() ? std::string("the end of the line") : "'" + std::string(peek()) + "'";
-    throw BadFaultScript("fault script, line " + std::to_string(line_) + ": expected " + std::string(expected) +
-                         ", found " + found);
+    throw BadFaultScript("fault script, line " + std::to_string(line_) + ": expected " +
+                         std::string(expected) + ", found " + found);
   }
 
  private:
@@ -135,11 +135,10 @@ Action read_action(Words& words, const std::array<Named<Action>, N>& actions) {
 
 void read_request(Words& words, FaultPlan& plan) {
   using Action = RequestFault::Action;
-  static constexpr std::array kActions = {Named{"stall", Action::kStall},
-                                          Named{"timeout", Action::kTimeout},
-                                          Named{"garbage", Action::kGarbage},
-                                          Named{"short", Action::kShort},
-                                          Named{"reply", Action::kReply}};
+  static constexpr std::array kActions = {
+      Named<Action>{"stall", Action::kStall}, Named<Action>{"timeout", Action::kTimeout},
+      Named<Action>{"garbage", Action::kGarbage}, Named<Action>{"short", Action::kShort},
+      Named<Action>{"reply", Action::kReply}};
   RequestFault fault;
   fault.which = read_which(words);
   if (words.accept("of")) fault.code = read_byte(words, "a request code such as 0xB3");
@@ -155,20 +154,19 @@ void read_request(Words& words, FaultPlan& plan) {
 
 void read_bulk(Words& words, FaultPlan& plan) {
   using Action = BulkFault::Action;
-  static constexpr std::array kActions = {Named{"stall", Action::kStall},
-                                          Named{"overflow", Action::kOverflow},
-                                          Named{"error", Action::kError}};
+  static constexpr std::array kActions = {Named<Action>{"stall", Action::kStall},
+                                          Named<Action>{"overflow", Action::kOverflow},
+                                          Named<Action>{"error", Action::kError}};
   const auto which = read_which(words);
   plan.bulk.push_back({.action = read_action(words, kActions), .which = which});
 }
 
 void read_frame(Words& words, FaultPlan& plan) {
   using Action = FrameFault::Action;
-  static constexpr std::array kActions = {Named{"missing", Action::kMissing},
-                                          Named{"short", Action::kShort},
-                                          Named{"long", Action::kLong},
-                                          Named{"split", Action::kSplit},
-                                          Named{"unended", Action::kUnended}};
+  static constexpr std::array kActions = {
+      Named<Action>{"missing", Action::kMissing}, Named<Action>{"short", Action::kShort},
+      Named<Action>{"long", Action::kLong}, Named<Action>{"split", Action::kSplit},
+      Named<Action>{"unended", Action::kUnended}};
   FrameFault fault;
   fault.which = read_which(words);
   fault.action = read_action(words, kActions);
@@ -183,8 +181,8 @@ void read_unplug(Words& words, FaultPlan& plan) {
   } else if (words.accept("after")) {
     fault.count = read_number(words, "a number from 1", 1);
     using When = UnplugFault::When;
-    static constexpr std::array kEvents = {Named{"frames", When::kFrames},
-                                           Named{"requests", When::kRequests}};
+    static constexpr std::array kEvents = {Named<When>{"frames", When::kFrames},
+                                           Named<When>{"requests", When::kRequests}};
     fault.when = read_action(words, kEvents);
   } else {
     words.refuse("'at' or 'after'");

@@ -9,7 +9,8 @@ namespace {
 std::chrono::nanoseconds period_of(double frame_rate) {
   // At most an hour: longer ones would overflow the arithmetic and nobody waits for them.
   constexpr double kLongest = 3600e9;
-  return std::chrono::nanoseconds(frame_rate > 0 ? static_cast<int64_t>(std::min(1e9 / frame_rate, kLongest)) : 0);
+  return std::chrono::nanoseconds(frame_rate > 0 ? static_cast<int64_t>(std::min(1e9 / frame_rate, kLongest))
+                                                 : 0);
 }
 
 }  // namespace
@@ -56,6 +57,8 @@ void FrameClock::take(Time now) {
   ++next_;
 }
 
-bool FrameClock::newer_frame(Time now) const { return mode_ == Mode::kFree && timed() && tick(now) >= next_; }
+bool FrameClock::newer_frame(Time now) const {
+  return mode_ == Mode::kFree && timed() && tick(now) >= next_;
+}
 
 }  // namespace kxsim

@@ -41,9 +41,9 @@ class FrameClock {
 
   std::chrono::nanoseconds period_;
   Mode mode_ = Mode::kStopped;
-  Time origin_;                 // of tick 0
-  uint64_t next_ = 0;           // the first tick not yet taken
-  uint64_t burst_left_ = 0;     // triggered frames not yet taken
+  Time origin_;              // of tick 0
+  uint64_t next_ = 0;        // the first tick not yet taken
+  uint64_t burst_left_ = 0;  // triggered frames not yet taken
   uint64_t missed_ = 0;
 };
 

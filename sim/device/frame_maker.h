@@ -36,7 +36,6 @@ class FrameMaker {
   void make(const FrameRequest& request, std::span<uint8_t> out);
 
  private:
-
   const SensorDescription description_;
 
   std::mutex mutex_;  // guards the three below

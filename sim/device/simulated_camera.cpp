@@ -103,6 +103,7 @@ void SimulatedCamera::power_up_locked() {
   if (powered_) return;
   powered_ = true;
   powered_since_ = Clock::now();
+  plug_events_.clear();
   replug_at_.reset();
   bridge_.restart();
   frame_number_ = 0;
@@ -111,6 +112,8 @@ void SimulatedCamera::power_up_locked() {
 
 void SimulatedCamera::power_down() {
   const std::lock_guard lock(mutex_);
+  plug_events_.clear();
+  replug_at_.reset();
   power_down_locked();
 }
 
@@ -155,7 +158,8 @@ void SimulatedCamera::execute(const ControlSetup& setup, Transfer& transfer,
     unanswered_.push_back(&transfer);
     return;
   }
-  if (fault && fault->action == RequestFault::Action::kStall) return transfer.finished(TransferStatus::kStalled);
+  if (fault && fault->action == RequestFault::Action::kStall)
+    return transfer.finished(TransferStatus::kStalled);
   auto answer = bridge_.execute(setup, transfer.data);
   if (answer.stalled && !fault) return transfer.finished(TransferStatus::kStalled);
   if (fault) answer.reply = distort(*fault, std::move(answer.reply), counters_.requests);
@@ -429,7 +433,9 @@ void SimulatedCamera::run() {
   }
 }
 
-bool SimulatedCamera::work(Lock& lock) { return plug_work(lock) || frame_work(lock); }
+bool SimulatedCamera::work(Lock& lock) {
+  return plug_work(lock) || frame_work(lock);
+}
 
 std::optional<SimulatedCamera::Clock::time_point> SimulatedCamera::next_work() const {
   std::optional<Clock::time_point> next = replug_at_;
@@ -445,7 +451,8 @@ std::optional<SimulatedCamera::Clock::time_point> SimulatedCamera::next_work() c
 bool SimulatedCamera::plug_work(Lock& lock) {
   const auto now = Clock::now();
   if (powered_) pull(faults_.take_timed(now - powered_since_));
-  if (replug_at_ && *replug_at_ <= now) {
+  // The listener hears of the departure before the camera can be back.
+  if (plug_events_.empty() && replug_at_ && *replug_at_ <= now) {
     power_up_locked();
     plug_events_.push_back({.plugged = true, .port = std::exchange(replug_port_, std::nullopt)});
   }

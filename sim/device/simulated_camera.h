@@ -68,6 +68,7 @@ class SimulatedCamera {
 
   /// Plugs into a host port: power comes up and everything volatile is as new.
   void power_up();
+  /// Also keeps a camera that a fault unplugged from coming back by itself.
   void power_down();
   bool powered() const;
   /// False, and the transfer stays untouched, when the camera is not on the bus.

@@ -21,13 +21,15 @@ constexpr int kNotRunnable = 126;
 sigset_t watched_signals() {
   sigset_t set;
   sigemptyset(&set);
-  for (const int number : {SIGCHLD, SIGTERM, SIGHUP, SIGINT, SIGQUIT, SIGUSR1, SIGUSR2}) sigaddset(&set, number);
+  for (const int number : {SIGCHLD, SIGTERM, SIGHUP, SIGINT, SIGQUIT, SIGUSR1, SIGUSR2})
+    sigaddset(&set, number);
   return set;
 }
 
 /// Zero or an errno code.
 int spawn(const std::vector<std::string>& command, const sigset_t& signal_mask, pid_t& child) {
   std::vector<char*> arguments;
+  arguments.reserve(command.size() + 1);
   for (const auto& word : command) arguments.push_back(const_cast<char*>(word.c_str()));
   arguments.push_back(nullptr);
   posix_spawnattr_t attributes;

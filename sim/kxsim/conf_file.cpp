@@ -17,7 +17,9 @@ namespace kxsim {
 namespace {
 
 /// A row's description is one word; the model's name without its first one is.
-std::string_view one_word(std::string_view name) { return name.substr(name.find(' ') + 1); }
+std::string_view one_word(std::string_view name) {
+  return name.substr(name.find(' ') + 1);
+}
 
 std::string all_ids() {
   std::string text = "# Every simulated camera model, written by kxsim.\n<VPD>\n";

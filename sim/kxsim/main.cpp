@@ -22,12 +22,14 @@ int dispatch(int argc, char** argv) {
 
   kxsim::RunOptions options;
   auto* const run = app.add_subcommand("run", "Run a command that sees simulated cameras");
-  run->add_option("-c,--camera", options.cameras, "A camera: MODEL[,key=value]...; may be given several times")
+  run->add_option("-c,--camera", options.cameras,
+                  "A camera: MODEL[,key=value]...; may be given several times")
       ->type_name("MODEL")
       ->allow_extra_args(false);
   run->add_option("-s,--scene", options.scene, "What the cameras see: chart, grey or a picture file")
       ->type_name("SCENE");
-  run->add_option("-f,--fault", options.faults, "What goes wrong: a fault script, or @FILE")->type_name("SCRIPT");
+  run->add_option("-f,--fault", options.faults, "What goes wrong: a fault script, or @FILE")
+      ->type_name("SCRIPT");
   run->add_option("--conf", options.conf, "Transport configuration, instead of one that lists all models")
       ->check(CLI::ExistingFile)
       ->type_name("FILE");

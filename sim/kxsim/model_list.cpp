@@ -17,7 +17,9 @@ const char* color_name(const kxcam::CameraModel& model) {
   return kNames.at(model.COLOR_MODE);
 }
 
-const char* bridge_name(const kxcam::CameraModel& model) { return model.newer_bridge() ? "newer" : "older"; }
+const char* bridge_name(const kxcam::CameraModel& model) {
+  return model.newer_bridge() ? "newer" : "older";
+}
 
 }  // namespace
 

@@ -8,9 +8,9 @@ namespace kxsim {
 std::filesystem::path find_preload_module() {
   constexpr const char* kName = "libkxsim-usbfs.so";
   const auto folder = std::filesystem::read_symlink("/proc/self/exe").parent_path();
-  const auto beside = folder / kName;
+  auto beside = folder / kName;
   if (std::filesystem::exists(beside)) return beside;
-  const auto installed = (folder / KXSIM_MODULE_FOLDER / kName).lexically_normal();
+  auto installed = (folder / KXSIM_MODULE_FOLDER / kName).lexically_normal();
   if (std::filesystem::exists(installed)) return installed;
   throw std::runtime_error("cannot find " + beside.string() + " nor " + installed.string());
 }

@@ -22,7 +22,8 @@ std::string check_cameras(const std::vector<std::string>& cameras) {
   std::string lines;
   for (const auto& camera : cameras) {
     parse_camera_options(camera);
-    if (camera.find('\n') != std::string::npos) throw std::runtime_error("a camera's description is one line");
+    if (camera.find('\n') != std::string::npos)
+      throw std::runtime_error("a camera's description is one line");
     lines += camera + "\n";
   }
   return lines;
@@ -45,7 +46,9 @@ std::string check_faults(const std::string& faults) {
   return script;
 }
 
-void set_variable(const char* name, const std::string& value) { setenv(name, value.c_str(), 1); }
+void set_variable(const char* name, const std::string& value) {
+  setenv(name, value.c_str(), 1);
+}
 
 void preload(const std::filesystem::path& module) {
   const char* const others = std::getenv("LD_PRELOAD");

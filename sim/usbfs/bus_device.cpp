@@ -9,7 +9,9 @@
 
 namespace kxsim {
 
-std::string BusDevice::system_name() const { return std::to_string(kBus) + "-" + std::to_string(port_); }
+std::string BusDevice::system_name() const {
+  return std::to_string(kBus) + "-" + std::to_string(port_);
+}
 
 std::string BusDevice::node_path() const {
   std::array<char, 32> path{};

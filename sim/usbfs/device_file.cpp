@@ -37,7 +37,9 @@ int status_code(TransferStatus status) {
   return -EPROTO;
 }
 
-uint16_t word(const uint8_t* bytes) { return static_cast<uint16_t>(bytes[0] | bytes[1] << 8); }
+uint16_t word(const uint8_t* bytes) {
+  return static_cast<uint16_t>(bytes[0] | bytes[1] << 8);
+}
 
 std::span<uint8_t> buffer_of(const usbdevfs_urb& urb) {
   return {static_cast<uint8_t*>(urb.buffer), static_cast<size_t>(urb.buffer_length)};
@@ -48,7 +50,10 @@ std::span<uint8_t> buffer_of(const usbdevfs_urb& urb) {
 class DeviceFile::Request final : public Transfer {
  public:
   Request(DeviceFile& file, usbdevfs_urb& urb, std::span<uint8_t> bytes)
-      : Transfer(bytes), urb_(urb), cost_(static_cast<size_t>(urb.buffer_length) + kRequestOverhead), file_(file) {}
+      : Transfer(bytes),
+        urb_(urb),
+        cost_(static_cast<size_t>(urb.buffer_length) + kRequestOverhead),
+        file_(file) {}
 
   void finished(TransferStatus status) override {
     status_ = status;
@@ -71,7 +76,9 @@ class DeviceFile::Request final : public Transfer {
 DeviceFile::DeviceFile(std::shared_ptr<BusDevice> device, MemoryBudget& budget)
     : device_(std::move(device)), budget_(budget) {}
 
-DeviceFile::~DeviceFile() { close(); }
+DeviceFile::~DeviceFile() {
+  close();
+}
 
 int DeviceFile::ioctl(unsigned long request, void* argument) {
   // Finished requests can be fetched from a device that has left; nothing else works on it.
@@ -125,7 +132,9 @@ int DeviceFile::release(unsigned interface) {
   return device_->interface_owner.compare_exchange_strong(owner, nullptr) ? 0 : -EINVAL;
 }
 
-int DeviceFile::disconnect_and_claim(const usbdevfs_disconnect_claim& request) { return claim(request.interface); }
+int DeviceFile::disconnect_and_claim(const usbdevfs_disconnect_claim& request) {
+  return claim(request.interface);
+}
 
 int DeviceFile::get_driver(usbdevfs_getdriver& driver) const {
   if (driver.interface != 0) return -EINVAL;

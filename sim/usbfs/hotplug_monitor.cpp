@@ -21,6 +21,11 @@ void HotplugMonitor::stop() {
   events_.clear();
 }
 
+int HotplugMonitor::descriptor() {
+  const std::lock_guard lock(mutex_);
+  return descriptor_;
+}
+
 void HotplugMonitor::post(HotplugEvent event) {
   const std::lock_guard lock(mutex_);
   if (descriptor_ < 0) return;

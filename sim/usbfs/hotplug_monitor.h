@@ -20,7 +20,7 @@ class HotplugMonitor {
  public:
   void start();
   void stop();
-  int descriptor() const { return descriptor_; }
+  int descriptor();
 
   void post(HotplugEvent event);
   std::optional<HotplugEvent> next();

@@ -45,8 +45,8 @@ int open_attribute(std::string_view path) {
   path.remove_prefix(kAttributes.size());
   const auto slash = path.find('/');
   const auto device = VirtualBus::instance().find_device(path.substr(0, slash));
-  const auto content = device && slash != std::string_view::npos ? device->attribute(path.substr(slash + 1))
-                                                                 : std::nullopt;
+  const auto content =
+      device && slash != std::string_view::npos ? device->attribute(path.substr(slash + 1)) : std::nullopt;
   if (content) return memory_file(*content);
   errno = ENOENT;
   return -1;
@@ -76,17 +76,19 @@ extern "C" {
 
 int open(const char* path, int flags, ...) {
   mode_t mode = 0;
-  if ((flags & (O_CREAT | O_TMPFILE)) != 0) {
+  if ((flags & O_CREAT) != 0 || (flags & O_TMPFILE) == O_TMPFILE) {
     va_list arguments;
     va_start(arguments, flags);
-    mode = va_arg(arguments, mode_t);
+    mode = va_arg(arguments, mode_t);  // NOLINT(clang-analyzer-valist.Uninitialized): it is started
     va_end(arguments);
   }
   return kxsim::open_file(path, flags, mode);
 }
 
 int __open_2(const char* path, int flags);
-int __open_2(const char* path, int flags) { return kxsim::open_file(path, flags, 0); }
+int __open_2(const char* path, int flags) {
+  return kxsim::open_file(path, flags, 0);
+}
 
 int close(int descriptor) {
   if (kxsim::DescriptorFlags::maybe_ours(descriptor)) {

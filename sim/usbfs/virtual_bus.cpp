@@ -22,7 +22,9 @@ VirtualBus::VirtualBus() {
   pthread_atfork(nullptr, nullptr, [] { instance().forget_everything(); });
 }
 
-void VirtualBus::on_first_use(std::function<void()> populate) { populate_ = std::move(populate); }
+void VirtualBus::on_first_use(std::function<void()> populate) {
+  populate_ = std::move(populate);
+}
 
 void VirtualBus::first_use() {
   std::call_once(first_use_, [this] {
@@ -31,38 +33,40 @@ void VirtualBus::first_use() {
 }
 
 void VirtualBus::plug(std::shared_ptr<SimulatedCamera> camera, std::optional<int> port) {
+  const std::lock_guard plugging(plug_mutex_);
   camera->on_plug_event([this](SimulatedCamera& who, const PlugEvent& event) { plug_event(who, event); });
+  away_.erase(camera.get());
   attach(std::move(camera), port);
 }
 
-int VirtualBus::free_port() const {
-  for (int port = 1; port <= kPorts; ++port) {
-    if (!devices_.contains(port)) return port;
+int VirtualBus::choose_port(const SimulatedCamera& camera, std::optional<int> wanted) const {
+  const auto same = [&](const auto& entry) { return &entry.second->camera() == &camera; };
+  if (std::ranges::any_of(devices_, same)) throw std::runtime_error("the camera is on the bus already");
+  int port = wanted.value_or(1);
+  while (!wanted && devices_.contains(port)) ++port;
+  if (port < 1 || port > kPorts || devices_.contains(port)) {
+    throw std::runtime_error("port " + std::to_string(port) + " is taken or does not exist");
   }
-  throw std::runtime_error("no free port on the bus");
+  return port;
 }
 
 void VirtualBus::attach(std::shared_ptr<SimulatedCamera> camera, std::optional<int> port) {
-  std::shared_ptr<BusDevice> device;
+  constexpr int kLastAddress = 127;
+  HotplugEvent event{.action = "add", .system_name = {}, .node_path = {}};
   {
     const std::lock_guard lock(mutex_);
-    const auto same = [&](const auto& entry) { return &entry.second->camera() == camera.get(); };
-    if (std::ranges::any_of(devices_, same)) throw std::runtime_error("the camera is on the bus already");
-    const int place = port ? *port : free_port();
-    if (place < 1 || place > kPorts || devices_.contains(place)) {
-      throw std::runtime_error("port " + std::to_string(place) + " is taken or does not exist");
-    }
-    away_.erase(camera.get());
-    constexpr int kLastAddress = 127;
+    const int place = choose_port(*camera, port);
     last_address_ = last_address_ % kLastAddress + 1;
     camera->power_up();
-    device = std::make_shared<BusDevice>(std::move(camera), place, last_address_);
+    const auto device = std::make_shared<BusDevice>(std::move(camera), place, last_address_);
+    event.system_name = device->system_name();
+    event.node_path = device->node_path();
     devices_.emplace(place, device);
   }
-  monitor_.post({"add", device->system_name(), device->node_path()});
+  monitor_.post(std::move(event));
 }
 
-std::shared_ptr<SimulatedCamera> VirtualBus::detach(const SimulatedCamera& camera, int* port) {
+std::shared_ptr<BusDevice> VirtualBus::detach(SimulatedCamera& camera) {
   std::shared_ptr<BusDevice> device;
   std::vector<std::shared_ptr<DeviceFile>> open_files;
   {
@@ -77,50 +81,54 @@ std::shared_ptr<SimulatedCamera> VirtualBus::detach(const SimulatedCamera& camer
       if (&file->device() == device.get()) open_files.push_back(file);
     }
   }
-  device->camera().power_down();
+  if (camera.powered()) camera.power_down();
   for (const auto& file : open_files) file->device_left();
   monitor_.post({"remove", device->system_name(), device->node_path()});
-  if (port != nullptr) *port = device->port();
-  return device->shared_camera();
+  return device;
 }
 
 void VirtualBus::unplug(SimulatedCamera& camera) {
-  detach(camera, nullptr);
-  const std::lock_guard lock(mutex_);
-  away_.erase(&camera);
+  // Outlives the lock: a camera that ends here waits for its thread, which may be waiting for the lock.
+  std::shared_ptr<BusDevice> device;
+  const std::lock_guard plugging(plug_mutex_);
+  device = detach(camera);
+  const auto away = away_.find(&camera);
+  if (away == away_.end()) return;
+  camera.power_down();
+  device = std::move(away->second);
+  away_.erase(away);
 }
 
 void VirtualBus::replug(const std::shared_ptr<SimulatedCamera>& camera, std::optional<int> port) {
-  int place = 0;
-  if (!detach(*camera, &place)) return;
-  attach(camera, port ? port : place);
+  const std::lock_guard plugging(plug_mutex_);
+  const auto device = detach(*camera);
+  if (device) attach(camera, port ? port : device->port());
 }
 
 void VirtualBus::unplug_all() {
-  for (const auto& camera : cameras()) unplug(*camera);
+  auto all = cameras();
+  {
+    const std::lock_guard plugging(plug_mutex_);
+    for (const auto& [camera, device] : away_) all.push_back(device->shared_camera());
+  }
+  for (const auto& camera : all) unplug(*camera);
 }
 
-/// Runs on the camera's own thread, which must not be the one to let the camera go: away_ keeps it.
+/// Runs on the camera's own thread, which must not be the one to let go of it last: at the end the bus
+/// still holds the camera, here or there.
 void VirtualBus::plug_event(SimulatedCamera& camera, const PlugEvent& event) {
+  const std::lock_guard plugging(plug_mutex_);
   if (!event.plugged) {
-    int port = 0;
-    auto self = detach(camera, &port);
-    if (!self) return;
-    const std::lock_guard lock(mutex_);
-    away_.insert_or_assign(&camera, Away{std::move(self), port});
+    if (auto device = detach(camera)) away_.insert_or_assign(&camera, std::move(device));
     return;
   }
-  Away away;
-  {
-    const std::lock_guard lock(mutex_);
-    const auto found = away_.find(&camera);
-    if (found == away_.end()) return;
-    away = found->second;
-  }
+  const auto away = away_.find(&camera);
+  if (away == away_.end()) return;
   try {
-    attach(away.camera, event.port ? event.port : away.port);
+    attach(away->second->shared_camera(), event.port ? event.port : away->second->port());
+    away_.erase(away);
   } catch (const std::runtime_error&) {
-    camera.power_down();  // somebody else has the port
+    camera.power_down();  // another camera has the port
   }
 }
 

@@ -30,11 +30,12 @@ class VirtualBus {
   /// Takes the lowest free port unless one is given. Throws std::runtime_error when the port is taken or
   /// the camera is on the bus already.
   void plug(std::shared_ptr<SimulatedCamera> camera, std::optional<int> port = std::nullopt);
-  /// Pulls the cable: pending transfers end, open nodes are gone. Nothing happens to a camera that is not
-  /// on the bus.
+  /// Pulls the cable: pending transfers end, open nodes are gone. A camera that a fault has unplugged does
+  /// not come back any more.
   void unplug(SimulatedCamera& camera);
   /// Unplugs and plugs in again, at another port if one is given.
   void replug(const std::shared_ptr<SimulatedCamera>& camera, std::optional<int> port = std::nullopt);
+  /// Those that a fault has unplugged stay away too.
   void unplug_all();
 
   /// By port.
@@ -68,10 +69,12 @@ class VirtualBus {
  private:
   VirtualBus();
 
+  // Called with plug_mutex_ held.
   void attach(std::shared_ptr<SimulatedCamera> camera, std::optional<int> port);
-  std::shared_ptr<SimulatedCamera> detach(const SimulatedCamera& camera, int* port);
+  std::shared_ptr<BusDevice> detach(SimulatedCamera& camera);
+  int choose_port(const SimulatedCamera& camera, std::optional<int> wanted) const;
+
   void plug_event(SimulatedCamera& camera, const PlugEvent& event);
-  int free_port() const;
 
   MemoryBudget budget_;
   HotplugMonitor monitor_;
@@ -79,14 +82,12 @@ class VirtualBus {
   std::once_flag first_use_;
   std::function<void()> populate_;
 
-  std::mutex mutex_;  // guards the rest
+  std::mutex plug_mutex_;  // one camera comes or goes at a time; taken before mutex_
+  std::map<const SimulatedCamera*, std::shared_ptr<BusDevice>> away_;  // unplugged by a fault; of plug_mutex_
+
+  std::mutex mutex_;                                   // guards the rest
   std::map<int, std::shared_ptr<BusDevice>> devices_;  // by port
-  struct Away {
-    std::shared_ptr<SimulatedCamera> camera;
-    int port;
-  };
-  std::map<const SimulatedCamera*, Away> away_;  // unplugged by a fault
-  std::map<int, std::shared_ptr<DeviceFile>> files_;  // by descriptor
+  std::map<int, std::shared_ptr<DeviceFile>> files_;   // by descriptor
   size_t nodes_opened_ = 0;
   int last_address_ = 0;
 };

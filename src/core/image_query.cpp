@@ -9,7 +9,6 @@
 
 #include "core/contexts.h"
 #include "core/image_size.h"
-#include "core/isp_flags.h"
 #include "core/last_error.h"
 #include "isp/isp.h"
 
@@ -34,11 +33,7 @@ bool deliver(CameraContext& context, int i, FrameGeometry geometry, uint8_t* out
     context.frames_delivered.add(1);
     return true;
   }
-  // isp takes the size in the picture's view and turns it back itself.
-  int width = geometry.frame_width;
-  int height = geometry.frame_height;
-  if ((context.parameter.isp_flags & kRotate90) != 0) std::swap(width, height);
-  return isp(context, frame, out, width, height, format);
+  return isp_raw_frame(context, frame, out, geometry, format);
 }
 
 bool query(CameraContext& context, uint8_t* out, const int* size, int* buffer_index, int format) {

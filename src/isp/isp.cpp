@@ -64,18 +64,9 @@ std::unique_ptr<uint8_t[]> reduce_to_8_bits(const uint8_t* in, size_t samples, c
   return nullptr;
 }
 
-}  // namespace
-
-bool isp(int camera, uint8_t* in, uint8_t* out, int width, int height, int format) {
-  const ContextRef ctx = find_camera(camera);
-  return ctx && isp(*ctx, in, out, width, height, format);
-}
-
-bool isp(CameraContext& ctx, uint8_t* in, uint8_t* out, int width, int height, int format) {
-  const ReadLock lock(ctx.context_lock);
-  const FrameSettings settings = frame_settings(ctx);
-  if (!has_pixels(settings.index_map, width, height)) return fail(KXCAM_ERROR_ARGUMENT);
-
+/// `width` and `height` are those of the raw frame, and their product is that of the settings' map.
+bool process(CameraContext& ctx, const FrameSettings& settings, uint8_t* in, uint8_t* out, int width,
+             int height, int format) {
   const uint32_t color_mode = ctx.model().COLOR_MODE;
   std::span<uint8_t> frame(in, settings.index_map.count());
   std::unique_ptr<uint8_t[]> reduced;
@@ -87,7 +78,6 @@ bool isp(CameraContext& ctx, uint8_t* in, uint8_t* out, int width, int height, i
 
   // Counted here and nowhere else for a processed frame: exposure and white balance are paced by it.
   ctx.frames_delivered.add(1);
-  if (is_rotated(settings.index_map)) std::swap(width, height);
 
   if ((format & KXCAM_FORMAT_RAW) != 0) {
     std::ranges::copy(frame, out);
@@ -97,6 +87,30 @@ bool isp(CameraContext& ctx, uint8_t* in, uint8_t* out, int width, int height, i
     ctx.mean_level = convert(settings, ImageView(frame, width, height), out, format);
   }
   return true;
+}
+
+}  // namespace
+
+bool isp(int camera, uint8_t* in, uint8_t* out, int width, int height, int format) {
+  const ContextRef ctx = find_camera(camera);
+  return ctx && isp(*ctx, in, out, width, height, format);
+}
+
+bool isp(CameraContext& ctx, uint8_t* in, uint8_t* out, int width, int height, int format) {
+  const ReadLock lock(ctx.context_lock);
+  const FrameSettings settings = frame_settings(ctx);
+  if (!has_pixels(settings.index_map, width, height)) return fail(KXCAM_ERROR_ARGUMENT);
+  if (is_rotated(settings.index_map)) std::swap(width, height);
+  return process(ctx, settings, in, out, width, height, format);
+}
+
+bool isp_raw_frame(CameraContext& ctx, uint8_t* in, uint8_t* out, const FrameGeometry& geometry, int format) {
+  const ReadLock lock(ctx.context_lock);
+  const FrameSettings settings = frame_settings(ctx);
+  const IndexMap& map = settings.index_map;
+  if (map.width() != geometry.frame_width || map.height() != geometry.frame_height)
+    return fail(KXCAM_ERROR_ARGUMENT);
+  return process(ctx, settings, in, out, geometry.frame_width, geometry.frame_height, format);
 }
 
 }  // namespace kxcam

@@ -22,4 +22,8 @@ bool isp(int camera, uint8_t* in, uint8_t* out, int width, int height, int forma
 /// The same for a caller that holds the context.
 bool isp(CameraContext& ctx, uint8_t* in, uint8_t* out, int width, int height, int format);
 
+/// The same for a frame of known geometry: a map of another one, after a change in another thread, is
+/// code 2 and no garbled picture.
+bool isp_raw_frame(CameraContext& ctx, uint8_t* in, uint8_t* out, const FrameGeometry& geometry, int format);
+
 }  // namespace kxcam

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/frame_ring.h"
 
-#include <gtest/gtest.h>
-
 #include <thread>
+
+#include <gtest/gtest.h>
 
 #include "core/timing.h"
 

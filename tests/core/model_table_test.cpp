@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/model_table.h"
 
-#include <gtest/gtest.h>
-
 #include <set>
 #include <string>
+
+#include <gtest/gtest.h>
 
 namespace kxcam {
 namespace {

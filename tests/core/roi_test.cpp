@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/roi.h"
 
-#include <gtest/gtest.h>
-
 #include <climits>
+
+#include <gtest/gtest.h>
 
 #include "core/isp_flags.h"
 
@@ -17,8 +17,8 @@ std::optional<SensorWindow> map(uint32_t product_id, uint16_t flags, int x, int 
 }
 
 TEST(MapViewToSensor, RefusesWhatTheSensorCannotPlace) {
-  constexpr uint32_t kAnyTwo = 0x3500;    // 2592 x 1944
-  constexpr uint32_t kSixteen = 0x3A30;   // 640 x 480
+  constexpr uint32_t kAnyTwo = 0x3500;     // 2592 x 1944
+  constexpr uint32_t kSixteen = 0x3A30;    // 640 x 480
   constexpr uint32_t kThirtyTwo = 0x3510;  // 2592 x 1944
   constexpr uint32_t kEightBoth = 0x3C30;  // 2064 x 1544
   EXPECT_TRUE(map(kAnyTwo, 0, 2, 4, 6, 8));
@@ -55,7 +55,8 @@ TEST(MapViewToSensor, FollowsMirrorsAndRotation) {
   // Mirrored in x, the window would begin at row 1852 and end below the sensor's last row.
   EXPECT_FALSE(window(kRotate90 | kMirrorX));
   EXPECT_EQ(map(0x3500, kRotate90 | kMirrorX, 1000, 200, 640, 480), (SensorWindow{200, 952, 480, 640}));
-  EXPECT_EQ(map(0x3500, kRotate90 | kMirrorX | kMirrorY, 1000, 200, 640, 480), (SensorWindow{1264, 952, 480, 640}));
+  EXPECT_EQ(map(0x3500, kRotate90 | kMirrorX | kMirrorY, 1000, 200, 640, 480),
+            (SensorWindow{1264, 952, 480, 640}));
 }
 
 }  // namespace

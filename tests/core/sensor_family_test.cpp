@@ -10,8 +10,8 @@ namespace {
 
 // The rules as masks over the sensor id, the way the bridges' own firmware tells sensors apart.
 bool lacks_isp_registers(uint32_t mid) {
-  return (mid & 0xFE0) == 0x500 || (mid & 0xFF0) == 0x030 || (mid & 0xBF0) == 0xA00 || (mid & 0xFF0) == 0x120 ||
-         (mid & 0xFF0) == 0x180;
+  return (mid & 0xFE0) == 0x500 || (mid & 0xFF0) == 0x030 || (mid & 0xBF0) == 0xA00 ||
+         (mid & 0xFF0) == 0x120 || (mid & 0xFF0) == 0x180;
 }
 
 bool is_line_scan(uint32_t mid) {
@@ -20,7 +20,8 @@ bool is_line_scan(uint32_t mid) {
 
 RoiAlignment alignment(uint32_t mid) {
   const uint32_t sensor = mid & 0xFF0;
-  if ((mid & 0xFFF0) == 0x0180 || (mid & 0xFFF0) == 0x0510 || sensor == 0xB20 || sensor == 0xB50) return {32, 2};
+  if ((mid & 0xFFF0) == 0x0180 || (mid & 0xFFF0) == 0x0510 || sensor == 0xB20 || sensor == 0xB50)
+    return {32, 2};
   if (sensor == 0x130 || sensor == 0xA30 || sensor == 0xB10) return {16, 2};
   if (sensor == 0xC30 || sensor == 0xC50 || sensor == 0xC80) return {8, 8};
   if ((mid & 0xFFF0) == 0x3200 || sensor == 0x860 || sensor == 0x910 || sensor == 0x680 || sensor == 0x720 ||

@@ -67,8 +67,8 @@ TEST(CameraOptions, MistakesAreNamed) {
   EXPECT_THAT(complaint("9MP"), AllOf(HasSubstr("9MP"), HasSubstr("19.9MP-M")));
   EXPECT_THAT(complaint(""), HasSubstr("unknown model"));
   EXPECT_THAT(complaint("0x3500,colour=red"), AllOf(HasSubstr("colour"), HasSubstr("serial")));
-  for (const char* bad : {"fps=fast", "fps=-1", "fps=nan", "fps=1e9", "serial=1234567890123", "serial", "fw=", "fw=12x",
-                          "features=65536", "dead=-1", "speed=low", "noise=yes", "name="}) {
+  for (const char* bad : {"fps=fast", "fps=-1", "fps=nan", "fps=1e9", "serial=1234567890123", "serial",
+                          "fw=", "fw=12x", "features=65536", "dead=-1", "speed=low", "noise=yes", "name="}) {
     EXPECT_THAT(complaint(std::string("0x3500,") + bad), HasSubstr("expected")) << bad;
   }
 }

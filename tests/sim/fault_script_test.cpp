@@ -32,7 +32,8 @@ TEST(FaultScript, EveryKindOfFault) {
       "frame 1 short 10; frame 2 long 20; frame 3 split 512; frame 4 unended 1; frame 5- missing\r\n"
       "stream ends after 0\n"
       "eeprom dies after 64\n"
-      "unplug at 2s; unplug after 10 frames back after 500ms; unplug after 4 requests back after 0s on port 7\n"
+      "unplug at 2s; unplug after 10 frames back after 500ms; unplug after 4 requests back after 0s on port "
+      "7\n"
       "open denied; claim busy");
   ASSERT_EQ(plan.requests.size(), 5U);
   EXPECT_EQ(plan.requests[0].action, RequestFault::Action::kStall);
@@ -72,13 +73,35 @@ TEST(FaultScript, MistakesAreNamedWithTheirPlace) {
   EXPECT_THAT(complaint("bulk 1 stall\n\nrequest 1 stal"),
               AllOf(HasSubstr("line 3"), HasSubstr("'stal'"), HasSubstr("timeout")));
   EXPECT_THAT(complaint("frame 1 short"), AllOf(HasSubstr("bytes"), HasSubstr("end of the line")));
-  for (const char* bad :
-       {"explode", "request", "request 0 stall", "request x stall", "request 5-3 stall", "request -3 stall",
-        "request 1 of stall", "request 1 of 0x100 stall", "request 1 stall now", "request 1 reply", "request 1 reply zz",
-        "bulk 1 short 3", "frame 1 split 0", "frame 1 short -1", "frame 1 short 99999999999999999999", "stream ends",
-        "stream ends after", "eeprom lives", "unplug", "unplug at 5", "unplug at ms", "unplug after 0 frames",
-        "unplug after 5 cats", "unplug at 1s back", "unplug at 1s back after 1s on port 0", "open", "claim idle",
-        "camera 0 open denied", "camera 1"}) {
+  for (const char* bad : {"explode",
+                          "request",
+                          "request 0 stall",
+                          "request x stall",
+                          "request 5-3 stall",
+                          "request -3 stall",
+                          "request 1 of stall",
+                          "request 1 of 0x100 stall",
+                          "request 1 stall now",
+                          "request 1 reply",
+                          "request 1 reply zz",
+                          "bulk 1 short 3",
+                          "frame 1 split 0",
+                          "frame 1 short -1",
+                          "frame 1 short 99999999999999999999",
+                          "stream ends",
+                          "stream ends after",
+                          "eeprom lives",
+                          "unplug",
+                          "unplug at 5",
+                          "unplug at ms",
+                          "unplug after 0 frames",
+                          "unplug after 5 cats",
+                          "unplug at 1s back",
+                          "unplug at 1s back after 1s on port 0",
+                          "open",
+                          "claim idle",
+                          "camera 0 open denied",
+                          "camera 1"}) {
     EXPECT_THAT(complaint(bad), HasSubstr("expected")) << bad;
   }
 }

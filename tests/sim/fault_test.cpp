@@ -31,7 +31,8 @@ class Faulty : public Host {
 
 TEST(Faults, Requests) {
   Faulty host(
-      "request 2 of 0xB3 stall; request 3 of 0xB3 short 1; request 4 of 0xB3 reply 12 34; request 5 of B3 timeout;"
+      "request 2 of 0xB3 stall; request 3 of 0xB3 short 1; request 4 of 0xB3 reply 12 34; request 5 of B3 "
+      "timeout;"
       "request 6 of B3 garbage");
   const auto truth = host.ask(kFirmwareVersion);
   EXPECT_THAT(truth, Optional(ElementsAre(0, 0, 0x83, 0x10)));

@@ -16,7 +16,9 @@ namespace kxsim {
 /// A transfer with memory of its own, to wait for.
 class HostTransfer final : public Transfer {
  public:
-  explicit HostTransfer(std::vector<uint8_t> bytes) : Transfer({}), memory_(std::move(bytes)) { data = memory_; }
+  explicit HostTransfer(std::vector<uint8_t> bytes) : Transfer({}), memory_(std::move(bytes)) {
+    data = memory_;
+  }
   explicit HostTransfer(size_t length) : HostTransfer(std::vector<uint8_t>(length)) {}
 
   void finished(TransferStatus status) override { status_.set_value(status); }
@@ -26,7 +28,9 @@ class HostTransfer final : public Transfer {
     if (future_.wait_for(longest) != std::future_status::ready) return std::nullopt;
     return future_.get();
   }
-  std::vector<uint8_t> bytes() const { return {memory_.begin(), memory_.begin() + static_cast<ptrdiff_t>(transferred)}; }
+  std::vector<uint8_t> bytes() const {
+    return {memory_.begin(), memory_.begin() + static_cast<ptrdiff_t>(transferred)};
+  }
 
  private:
   std::vector<uint8_t> memory_;
@@ -39,7 +43,8 @@ class Host {
  public:
   using Bytes = std::vector<uint8_t>;
 
-  explicit Host(const char* description, const FaultPlan& faults = {}) : camera(parse_camera_options(description)) {
+  explicit Host(const char* description, const FaultPlan& faults = {})
+      : camera(parse_camera_options(description)) {
     camera.inject(faults);
     camera.power_up();
   }

@@ -24,7 +24,8 @@ class Hotplug : public LibusbSession {
   static int read(const Handle& handle, unsigned timeout) {
     std::vector<unsigned char> data(640 * 480 + 1024);
     int transferred = 0;
-    return libusb_bulk_transfer(handle.get(), 0x81, data.data(), static_cast<int>(data.size()), &transferred, timeout);
+    return libusb_bulk_transfer(handle.get(), 0x81, data.data(), static_cast<int>(data.size()), &transferred,
+                                timeout);
   }
 };
 
@@ -91,6 +92,19 @@ TEST_F(Hotplug, AFaultPullsTheCableAndPlugsItInElsewhere) {
     return fresh && libusb_get_port_number(libusb_get_device(fresh.get())) == 12;
   }));
   EXPECT_EQ(ask(fresh, kFirmwareVersion), 4);
+}
+
+TEST_F(Hotplug, ACameraTakenAwayDoesNotComeBackByItself) {
+  const auto camera = make_camera("0x304B");
+  camera->inject(parse_fault_script("unplug after 1 requests back after 60ms"));
+  const auto handle = open_one(camera);
+  ASSERT_TRUE(handle);
+  ask(handle, kGetGpio);
+  ASSERT_TRUE(eventually([&] { return bus_.cameras().empty(); }));
+  bus_.unplug(*camera);
+  std::this_thread::sleep_for(milliseconds(120));
+  EXPECT_THAT(bus_.cameras(), IsEmpty());
+  EXPECT_FALSE(camera->powered());
 }
 
 TEST_F(Hotplug, CallbacksComeForBoth) {

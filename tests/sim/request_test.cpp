@@ -18,11 +18,14 @@ using testing::ElementsAreArray;
 using testing::Eq;
 using testing::Optional;
 
-auto bytes(std::initializer_list<uint8_t> list) { return Optional(ElementsAreArray(list)); }
+auto bytes(std::initializer_list<uint8_t> list) {
+  return Optional(ElementsAreArray(list));
+}
 
 std::vector<uint8_t> words(std::initializer_list<int> list) {
   std::vector<uint8_t> out;
-  for (const int word : list) out.insert(out.end(), {static_cast<uint8_t>(word), static_cast<uint8_t>(word >> 8)});
+  for (const int word : list)
+    out.insert(out.end(), {static_cast<uint8_t>(word), static_cast<uint8_t>(word >> 8)});
   return out;
 }
 
@@ -164,7 +167,8 @@ TEST(Requests, SwitchesOfTheBridge) {
   EXPECT_EQ(host.ask(kLineSettings, 2, 1), std::nullopt);
   EXPECT_THAT(host.ask(kTriggerMode, 0, 1), bytes({1}));
   EXPECT_TRUE(host.camera.waits_for_trigger());
-  EXPECT_TRUE(host.camera.inspect([](const Bridge& b) { return b.high_speed() && b.line_setting(1) == 500; }));
+  EXPECT_TRUE(
+      host.camera.inspect([](const Bridge& b) { return b.high_speed() && b.line_setting(1) == 500; }));
 }
 
 TEST(Requests, HoldingTheCpuSilencesTheFirmware) {
@@ -213,7 +217,8 @@ TEST(Requests, TheLogKeepsEveryDetail) {
   Host host("0x3500");
   host.tell(kRegionOfInterest, 4, 2, {1, 2, 3, 4});
   host.ask(kGetGpio);
-  const LoggedRequest out{.in = false, .code = 0xAD, .value = 2, .index = 4, .length = 4, .data = {1, 2, 3, 4}};
+  const LoggedRequest out{
+      .in = false, .code = 0xAD, .value = 2, .index = 4, .length = 4, .data = {1, 2, 3, 4}};
   const LoggedRequest in{.in = true, .code = 0xA5, .value = 0, .index = 0, .length = 10, .data = {}};
   EXPECT_THAT(host.camera.requests(), ElementsAre(out, in));
   EXPECT_THAT(host.camera.requests(kGetGpio), ElementsAre(in));

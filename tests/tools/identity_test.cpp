@@ -31,7 +31,7 @@ TEST(List, ShowsEachCameraOnce) {
   EXPECT_EQ(list[0].at("model_row"), 41);
   EXPECT_EQ(list[1].at("serial"), "ABCDEFGH0002");
   EXPECT_EQ(list[1].at("name"), "left");
-  EXPECT_EQ(list[1].at("model"), "Model 0.3MP-M");
+  EXPECT_EQ(list[1].at("model_row"), 20);
   EXPECT_EQ(list[1].at("product_id"), "303b");
 }
 
@@ -48,7 +48,8 @@ TEST(Info, DescribesTheCamera) {
   const json info = json::parse(result.output);
   EXPECT_EQ(info.at("library"), "2019.1013");
   EXPECT_THAT(info.at("configuration").get<std::string>(), testing::Not(testing::StartsWith("/etc/")));
-  EXPECT_EQ(info.at("model"), "Model 0.3MP-M12");
+  EXPECT_EQ(info.at("name"), "Model 0.3MP-M12");
+  EXPECT_EQ(info.at("model_row"), 43);
   EXPECT_EQ(info.at("serial"), "ABCDEFGH0003");
   EXPECT_EQ(info.at("sensor"), json::parse(R"({"width": 720, "height": 540})"));
   EXPECT_EQ(info.at("picture"), info.at("sensor"));

@@ -21,16 +21,10 @@ std::vector<char*> pointers(std::vector<std::string>& texts) {
   return result;
 }
 
-std::vector<std::string> with_own_environment(std::vector<std::string> environment) {
-  for (char** entry = environ; *entry != nullptr; ++entry) environment.emplace_back(*entry);
-  return environment;
-}
-
 }  // namespace
 
-Process::Process(const std::vector<std::string>& command, const std::vector<std::string>& environment) {
+Process::Process(const std::vector<std::string>& command) {
   auto arguments = command;
-  auto variables = with_own_environment(environment);
   const std::string output = folder_.path() / "output";
   const std::string error = folder_.path() / "error";
   posix_spawn_file_actions_t actions;
@@ -38,8 +32,8 @@ Process::Process(const std::vector<std::string>& command, const std::vector<std:
   posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
   posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, output.c_str(), O_WRONLY | O_CREAT, 0600);
   posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, error.c_str(), O_WRONLY | O_CREAT, 0600);
-  const int failure = posix_spawnp(&pid_, arguments.front().c_str(), &actions, nullptr,
-                                   pointers(arguments).data(), pointers(variables).data());
+  const int failure =
+      posix_spawnp(&pid_, arguments.front().c_str(), &actions, nullptr, pointers(arguments).data(), environ);
   posix_spawn_file_actions_destroy(&actions);
   if (failure != 0) throw std::runtime_error("cannot run " + command.front());
 }

@@ -13,8 +13,8 @@
 /// A running program whose standard output and error are files.
 class Process {
  public:
-  /// `command` is looked for in PATH; `environment` is added to the own one. Standard input is empty.
-  explicit Process(const std::vector<std::string>& command, const std::vector<std::string>& environment = {});
+  /// `command` is looked for in PATH. Standard input is empty.
+  explicit Process(const std::vector<std::string>& command);
   /// Kills what still runs.
   ~Process();
   Process(const Process&) = delete;

@@ -49,6 +49,12 @@ TEST(Refusal, WrongUseIsTwo) {
   }
 }
 
+TEST(Refusal, PicturesAreNotWrittenToATerminal) {
+  const Result result = run_shell(kCamera, "script -qec '\"$KXCAM\" capture -o -' /dev/null");
+  EXPECT_EQ(result.status, 2) << result.output;
+  EXPECT_THAT(result.output, HasSubstr("terminal"));
+}
+
 TEST(Refusal, HelpAndVersionAreNoErrors) {
   const Result help = run_with_configuration("/nonexistent", {"--help"});
   EXPECT_EQ(help.status, 0);
@@ -102,6 +108,37 @@ TEST(Refusal, AFileThatCannotBeWrittenIsOne) {
   const Result result = run(kCamera, {"capture", "-o", "/nonexistent/f.png"});
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.error, HasSubstr("/nonexistent/f.png"));
+}
+
+TEST(Refusal, ASilentCameraIsSeven) {
+  const TemporaryFolder folder;
+  const Cameras silent{{"3600"}, "stream ends after 0"};
+  const std::string file = folder.path() / "f.png";
+  const Result capture = run(silent, {"capture", "-o", file, "--timeout", "600"});
+  EXPECT_EQ(capture.status, 7);
+  EXPECT_THAT(capture.error, HasSubstr("trigger"));
+  EXPECT_TRUE(std::filesystem::is_empty(folder.path()));
+
+  const Result stream = run(silent, {"stream", "--seconds", "2", "--timeout", "600", "--json"});
+  EXPECT_EQ(stream.status, 7);
+  const auto json = nlohmann::json::parse(stream.output);
+  EXPECT_EQ(json.at("frames"), 0);
+  EXPECT_GE(json.at("timeouts"), 1);
+}
+
+// The frames that arrived before are still worth the summary.
+TEST(Refusal, ACameraThatIsPulledOutIsOne) {
+  const Cameras pulled{{"3600,fps=30"}, "unplug after 5 frames"};
+  const Result stream = run(pulled, {"stream", "--timeout", "600", "--json"});
+  EXPECT_EQ(stream.status, 1);
+  EXPECT_THAT(stream.error, HasSubstr("does not answer"));
+  EXPECT_GT(nlohmann::json::parse(stream.output).at("frames"), 0);
+}
+
+TEST(Refusal, ACameraThatMayNotBeOpenedLeavesTheOutputClean) {
+  const Result result = run({{"3600"}, "open denied"}, {"list", "--json"});
+  EXPECT_THAT(result.status, testing::AnyOf(3, 4)) << "without sysfs the cause cannot be told";
+  EXPECT_EQ(nlohmann::json::parse(result.output), nlohmann::json::array());
 }
 
 }  // namespace

@@ -1,13 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "usb/config_file.h"
 
-#include <gtest/gtest.h>
-
-#include <unistd.h>
-
 #include <cstdlib>
 #include <fstream>
 #include <string>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
 
 #include "kxcam/kxcam.h"
 

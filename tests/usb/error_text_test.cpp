@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <gtest/gtest.h>
-
 #include <climits>
 #include <string>
+
+#include <gtest/gtest.h>
 
 #include "usb/kxusb.h"
 

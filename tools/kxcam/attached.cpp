@@ -35,15 +35,12 @@ std::string without_index(std::string name, int index) {
 std::optional<AttachedCamera> identify(int index) {
   std::array<char, 17> serial{};
   std::array<char, 65> name{};
-  std::array<char, 65> model{};
   AttachedCamera camera;
   camera.index = index;
   if (CameraGetName(index, serial.data(), name.data()) != 0) return std::nullopt;
-  if (CameraGetName(index, nullptr, model.data()) != 0) return std::nullopt;
   if (CameraGetID(index, &camera.model_row, &camera.product_id) != 0) return std::nullopt;
   camera.serial = text_of(serial);
   camera.name = without_index(text_of(name), index);
-  camera.model = without_index(text_of(model), index);
   return camera;
 }
 

@@ -12,8 +12,7 @@ inline constexpr int kUnknownModelRow = 82;
 /// An attached camera, open or not. Texts come from the camera; what is not printable is a '?'.
 struct AttachedCamera {
   int index = 0;
-  std::string name;   ///< the name its owner gave it, else the model name
-  std::string model;  ///< model name; "" when the product id is unknown
+  std::string name;  ///< the name its owner gave it, else that of its model; "" for an unknown model
   std::string serial;
   int model_row = kUnknownModelRow;
   int product_id = 0;

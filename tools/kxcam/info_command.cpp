@@ -102,7 +102,6 @@ std::string as_json(const Info& info) {
                                        {"configuration", info.configuration},
                                        {"index", info.identity.index},
                                        {"name", info.identity.name},
-                                       {"model", info.identity.model},
                                        {"model_row", info.identity.model_row},
                                        {"product_id", fmt::format("{:04x}", info.identity.product_id)},
                                        {"serial", info.identity.serial},
@@ -133,7 +132,7 @@ std::string as_text(const Info& info) {
       "configuration    {}\n"
       "camera           {}\n"
       "name             {}\n"
-      "model            {} (row {}, product {:04x})\n"
+      "model            row {}, product {:04x}\n"
       "serial           {}\n"
       "firmware         {:04x}\n"
       "sensor           {} x {}, {} bits\n"
@@ -146,8 +145,8 @@ std::string as_text(const Info& info) {
       "black level      {}\n"
       "enhancement      {}\n",
       info.major, info.minor, info.configuration, info.identity.index, info.identity.name,
-      info.identity.model, info.identity.model_row, info.identity.product_id, info.identity.serial,
-      info.firmware, info.maximum.width, info.maximum.height, info.depth, info.resolutions.size(), presets,
+      info.identity.model_row, info.identity.product_id, info.identity.serial, info.firmware,
+      info.maximum.width, info.maximum.height, info.depth, info.resolutions.size(), presets,
       info.picture.width, info.picture.height, info.mirror_x ? "on" : "off", info.mirror_y ? "on" : "off",
       info.timeout, info.tone.gamma, info.tone.contrast, info.tone.saturation, info.tone.black_level,
       info.tone.enhancement ? "on" : "off");

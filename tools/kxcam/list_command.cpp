@@ -18,7 +18,6 @@ std::string as_json(const std::vector<AttachedCamera>& cameras) {
   for (const auto& camera : cameras) {
     list.push_back({{"index", camera.index},
                     {"name", camera.name},
-                    {"model", camera.model},
                     {"serial", camera.serial},
                     {"model_row", camera.model_row},
                     {"product_id", fmt::format("{:04x}", camera.product_id)}});
@@ -31,7 +30,7 @@ std::string as_table(const std::vector<AttachedCamera>& cameras) {
   std::string table =
       fmt::format("{:>5}  {:<20}  {:<12}  {:>3}  {}\n", "index", "name", "serial", "row", "product");
   for (const auto& camera : cameras) {
-    const std::string name = camera.model.empty() ? "(unknown model)" : camera.name;
+    const std::string name = camera.model_row == kUnknownModelRow ? "(unknown model)" : camera.name;
     table += fmt::format("{:>5}  {:<20}  {:<12}  {:>3}  {:04x}\n", camera.index, name, camera.serial,
                          camera.model_row, camera.product_id);
   }

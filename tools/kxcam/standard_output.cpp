@@ -7,6 +7,7 @@
 
 #include <fcntl.h>
 #include <fmt/format.h>
+#include <stdio_ext.h>
 #include <unistd.h>
 
 #include "error.h"
@@ -23,7 +24,9 @@ StandardOutput::StandardOutput() : file_(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3
 }
 
 StandardOutput::~StandardOutput() {
-  std::fflush(stdout);  // what the library printed still belongs to standard error
+  // What the library printed belongs to standard error still, and need not have ended its line.
+  if (__fpending(stdout) > 0) std::fputc('\n', stdout);
+  std::fflush(stdout);
   dup2(file_, STDOUT_FILENO);
   close(file_);
 }

@@ -45,7 +45,7 @@ class Reporter {
 
   void report(StreamStatistics& statistics, Clock::duration elapsed) {
     if (elapsed < next_ || (silent_ && !line_.visible())) return;
-    next_ = elapsed + (line_.visible() ? milliseconds(250) : milliseconds(1000));
+    next_ = elapsed + interval();
     const std::string text = statistics.progress(elapsed);
     if (line_.visible()) {
       line_.show(text);
@@ -55,10 +55,12 @@ class Reporter {
   }
 
  private:
+  milliseconds interval() const { return milliseconds(line_.visible() ? 250 : 1000); }
+
   StandardOutput& output_;
   StatusLine line_;
   bool silent_;
-  Clock::duration next_ = milliseconds(250);
+  Clock::duration next_ = interval();
 };
 
 class Stream {
