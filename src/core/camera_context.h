@@ -71,6 +71,16 @@ struct CameraContext {
 
   // Sensor timing.
   Relaxed<double> line_time_ms = 0.0;  ///< duration of one sensor line; 0 until it is known
+  Relaxed<int32_t> flicker_lines = 0;  ///< lines in one half-period of the mains; 0 until it is known
+
+  // Auto exposure.
+  static constexpr int32_t ae_offset = 0;  ///< the part of ae_target and mean_level that is not reported
+  Relaxed<int32_t> ae_last_avg = 0;        ///< mean level when the last step was computed
+  Relaxed<int32_t> ae_last_step = 0;       ///< lines; 0: no step waits for the picture to answer
+
+  // Trigger.
+  Relaxed<uint8_t> snap_mode_dirty = 0;   ///< the snap mode has been set since the camera was opened
+  Relaxed<uint64_t> snap_start_time = 0;  ///< ms of GetTickCount() at the last switch to mode 1
 
   // Pipeline.
   Published<const ToneCurves> curves;

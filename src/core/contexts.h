@@ -20,6 +20,9 @@ ContextRef context_at(int camera);
 /// check_index() and context_at() in that order.
 ContextRef find_camera(int camera);
 
+/// The device of a camera; null with code 4 when it has none.
+DeviceHandle find_device(const CameraContext& context);
+
 /// A camera and its open device; false when there is either no camera (code 3, or 1) or no device (4).
 struct OpenCamera {
   ContextRef context;
