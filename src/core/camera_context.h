@@ -5,6 +5,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -44,13 +45,14 @@ struct CameraContext {
 
   const CameraModel& model() const { return model_table[model_index]; }
 
-  // Identity and transport; set at open.
+  // Identity and transport; set at open, the device also by a reconnect.
   int32_t open_flags = 0;     ///< OpenFlag bits
+  bool is_virtual = false;    ///< the pipeline alone: there never was a device
   const int32_t model_index;  ///< row of model_table
   const SensorFamily& family;
   int32_t firmware_version = 0;
   uint16_t feature_bits = 0;
-  int32_t usb_speed = 1;  ///< libusb's code minus 1: 0 low, 1 full, 2 high, 3 super speed
+  Relaxed<int32_t> usb_speed = 1;  ///< libusb's code minus 1: 0 low, 1 full, 2 high, 3 super speed
   Published<libusb_device_handle> usb_handle;
 
   CRWLockImpl context_lock;
@@ -61,7 +63,8 @@ struct CameraContext {
   // Acquisition.
   std::unique_ptr<FrameRing> ring;    ///< null without acquisition
   std::atomic<bool> running = false;  ///< the reader keeps running and queries may wait
-  std::thread reader_thread;          ///< touched by open and close only
+  std::mutex attachment_mutex;        ///< held while the device or the reader changes
+  std::thread reader_thread;          ///< guarded by attachment_mutex
   Relaxed<uint32_t> frames_delivered = 0;
 
   // Geometry.
