@@ -7,7 +7,6 @@
 #include <memory>
 #include <mutex>
 #include <thread>
-#include <vector>
 
 #include <libusb.h>
 
@@ -17,6 +16,8 @@
 #include "core/index_map.h"
 #include "core/model_table.h"
 #include "isp/color_matrix.h"
+#include "isp/dead_pixels.h"
+#include "isp/flat_field.h"
 #include "isp/tone_curves.h"
 #include "sync/cmylock.h"
 #include "sync/crwlockimpl.h"
@@ -91,10 +92,14 @@ struct CameraContext {
   Published<const UserLut> user_lut;
   Relaxed<int32_t> mean_level = 0;  ///< mean raw green (or mono) level of the last processed frame
 
-  // Fixed-pattern factors: one entry per sensor column (even rows, odd rows) and per sensor row.
-  std::vector<double> column_table_a;
-  std::vector<double> column_table_b;
-  std::vector<double> row_table;
+  // Corrections of the raw frame.
+  Published<const DeadPixelList> dead_pixels;
+  Published<const FlatField> flat_field;
+
+  // White balance.
+  std::atomic<bool> one_push_request = false;  ///< measure the next Bayer frame as a grey world
+  std::atomic<bool> auto_wb_request = false;   ///< measure the near-grey points of the next Bayer frame
+  Relaxed<int32_t> wb_last_avg = 0;            ///< mean level when the automatic last asked for a measurement
 };
 
 }  // namespace kxcam

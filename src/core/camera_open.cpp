@@ -56,9 +56,7 @@ void prepare_acquisition(CameraContext& context, libusb_device_handle* handle) {
   if (model.newer_bridge()) kxusb_reset_device(handle);
   set_full_frame(context);
   context.firmware_version = read_firmware_version(handle);
-  context.column_table_a.resize(static_cast<size_t>(sensor.width));
-  context.column_table_b.resize(static_cast<size_t>(sensor.width));
-  context.row_table.resize(static_cast<size_t>(sensor.height));
+  context.flat_field.store(std::make_shared<const FlatField>(sensor));
   if (context.firmware_version > kLastFirmwareWithoutFeatures) {
     context.feature_bits = read_feature_bits(handle);
   } else if (context.family.wake_sensor != nullptr) {

@@ -5,8 +5,8 @@
 
 namespace kxcam {
 
-// The camera's own colour matrix in its EEPROM: nine signed hundredths, row-major. Codes of both: 1, 3, 4, and
-// 10 or 11 of the last cell that failed.
+// The camera's own colour matrix in its EEPROM: nine signed hundredths, row-major. Codes of both: 1, 3, 4,
+// and 10 or 11 of the last cell that failed.
 
 /// Elements are cut to hundredths; what two bytes do not hold saturates, and NaN is stored as 0.
 bool WriteCcm(int camera, std::span<const double, 9> ccm);

@@ -11,8 +11,8 @@ enum EepromAddress : uint16_t {
   kMatrixAddress = 0x1D20,      ///< 9 words: colour matrix
   kNameLengthAddress = 0x1D50,  ///< 1 byte: length of the user's name, 1..30 when there is one
   kNameAddress = 0x1D51,
-  kUserDataAddress = 0x1D70,    ///< 63 bytes
-  kParameterAddress = 0x1F00,   ///< 4 blocks of 64 bytes: parameter sets
+  kUserDataAddress = 0x1D70,   ///< 63 bytes
+  kParameterAddress = 0x1F00,  ///< 4 blocks of 64 bytes: parameter sets
 };
 
 }  // namespace kxcam

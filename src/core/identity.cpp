@@ -12,14 +12,9 @@ namespace kxcam {
 
 namespace {
 
-/// The context at a valid index, if a serial number fits `length` bytes; codes 1, 2, 3.
+/// Codes 1, 2, 3.
 ContextRef find_camera_if_room(int camera, int length) {
-  if (!check_index(camera)) return nullptr;
-  if (length < kSerialNumberLength) {
-    set_last_error(KXCAM_ERROR_ARGUMENT);
-    return nullptr;
-  }
-  return context_at(camera);
+  return find_camera_if(camera, length >= kSerialNumberLength);
 }
 
 void terminate(char* buffer, int length) {

@@ -13,7 +13,8 @@ namespace kxcam {
 // on loading though it is not added on saving, and the polarities are only touched while everything before
 // them went well.
 
-/// Writes the record. False when a cell did not take its byte; that of the exposure's high bits does not count.
+/// Writes the record. False when a cell did not take its byte; that of the exposure's high bits does not
+/// count.
 bool SaveParameter(int camera, const CameraParameter& record, int slot);
 
 /// Reads a set into the record, bytes that cannot be read as 0. False when one of the cells up to the

@@ -60,7 +60,8 @@ bool get_property(int camera, std::string_view key, int* value) {
   const ReadLock reading(context->context_lock);
   const Property* property = find_property(key);
   if (property == nullptr) return false;
-  *value = std::visit([&](auto member) -> int { return (context->parameter.*member).load(); }, property->member);
+  *value =
+      std::visit([&](auto member) -> int { return (context->parameter.*member).load(); }, property->member);
   return true;
 }
 

@@ -19,7 +19,8 @@ namespace {
 void wake_sensor(const CameraContext& context, libusb_device_handle* handle) {
   constexpr int32_t kLastFirmwareToWake = 0x8000;
   const auto wake = context.family.wake_sensor;
-  if (wake != nullptr && context.firmware_version <= kLastFirmwareToWake) wake(handle, context.firmware_version);
+  if (wake != nullptr && context.firmware_version <= kLastFirmwareToWake)
+    wake(handle, context.firmware_version);
 }
 
 void resume_acquisition(CameraContext& context) {
@@ -39,8 +40,7 @@ bool change_device(int camera, const ContextRef& context) {
   // Closed while waiting for the lock: whoever did that was promised that the device is let go.
   if (context_at(camera) != context) return fail(KXCAM_ERROR_NOT_OPEN);
   detach_device(*context);
-  const DeviceHandle handle =
-      open_camera_with_serial(context->parameter.serial_number, context->model().PID);
+  const DeviceHandle handle = open_camera_with_serial(context->parameter.serial_number, context->model().PID);
   if (handle == nullptr) return fail(KXCAM_ERROR_NO_DEVICE);
   attach_device(*context, handle);
   if (context->ring == nullptr) return true;
