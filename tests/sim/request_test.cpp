@@ -57,8 +57,8 @@ TEST(Requests, Identity) {
   EXPECT_THAT(host.ask(kFirmwareVersion, 0, 0, 2), bytes({0, 0})) << "never more than the host asks for";
 }
 
-TEST(Requests, AFactoryFreshEepromIsErased) {
-  Host host("0x3500");
+TEST(Requests, ABlankEepromIsErased) {
+  Host host("0x3500,blank");
   for (const uint16_t address : {0x0000, 0x1D20, 0x1D50, 0x1D70, 0x1E00, 0x1E01, 0x1F00, 0x1FFF}) {
     EXPECT_THAT(host.ask(kEepromRead, address), bytes({0xFF})) << address;
   }
