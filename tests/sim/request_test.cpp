@@ -91,7 +91,7 @@ TEST(Requests, EepromWrites) {
 }
 
 TEST(Requests, FlashOnlyClearsBitsUntilErased) {
-  Host host("0x369B");
+  Host host("0x369B,blank");
   const std::vector<uint8_t> first(4096, 0xF0);
   const std::vector<uint8_t> second(300, 0x3C);
   EXPECT_TRUE(host.tell(kFlashWrite, 0x600, 0, first));
@@ -192,7 +192,7 @@ TEST(Requests, UnknownOnesAndThoseOfOtherFamiliesStall) {
 }
 
 TEST(Requests, AResetClearsWhatIsVolatileAndOnlyThat) {
-  Host host("0x392B");
+  Host host("0x392B,blank");
   host.tell(kSensorWrite, 5, 5);
   host.tell(kIspWrite, 5, 5);
   host.ask(kResolutionSelect, 3, 2);
