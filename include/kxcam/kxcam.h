@@ -530,6 +530,50 @@ KXCAM_API uint32_t CameraSetDebouncerTime(int camera, int value);
 KXCAM_API uint32_t CameraGetDebouncerTime(int camera, int* value);
 /** @} */
 
+/** @name White balance
+ * Factors for red, green and blue that act on the picture, not on the sensor, from the next frame that is
+ * processed. Measurements are made on processed frames (grey or colour) of colour models, in the calling
+ * thread; on monochrome models they are accepted and nothing comes of them. Errors of all: 1, 3.
+ * @{ */
+
+/** @brief Gains of red, green and blue, 0.0..3.0 each; 1.0 after open.
+ *
+ * Errors also: 2 when one of them is out of range (a NaN is), which changes none. */
+KXCAM_API uint32_t CameraSetWBGain(int camera, double r, double g, double b);
+/** @brief Gains last set or measured; a measured one may exceed 3.0. Any of the pointers may be null. */
+KXCAM_API uint32_t CameraGetWBGain(int camera, double* r, double* g, double* b);
+
+/** @brief Automatic white balance.
+ *
+ * Measures the nearly grey parts of the next processed frame, and again whenever the brightness of the
+ * scene changes: within 5 frames when it changes much, within 32 when it changes moderately. A frame that
+ * shows too little grey changes nothing. Switching off keeps the last gains. */
+KXCAM_API uint32_t CameraSetAWB(int camera, bool on);
+/** @brief State of automatic white balance; `on` is set to false on failure too. */
+KXCAM_API uint32_t CameraGetAWB(int camera, bool* on);
+
+/** @brief Measures once: the next processed frame gets the gains that make its middle grey on the average.
+ *
+ * Green gets 1.0, the others two decimals. A middle without any red, green or blue changes nothing. */
+KXCAM_API uint32_t CameraOnePushWB(int camera);
+/** @} */
+
+/** @name Corrections of the raw frame
+ * Made in every frame that passes the pipeline, unless the query has #KXCAM_FORMAT_UNCORRECTED. The pixels
+ * that the camera's own memory lists as dead are replaced in any case. Errors of all: 1, 3.
+ * @{ */
+
+/** @brief Removes single bright pixels; on after open. The outermost pixels are left alone. */
+KXCAM_API uint32_t CameraSetDenoise(int camera, bool on);
+/** @brief Whether single bright pixels are removed. */
+KXCAM_API uint32_t CameraGetDenoise(int camera, bool* on);
+/** @brief Evens out the fixed pattern of the sensor's rows and columns, where the camera holds tables of it.
+ */
+KXCAM_API uint32_t CameraSetFPN(int camera, bool on);
+/** @brief Whether the fixed pattern is evened out. */
+KXCAM_API uint32_t CameraGetFPN(int camera, bool* on);
+/** @} */
+
 /** @name Input and output lines
  * @{ */
 

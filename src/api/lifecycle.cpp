@@ -2,6 +2,7 @@
 #include "api/boundary.h"
 #include "core/camera_close.h"
 #include "core/camera_open.h"
+#include "core/dead_pixel_store.h"
 #include "core/open_flags.h"
 #include "core/parameter_sets.h"
 #include "core/reconnect.h"
@@ -23,6 +24,7 @@ uint32_t CameraInit(int camera) {
     // The camera is open from here on, whatever becomes of the rest.
     load_parameter(camera, 0);
     restore_geometry(camera);
+    load_deadpixel(camera, nullptr);
     // Programs rely on the full sensor after an open, whatever geometry the camera was left with.
     set_resolution(camera, 0, nullptr, nullptr, nullptr);
     start_video(camera);

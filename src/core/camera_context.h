@@ -62,16 +62,21 @@ struct CameraContext {
   CameraParameter parameter;
 
   // Acquisition.
-  std::unique_ptr<FrameRing> ring;    ///< null without acquisition
+  std::unique_ptr<FrameRing> ring;  ///< null without acquisition
+  Relaxed<uint32_t> frames_delivered = 0;
   std::atomic<bool> running = false;  ///< the reader keeps running and queries may wait
   std::mutex attachment_mutex;        ///< held while the device or the reader changes
   std::thread reader_thread;          ///< guarded by attachment_mutex
-  Relaxed<uint32_t> frames_delivered = 0;
 
   // Geometry.
   std::atomic<FrameGeometry> geometry = FrameGeometry{640, 480, 1};
-  std::atomic<uint8_t> resolution_count = 0;
   Published<const IndexMap> index_map;
+  std::atomic<uint8_t> resolution_count = 0;
+
+  // White balance.
+  std::atomic<bool> one_push_request = false;  ///< measure the next Bayer frame as a grey world
+  std::atomic<bool> auto_wb_request = false;   ///< measure the near-grey points of the next Bayer frame
+  Relaxed<int32_t> wb_last_avg = 0;            ///< mean level when the automatic last asked for that
 
   // Sensor timing.
   Relaxed<double> line_time_ms = 0.0;  ///< duration of one sensor line; 0 until it is known
@@ -95,11 +100,6 @@ struct CameraContext {
   // Corrections of the raw frame.
   Published<const DeadPixelList> dead_pixels;
   Published<const FlatField> flat_field;
-
-  // White balance.
-  std::atomic<bool> one_push_request = false;  ///< measure the next Bayer frame as a grey world
-  std::atomic<bool> auto_wb_request = false;   ///< measure the near-grey points of the next Bayer frame
-  Relaxed<int32_t> wb_last_avg = 0;            ///< mean level when the automatic last asked for a measurement
 };
 
 }  // namespace kxcam

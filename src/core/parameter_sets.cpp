@@ -26,8 +26,10 @@
 #include "core/trigger.h"
 #include "core/trigger_unit.h"
 #include "core/video.h"
+#include "isp/correction_settings.h"
 #include "isp/interpolation.h"
 #include "isp/tone_settings.h"
+#include "isp/white_balance_settings.h"
 
 namespace kxcam {
 
@@ -86,7 +88,7 @@ void copy_properties(const CameraParameter& from, CameraParameter& to) {
 
 /// Hands every setting to its setter, whatever becomes of the others. Some setters undo or need what others
 /// did, so the order matters; the elements of a braced list are evaluated in theirs.
-bool apply_settings(int camera, const CameraParameter& record) {
+bool apply_settings(int camera, const CameraParameter& record, const CameraParameter& live) {
   const uint16_t flags = record.isp_flags;
   const auto on = [flags](IspFlag flag) { return (flags & flag) != 0; };
   const std::array results = {
@@ -101,6 +103,7 @@ bool apply_settings(int camera, const CameraParameter& record) {
       set_mirror_x(camera, on(kMirrorX)),
       set_mirror_y(camera, on(kMirrorY)),
       set_highspeed(camera, on(kHighSpeed)),
+      set_wb_gain(camera, record.wb_gain_r, record.wb_gain_g, record.wb_gain_b),
       set_black_level(camera, record.black_level),
       set_ae_target(camera, record.ae_target),
       set_saturation(camera, record.saturation),
@@ -111,6 +114,8 @@ bool apply_settings(int camera, const CameraParameter& record) {
       set_line_height(camera, record.line_height),
       set_line_trigger(camera, record.line_trigger),
       set_snap_num(camera, record.snap_num),
+      set_fpn(camera, (live.isp_flags & kFixedPatternOff) == 0),
+      set_denoise(camera, !on(kDespeckleOff)),
       set_frame_rate(camera, !on(kFrameRateFree), record.frame_rate),
       set_advanced_gain(camera, record.advanced_gain),
       set_snap_mode(camera, record.snap_mode),
@@ -156,7 +161,7 @@ bool load_parameter(int camera, int slot) {
   open->parameter.isp_flags = record.isp_flags;
   load_flash_tables(open);
   copy_properties(record, open->parameter);
-  const bool applied = apply_settings(camera, record);
+  const bool applied = apply_settings(camera, record, open->parameter);
   return loaded && matrix_loaded && applied;
 }
 

@@ -99,8 +99,8 @@ bool process(CameraContext& ctx, const FrameSettings& settings, uint8_t* in, uin
     frame = {reduced.get(), frame.size()};
   }
 
-  // Counted here and nowhere else for a processed frame: exposure and white balance are paced by it, and
-  // counted twice the frames of a steady stream could miss every multiple of 32.
+  // A processed frame is counted here and not again by the query: with two counts a frame the number would
+  // stay odd in here, and what runs on multiples of 4 or 32 would never run.
   ctx.frames_delivered.add(1);
 
   const MutableImageView raw(frame, width, height);

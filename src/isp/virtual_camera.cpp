@@ -7,7 +7,9 @@
 #include "core/last_error.h"
 #include "core/open_flags.h"
 #include "core/orientation.h"
+#include "isp/correction_settings.h"
 #include "isp/tone_settings.h"
+#include "isp/white_balance_settings.h"
 
 namespace kxcam {
 
@@ -49,12 +51,15 @@ void apply_settings(int camera, const ISPParam& param) {
   set_gamma(camera, param.gamma);
   set_saturation(camera, param.saturation);
   set_contrast(camera, param.contrast);
+  set_wb_gain(camera, param.wb_gain_r, param.wb_gain_g, param.wb_gain_b);
   set_black_level(camera, param.black_level);
   set_rotate(camera, param.rotate != 0);
   set_mirror_x(camera, param.mirror_x != 0);
   set_mirror_y(camera, param.mirror_y != 0);
   set_enhancement(camera, param.enhancement != 0);
   set_ccm(camera, std::span(param.ccm));
+  set_fpn(camera, param.fpn != 0);
+  set_denoise(camera, param.denoise != 0);
 }
 
 }  // namespace
