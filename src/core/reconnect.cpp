@@ -23,8 +23,24 @@ void wake_sensor(const CameraContext& context, libusb_device_handle* handle) {
     wake(handle, context.firmware_version);
 }
 
-void resume_acquisition(CameraContext& context) {
-  context.ring->drop_ready_frames();
+/// Gives the camera its device again, with acquisition ended and the ring empty; null when it is not there.
+DeviceHandle change_device(CameraContext& context) {
+  detach_device(context);
+  if (context.ring != nullptr) context.ring->drop_ready_frames();
+  const DeviceHandle handle = open_camera_with_serial(context.parameter.serial_number, context.model().PID);
+  if (handle == nullptr) {
+    set_last_error(KXCAM_ERROR_NO_DEVICE);
+    return nullptr;
+  }
+  attach_device(context, handle);
+  return handle;
+}
+
+void resume_acquisition(int camera, CameraContext& context, libusb_device_handle* handle) {
+  wake_sensor(context, handle);
+  // Before queries may wait for frames again: single settings drop the frames of the old one, and would
+  // have to wait for the end of every query. Whatever becomes of them, the camera is back.
+  set_parameter(camera);
   context.running = true;
   try {
     start_reader(context);
@@ -32,21 +48,7 @@ void resume_acquisition(CameraContext& context) {
     detach_device(context);
     throw;
   }
-}
-
-/// Everything up to a running reader.
-bool change_device(int camera, const ContextRef& context) {
-  const std::lock_guard attachment(context->attachment_mutex);
-  // Closed while waiting for the lock: whoever did that was promised that the device is let go.
-  if (context_at(camera) != context) return fail(KXCAM_ERROR_NOT_OPEN);
-  detach_device(*context);
-  const DeviceHandle handle = open_camera_with_serial(context->parameter.serial_number, context->model().PID);
-  if (handle == nullptr) return fail(KXCAM_ERROR_NO_DEVICE);
-  attach_device(*context, handle);
-  if (context->ring == nullptr) return true;
-  wake_sensor(*context, handle.get());
-  resume_acquisition(*context);
-  return true;
+  start_video(camera);
 }
 
 }  // namespace
@@ -55,11 +57,12 @@ bool reconnect(int camera) {
   const ContextRef context = find_camera(camera);
   if (context == nullptr) return false;
   if (context->is_virtual) return fail(KXCAM_ERROR_NO_DEVICE);
-  if (!change_device(camera, context)) return false;
-  if (context->ring == nullptr) return true;
-  // The camera is back from here on, whatever becomes of single settings.
-  set_parameter(camera);
-  start_video(camera);
+  const std::lock_guard attachment(context->attachment_mutex);
+  // Closed while waiting for the lock: whoever did that was promised that the device is let go.
+  if (context_at(camera) != context) return fail(KXCAM_ERROR_NOT_OPEN);
+  const DeviceHandle handle = change_device(*context);
+  if (handle == nullptr) return false;
+  if (context->ring != nullptr) resume_acquisition(camera, *context, handle.get());
   return true;
 }
 
