@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/camera_open.h"
 
+#include <mutex>
+
 #include "core/contexts.h"
+#include "core/device_attachment.h"
 #include "core/discovery.h"
 #include "core/enumeration.h"
 #include "core/frame_reader.h"
@@ -94,13 +97,12 @@ bool init_camera_ex(int camera, const char* /*name*/, unsigned int, int flags) {
   const auto context = std::make_shared<CameraContext>(model_row);
   context->parameter.serial_number = serial;
   context->open_flags = flags;
-  context->usb_speed = kxusb_get_device_speed(libusb_get_device(handle.get())) - 1;
-  context->usb_handle.store(handle);
-  kxusb_claim_interface(handle.get(), kImageInterface);
+  attach_device(*context, handle);
   const bool acquires = (flags & kOpenWithoutAcquisition) == 0;
   if (acquires) prepare_acquisition(*context, handle.get());
   context->running = true;
 
+  const std::lock_guard attachment(context->attachment_mutex);
   if (!occupy_slot(camera, context)) return false;
   if (acquires) start_acquisition(camera, *context);
   return true;

@@ -6,16 +6,14 @@
 #include <optional>
 
 #include "core/contexts.h"
+#include "core/eeprom_map.h"
 #include "usb/control_channel.h"
 
 namespace kxcam {
 namespace {
 
-/// The count, then x and y of each pixel, as big-endian words.
-constexpr uint32_t kBlock = 0x1E00;
-
 uint32_t address_of(size_t word) {
-  return kBlock + 2 * static_cast<uint32_t>(word);
+  return kDeadPixelAddress + 2 * static_cast<uint32_t>(word);
 }
 
 bool write_byte(int camera, uint32_t address, uint32_t value) {

@@ -8,6 +8,7 @@
 #include <span>
 #include <utility>
 
+#include "core/auto_exposure.h"
 #include "core/contexts.h"
 #include "core/last_error.h"
 #include "isp/demosaic.h"
@@ -112,6 +113,14 @@ bool process(CameraContext& ctx, const FrameSettings& settings, uint8_t* in, uin
   return true;
 }
 
+/// Lets the camera follow the brightness of a picture that was just made. Only a grey picture answers for it.
+bool follow_brightness(CameraContext& ctx, int format) {
+  if ((format & KXCAM_FORMAT_RAW) != 0) return true;
+  const bool grey = (format & KXCAM_FORMAT_GREY) != 0;
+  if (!grey && (format & KXCAM_FORMAT_COLOR) == 0) return true;
+  return AutoExposure(ctx) || !grey;
+}
+
 }  // namespace
 
 bool isp(int camera, uint8_t* in, uint8_t* out, int width, int height, int format) {
@@ -124,7 +133,7 @@ bool isp(CameraContext& ctx, uint8_t* in, uint8_t* out, int width, int height, i
   const FrameSettings settings = frame_settings(ctx);
   if (!has_pixels(settings.index_map, width, height)) return fail(KXCAM_ERROR_ARGUMENT);
   if (is_rotated(settings.index_map)) std::swap(width, height);
-  return process(ctx, settings, in, out, width, height, format);
+  return process(ctx, settings, in, out, width, height, format) && follow_brightness(ctx, format);
 }
 
 bool isp_raw_frame(CameraContext& ctx, uint8_t* in, uint8_t* out, const FrameGeometry& geometry, int format) {
@@ -133,7 +142,9 @@ bool isp_raw_frame(CameraContext& ctx, uint8_t* in, uint8_t* out, const FrameGeo
   const IndexMap& map = settings.index_map;
   if (map.width() != geometry.frame_width || map.height() != geometry.frame_height)
     return fail(KXCAM_ERROR_ARGUMENT);
-  return process(ctx, settings, in, out, geometry.frame_width, geometry.frame_height, format);
+  if (!process(ctx, settings, in, out, geometry.frame_width, geometry.frame_height, format)) return false;
+  follow_brightness(ctx, format);
+  return true;
 }
 
 }  // namespace kxcam
