@@ -13,7 +13,7 @@ bool is_replaceable(Readout readout, const FramePosition& at, int32_t width, int
   switch (readout) {
     case Readout::kFullSensor:
       // The column after the last counts: it names the first pixel of the next row.
-      return at.x >= 2 && at.x <= width && at.y <= height;
+      return at.x >= 2 && at.x <= width && at.y >= 0 && at.y <= height;
     case Readout::kWindow:
       return at.x > 2 && at.x < width && at.y > 0 && at.y < height;
     case Readout::kBinned:

@@ -11,7 +11,6 @@ namespace kxcam {
 namespace {
 
 constexpr int kLeastCells = 32;
-constexpr double kGreatestGain = 3.0;
 
 struct Rgb {
   int r;
@@ -74,12 +73,9 @@ void PointWhiteBalance(CameraContext& ctx, const ImageView& raw) {
   if (!phase) return;
   const PointSums sums = measure_points(raw, *phase, ctx.mean_level);
   if (!sums.sufficient()) return;
-  WhiteBalanceGains gains = {.r = two_decimals(ratio(sums.green, sums.red)),
-                             .g = 1.0,
-                             .b = two_decimals(ratio(sums.green, sums.blue))};
-  // Deliberate: a blue gain beyond the limit puts red at the limit and stays as it is.
-  if (gains.r > kGreatestGain || gains.b > kGreatestGain) gains.r = kGreatestGain;
-  store_wb_gains(ctx, gains);
+  store_wb_gains(ctx, limited({.r = two_decimals(ratio(sums.green, sums.red)),
+                               .g = 1.0,
+                               .b = two_decimals(ratio(sums.green, sums.blue))}));
 }
 
 }  // namespace kxcam

@@ -25,4 +25,10 @@ double two_decimals(double ratio) {
   return saturating_cast<int32_t>(ratio * 100) / 100.0;
 }
 
+WhiteBalanceGains limited(WhiteBalanceGains gains) {
+  constexpr double kLimit = 3.0;
+  if (gains.r > kLimit || gains.b > kLimit) gains.r = kLimit;
+  return gains;
+}
+
 }  // namespace kxcam

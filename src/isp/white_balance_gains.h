@@ -17,4 +17,8 @@ void store_wb_gains(CameraContext& ctx, const WhiteBalanceGains& gains);
 /// A measured ratio cut to two decimals.
 double two_decimals(double ratio);
 
+/// Limits measured gains to 3.0, and deliberately not evenly: a blue gain beyond the limit puts red at 3.0
+/// and stays as it is.
+WhiteBalanceGains limited(WhiteBalanceGains gains);
+
 }  // namespace kxcam
