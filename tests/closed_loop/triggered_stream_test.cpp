@@ -32,6 +32,8 @@ class TriggeredStream : public testing::TestWithParam<const CameraModel*> {
       std::ranges::fill(out, camera.waits_for_trigger() ? kTakenInTriggerMode : 10);
     });
     ASSERT_EQ(CameraSetAEC(0, 0), 0U);
+    // A read of the size before the window may still wait; it would swallow the first shot.
+    ASSERT_TRUE(next_frame().has_value());
   }
 
   /// First byte of the next frame; nothing when none comes within that time.
@@ -55,7 +57,6 @@ class TriggeredStream : public testing::TestWithParam<const CameraModel*> {
 };
 
 TEST_P(TriggeredStream, GivesOnePicturePerShotAndNoneWithout) {
-  ASSERT_TRUE(next_frame().has_value());
   ASSERT_EQ(CameraSetSnapMode(0, kTriggered), 0U);
   expect_silence();
   EXPECT_EQ(CameraTriggerShot(0), 0U);
