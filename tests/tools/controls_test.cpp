@@ -81,7 +81,7 @@ double brightness(const Cameras& cameras, const std::vector<std::string>& option
 }
 
 TEST(Controls, CaptureExposesAsAsked) {
-  const Cameras lit{{"3600,fps=0,light=0.5"}};
+  const Cameras lit{{"3600,fps=0,noise=0,light=1.2"}};
   const double dark = brightness(lit, {"--exposure-ms", "2", "--gain", "1"});
   const double bright = brightness(lit, {"--exposure-ms", "8", "--gain", "1"});
   const double amplified = brightness(lit, {"--exposure-ms", "2", "--gain", "121"});

@@ -206,7 +206,7 @@ double parse_value(const Control& control, const std::string& text) try {
 std::string value_text(const Control& control, double value) {
   const auto i = static_cast<size_t>(value);
   if (value >= 0 && i < control.choices.size()) return std::string(control.choices[i]);
-  return control.whole ? fmt::format("{:.0f}", value) : fmt::format("{:.6g}", value);
+  return control.whole ? fmt::format("{:.0f}", value) : fmt::format("{:.7g}", value);
 }
 
 std::string range_text(const Control& control) {

@@ -98,7 +98,7 @@ void list(const Options& options, StandardOutput& output) {
 using Action = void (*)(const Options&, StandardOutput&);
 
 std::shared_ptr<Options> add(CLI::App& command, Command& chosen, Action action) {
-  const auto options = std::make_shared<Options>();
+  auto options = std::make_shared<Options>();
   add_camera_option(command, options->camera);
   command.callback([options, &chosen, action] {
     chosen = [options, action](StandardOutput& output) { action(*options, output); };
