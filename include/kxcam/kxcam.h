@@ -69,6 +69,22 @@ enum kxcam_format {
   KXCAM_FORMAT_UNCORRECTED = 0x40000 /**< skip the corrections of the raw frame */
 };
 
+/** Settings of a virtual camera; see CameraInitVirtual(). */
+typedef struct ISPParam {
+  double ccm[9];                          /**< colour matrix, row-major; row = output R, G, B */
+  double gamma;                           /**< 0.3..2.0 */
+  double saturation;                      /**< 0.0..2.0 */
+  double contrast;                        /**< 0.3..2.0 */
+  double wb_gain_r, wb_gain_g, wb_gain_b; /**< 0.0..3.0 */
+  int32_t black_level;                    /**< 0..255 */
+  uint8_t rotate;                         /**< switches: 0 off, else on */
+  uint8_t mirror_x;
+  uint8_t mirror_y;
+  uint8_t enhancement;
+  uint8_t fpn;
+  uint8_t denoise;
+} ISPParam;
+
 /** Code of the last failure of any call in this process (#kxcam_error); -1 until then. */
 extern KXCAM_API int last_error;
 /** Value of `LogFile` in the configuration file, "" until it was read. The library writes no log. */
@@ -118,17 +134,35 @@ KXCAM_API uint32_t CameraGetLastError(int* error);
 /** @name Opening and closing
  * @{ */
 
-/** @brief Opens a camera and starts streaming at resolution preset 0 (the full sensor).
+/** @brief Opens a camera, loads the settings stored in its slot 0 and starts streaming at resolution
+ * preset 0 (the full sensor).
  *
- * Takes about half a second on the models that are reset at open. Errors: 1; 6 when the index is
- * open already; 5 on an empty bus; 4 when the camera is not there or its model is unknown.
- * Exclusive. */
+ * Stored settings are applied one by one; a value out of range, as in a camera that nothing was ever
+ * stored in, is passed over. Of the stored switches none is: in such a camera all of them are on, mirror
+ * and rotation among them. Settings that cannot be loaded do not fail the call. Takes about half a second on
+ * the models that are reset at open. Errors: 1; 6 when the index is open already; 5 on an empty bus; 4 when
+ * the camera is not there or its model is unknown. Exclusive. */
 KXCAM_API uint32_t CameraInit(int camera);
 
 /** @brief Opens a camera for register access only: no frame buffers, no reader thread, no streaming.
  *
  * The frame size stays 640 x 480. Errors as CameraInit(). Exclusive. */
 KXCAM_API uint32_t CameraInitIO(int camera);
+
+/** @brief Fills an index with a camera without a device, for CameraISP().
+ *
+ * @param camera index, 0..255; need not be that of an attached camera
+ * @param product_id product id of the model whose frames are to be processed; with any other the first
+ *        model of the table is taken
+ * @param param initial settings; null: all neutral, with a black level of 5. A value out of range leaves that
+ *        setting neutral.
+ *
+ * Frames have the model's full size. All settings that act on the picture work as on a real camera;
+ * what needs the device fails with #KXCAM_ERROR_NO_DEVICE. The colour matrix takes effect with the next
+ * CameraSetSaturation() or CameraSetEnhancement(): with `enhancement` set, call one of them first, or
+ * the picture is black. Needs no configuration file. Errors: 1; 6 when the index is open already.
+ * Exclusive. */
+KXCAM_API uint32_t CameraInitVirtual(int camera, int product_id, const ISPParam* param);
 
 /** @brief Stops acquisition and closes the camera. Always returns 0.
  *
@@ -138,6 +172,16 @@ KXCAM_API uint32_t CameraFree(int camera);
 
 /** @brief Checks that a camera is open at the index; the camera itself is not touched. Errors: 1, 3. */
 KXCAM_API uint32_t CameraReset(int camera);
+
+/** @brief Brings back an open camera whose cable was pulled or that was reset.
+ *
+ * The camera is found by its serial number, wherever it is plugged in now. Index, settings and tables stay;
+ * the settings are sent to the camera again, and the stream starts without any frame from before. Queries
+ * that wait in other threads end with #KXCAM_ERROR_NO_FRAME.
+ *
+ * Errors: 1, 3; 4 for a virtual camera and while the camera is not there: the index stays open then, and the
+ * call may be repeated. Takes about as long as CameraInit(). Exclusive. */
+KXCAM_API uint32_t CameraReconnect(int camera);
 /** @} */
 
 /** @name Geometry
@@ -486,6 +530,50 @@ KXCAM_API uint32_t CameraSetDebouncerTime(int camera, int value);
 KXCAM_API uint32_t CameraGetDebouncerTime(int camera, int* value);
 /** @} */
 
+/** @name White balance
+ * Factors for red, green and blue that act on the picture, not on the sensor, from the next frame that is
+ * processed. Measurements are made on processed frames (grey or colour) of colour models, in the calling
+ * thread; on monochrome models they are accepted and nothing comes of them. Errors of all: 1, 3.
+ * @{ */
+
+/** @brief Gains of red, green and blue, 0.0..3.0 each; 1.0 after open.
+ *
+ * Errors also: 2 when one of them is out of range (a NaN is), which changes none. */
+KXCAM_API uint32_t CameraSetWBGain(int camera, double r, double g, double b);
+/** @brief Gains last set or measured; a measured one may exceed 3.0. Any of the pointers may be null. */
+KXCAM_API uint32_t CameraGetWBGain(int camera, double* r, double* g, double* b);
+
+/** @brief Automatic white balance.
+ *
+ * Measures the nearly grey parts of the next processed frame, and again whenever the brightness of the
+ * scene changes: within 5 frames when it changes much, within 32 when it changes moderately. A frame that
+ * shows too little grey changes nothing. Switching off keeps the last gains. */
+KXCAM_API uint32_t CameraSetAWB(int camera, bool on);
+/** @brief State of automatic white balance; `on` is set to false on failure too. */
+KXCAM_API uint32_t CameraGetAWB(int camera, bool* on);
+
+/** @brief Measures once: the next processed frame gets the gains that make its middle grey on the average.
+ *
+ * Green gets 1.0, the others two decimals. A middle without any red, green or blue changes nothing. */
+KXCAM_API uint32_t CameraOnePushWB(int camera);
+/** @} */
+
+/** @name Corrections of the raw frame
+ * Made in every frame that passes the pipeline, unless the query has #KXCAM_FORMAT_UNCORRECTED. The pixels
+ * that the camera's own memory lists as dead are replaced in any case. Errors of all: 1, 3.
+ * @{ */
+
+/** @brief Removes single bright pixels; on after open. The outermost pixels are left alone. */
+KXCAM_API uint32_t CameraSetDenoise(int camera, bool on);
+/** @brief Whether single bright pixels are removed. */
+KXCAM_API uint32_t CameraGetDenoise(int camera, bool* on);
+/** @brief Evens out the fixed pattern of the sensor's rows and columns, where the camera holds tables of it.
+ */
+KXCAM_API uint32_t CameraSetFPN(int camera, bool on);
+/** @brief Whether the fixed pattern is evened out. */
+KXCAM_API uint32_t CameraGetFPN(int camera, bool* on);
+/** @} */
+
 /** @name Input and output lines
  * @{ */
 
@@ -495,6 +583,48 @@ KXCAM_API uint32_t CameraGetDebouncerTime(int camera, int* value);
 KXCAM_API uint32_t CameraSetGPIO(int camera, int mask, int value);
 /** @brief States of the lines, 0..255. Errors: 1, 3, 4, 10. */
 KXCAM_API uint32_t CameraGetGPIO(int camera, int* lines);
+/** @} */
+
+/** @name Stored settings and identity
+ * What a camera keeps in its own memory. Reading and writing takes about a millisecond a byte, writing
+ * another five. Per-camera. Errors of all: 1, 3, 4 unless a function says otherwise.
+ * @{ */
+
+/** @brief Stores all settings in the camera: slot 1, or with any other number slot 0, the one that is loaded
+ * at open.
+ *
+ * Takes about half a second; a camera that loses power meanwhile is left with a mixture of old and new
+ * settings. Real values are kept in hundredths, times of the trigger unit in tens. Whether the camera
+ * took the bytes is not reported: read the settings back where it matters. */
+KXCAM_API uint32_t CameraSaveParameter(int camera, int slot);
+
+/** @brief Loads and applies settings stored in the camera; slots as CameraSaveParameter().
+ *
+ * Fails when a byte cannot be read (10) or a value is refused, with the code of the last of them; all others
+ * are applied nevertheless. The auto-exposure target comes back smaller by the black level. The stored
+ * region or resolution is not selected. */
+KXCAM_API uint32_t CameraLoadParameter(int camera, int slot);
+
+/** @brief The camera's serial number as it was when the camera was opened.
+ *
+ * @param camera index of an open camera
+ * @param buffer receives 12 characters, and a terminating zero unless `size` is exactly 12
+ * @param size bytes of room, at least 12
+ *
+ * Fails without a code when `buffer` is null or `size` below 12. Errors: 1, 3. Thread-safe. */
+KXCAM_API uint32_t CameraReadSerialNumber(int camera, char* buffer, int size);
+
+/** @brief Reads the first `length` bytes of the 63 that are the application's own.
+ *
+ * A length of 0 or less succeeds at once. Errors: also 2 for more than 63; 10 when a byte cannot be read:
+ * those before it are in `buffer`. */
+KXCAM_API uint32_t CameraReadUserData(int camera, char* buffer, int length);
+
+/** @brief Writes the first `length` bytes of the 63 that are the application's own.
+ *
+ * A length of 0 or less succeeds at once. Errors: also 2 for more than 63; 11 when a byte cannot be
+ * written: those before it are. */
+KXCAM_API uint32_t CameraWriteUserData(int camera, const char* buffer, int length);
 /** @} */
 
 #ifdef __cplusplus

@@ -45,6 +45,15 @@ DeviceHandle find_device(const CameraContext& context) {
   return handle;
 }
 
+ContextRef find_camera_if(int camera, bool argument_in_range) {
+  if (!check_index(camera)) return nullptr;
+  if (!argument_in_range) {
+    set_last_error(KXCAM_ERROR_ARGUMENT);
+    return nullptr;
+  }
+  return context_at(camera);
+}
+
 OpenCamera find_open_camera(int camera) {
   OpenCamera open{.context = find_camera(camera), .handle = nullptr};
   if (open.context != nullptr) open.handle = find_device(*open.context);

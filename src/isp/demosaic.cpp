@@ -4,26 +4,12 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "isp/bayer_phase.h"
 #include "isp/output_runs.h"
 #include "isp/pixel_layout.h"
 
 namespace kxcam {
 namespace {
-
-/// Column and row parity of the red site in the 2 x 2 cell; blue stands diagonally opposite.
-struct BayerPhase {
-  int red_x;
-  int red_y;
-
-  bool red_row(int y) const { return (y & 1) == red_y; }
-  /// Column parity of the green sites of a row.
-  int green_x(int y) const { return red_row(y) ? 1 - red_x : red_x; }
-};
-
-constexpr BayerPhase kPhaseBGGR = {1, 1};
-constexpr BayerPhase kPhaseGBRG = {0, 1};
-constexpr BayerPhase kPhaseGRBG = {1, 0};
-constexpr BayerPhase kPhaseRGGB = {0, 0};
 
 /// The colours of a pixel as its row sees them. That makes all phases and both kinds of row alike.
 struct RowColors {

@@ -15,6 +15,8 @@
 #include "isp/frame_settings.h"
 #include "isp/image_view.h"
 #include "isp/mono.h"
+#include "isp/raw_corrections.h"
+#include "isp/white_balance.h"
 #include "kxcam/kxcam.h"
 
 namespace kxcam {
@@ -65,6 +67,25 @@ std::unique_ptr<uint8_t[]> reduce_to_8_bits(const uint8_t* in, size_t samples, c
   return nullptr;
 }
 
+/// What was asked for since the last frame. Measured before the picture is made, which then has the new
+/// gains already. A request that comes in meanwhile is kept for the next frame.
+void measure_white_balance(CameraContext& ctx, FrameSettings& settings, const ImageView& raw) {
+  const bool one_push = ctx.one_push_request.exchange(false);
+  const bool points = ctx.auto_wb_request.exchange(false);
+  if (one_push) ManualWhiteBalance(ctx, raw);
+  if (points) PointWhiteBalance(ctx, raw);
+  if (one_push || points) settings.curves = ctx.curves.load();
+}
+
+void make_picture(CameraContext& ctx, FrameSettings settings, const ImageView& raw, uint8_t* out,
+                  int format) {
+  const CameraModel& model = ctx.model();
+  const Converter convert = converter_of(model.COLOR_MODE, format);
+  if (convert == nullptr) return;
+  if (!model.monochrome()) measure_white_balance(ctx, settings, raw);
+  ctx.mean_level = convert(settings, raw, out, format);
+}
+
 /// `width` and `height` are those of the raw frame, and their product is that of the settings' map.
 bool process(CameraContext& ctx, const FrameSettings& settings, uint8_t* in, uint8_t* out, int width,
              int height, int format) {
@@ -77,25 +98,32 @@ bool process(CameraContext& ctx, const FrameSettings& settings, uint8_t* in, uin
     frame = {reduced.get(), frame.size()};
   }
 
-  // Counted here and nowhere else for a processed frame: exposure and white balance are paced by it.
+  // A processed frame is counted here and not again by the query: with two counts a frame the number would
+  // stay odd in here, and what runs on multiples of 4 or 32 would never run.
   ctx.frames_delivered.add(1);
 
+  const MutableImageView raw(frame, width, height);
+  if ((format & KXCAM_FORMAT_UNCORRECTED) == 0) correct(raw, raw_corrections(ctx, width, height));
   if ((format & KXCAM_FORMAT_RAW) != 0) {
     std::ranges::copy(frame, out);
-    return true;
-  }
-  if (const Converter convert = converter_of(color_mode, format)) {
-    ctx.mean_level = convert(settings, ImageView(frame, width, height), out, format);
+  } else {
+    make_picture(ctx, settings, raw, out, format);
   }
   return true;
 }
 
-/// Lets the camera follow the brightness of a picture that was just made. Only a grey picture answers for it.
-bool follow_brightness(CameraContext& ctx, int format) {
-  if ((format & KXCAM_FORMAT_RAW) != 0) return true;
+/// Lets exposure and white balance follow the level of a picture that was just made. Only a grey picture
+/// answers for the exposure.
+bool follow_level(CameraContext& ctx, int format) {
+  const CameraModel& model = ctx.model();
+  if ((format & KXCAM_FORMAT_RAW) != 0 || converter_of(model.COLOR_MODE, format) == nullptr) return true;
   const bool grey = (format & KXCAM_FORMAT_GREY) != 0;
-  if (!grey && (format & KXCAM_FORMAT_COLOR) == 0) return true;
-  return AutoExposure(ctx) || !grey;
+  // Colour pictures of all orders but one are exposed before they are balanced.
+  const bool balanced_first = grey || model.COLOR_MODE == kBGGR;
+  if (!model.monochrome() && balanced_first) AutoWhiteBalance(ctx);
+  const bool exposed = AutoExposure(ctx);
+  if (!model.monochrome() && !balanced_first) AutoWhiteBalance(ctx);
+  return exposed || !grey;
 }
 
 }  // namespace
@@ -110,7 +138,7 @@ bool isp(CameraContext& ctx, uint8_t* in, uint8_t* out, int width, int height, i
   const FrameSettings settings = frame_settings(ctx);
   if (!has_pixels(settings.index_map, width, height)) return fail(KXCAM_ERROR_ARGUMENT);
   if (is_rotated(settings.index_map)) std::swap(width, height);
-  return process(ctx, settings, in, out, width, height, format) && follow_brightness(ctx, format);
+  return process(ctx, settings, in, out, width, height, format) && follow_level(ctx, format);
 }
 
 bool isp_raw_frame(CameraContext& ctx, uint8_t* in, uint8_t* out, const FrameGeometry& geometry, int format) {
@@ -120,7 +148,7 @@ bool isp_raw_frame(CameraContext& ctx, uint8_t* in, uint8_t* out, const FrameGeo
   if (map.width() != geometry.frame_width || map.height() != geometry.frame_height)
     return fail(KXCAM_ERROR_ARGUMENT);
   if (!process(ctx, settings, in, out, geometry.frame_width, geometry.frame_height, format)) return false;
-  follow_brightness(ctx, format);
+  follow_level(ctx, format);
   return true;
 }
 

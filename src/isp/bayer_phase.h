@@ -1,0 +1,42 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "core/model_table.h"
+
+namespace kxcam {
+
+/// Column and row parity of the red site in the 2 x 2 cell; blue stands diagonally opposite.
+struct BayerPhase {
+  int red_x;
+  int red_y;
+
+  constexpr bool red_row(int y) const { return (y & 1) == red_y; }
+  /// Column parity of the green sites of a row.
+  constexpr int green_x(int y) const { return red_row(y) ? 1 - red_x : red_x; }
+};
+
+inline constexpr BayerPhase kPhaseBGGR = {1, 1};
+inline constexpr BayerPhase kPhaseGBRG = {0, 1};
+inline constexpr BayerPhase kPhaseGRBG = {1, 0};
+inline constexpr BayerPhase kPhaseRGGB = {0, 0};
+
+/// Nothing for a monochrome sensor.
+constexpr std::optional<BayerPhase> bayer_phase(uint32_t color_mode) {
+  switch (color_mode) {
+    case kRGGB:
+      return kPhaseRGGB;
+    case kBGGR:
+      return kPhaseBGGR;
+    case kGRBG:
+      return kPhaseGRBG;
+    case kGBRG:
+      return kPhaseGBRG;
+    default:
+      return std::nullopt;
+  }
+}
+
+}  // namespace kxcam
