@@ -59,11 +59,11 @@ double gain_of_columns(const RegisterFiles& files) {
 
 double gain_of_range_and_digits(const RegisterFiles& files) {
   const uint32_t code = sensor_value(files, 0x305E);
-  const double digits = (code & 0x7F) / 8;
+  const uint32_t digits = (code & 0x7F) / 8;
   const uint32_t range = code >> 7;
   if (range >= 511) return digits;
-  if (range >= 255) return digits / 2;
-  return digits / (range >= 127 ? 4 : 8);
+  if (range >= 255) return digits / 2.0;
+  return digits / (range >= 127 ? 4.0 : 8.0);
 }
 
 double gain_of_product(const RegisterFiles& files) {
