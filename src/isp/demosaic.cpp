@@ -4,26 +4,12 @@
 #include <algorithm>
 #include <cstddef>
 
+#include "isp/bayer_phase.h"
 #include "isp/output_runs.h"
 #include "isp/pixel_layout.h"
 
 namespace kxcam {
 namespace {
-
-/// Column and row parity of the red site in the 2 x 2 cell; blue stands diagonally opposite.
-struct BayerPhase {
-  int red_x;
-  int red_y;
-
-  bool red_row(int y) const { return (y & 1) == red_y; }
-  /// Column parity of the green sites of a row.
-  int green_x(int y) const { return red_row(y) ? 1 - red_x : red_x; }
-};
-
-constexpr BayerPhase kPhaseBGGR = {1, 1};
-constexpr BayerPhase kPhaseGBRG = {0, 1};
-constexpr BayerPhase kPhaseGRBG = {1, 0};
-constexpr BayerPhase kPhaseRGGB = {0, 0};
 
 /// The colours of a pixel as its row sees them. That makes all phases and both kinds of row alike.
 struct RowColors {
@@ -51,13 +37,6 @@ struct RowWindow {
   const uint8_t* centre;
   const uint8_t* below;
 };
-
-/// The other column (or row) of the 2 x 2 cell; where the frame ends before it, the one on the other
-/// side, which holds the same colours, and the pixel's own in a frame of one column.
-int cell_partner(int i, int size) {
-  if ((i ^ 1) < size) return i ^ 1;
-  return std::max(i - 1, 0);
-}
 
 /// Border pixels take what they lack from their own cell, without averaging.
 RowColors border_colors(const ImageView& raw, int x, int y, bool green) {

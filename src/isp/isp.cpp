@@ -10,46 +10,13 @@
 
 #include "core/contexts.h"
 #include "core/last_error.h"
-#include "isp/demosaic.h"
+#include "isp/develop.h"
 #include "isp/frame_settings.h"
 #include "isp/image_view.h"
-#include "isp/mono.h"
 #include "kxcam/kxcam.h"
 
 namespace kxcam {
 namespace {
-
-using Converter = int32_t (*)(const FrameSettings&, const ImageView&, uint8_t*, int);
-
-struct Converters {
-  Converter to_grey = nullptr;
-  Converter to_color = nullptr;
-};
-
-Converters converters_of(uint32_t color_mode) {
-  switch (color_mode) {
-    case kRGGB:
-      return {RGGBtoGray8, RGGBtoRGB888};
-    case kBGGR:
-      return {BGGRtoGray8, BGGRtoRGB888};
-    case kGRBG:
-      return {GRBGtoGray8, GRBGtoRGB888};
-    case kGBRG:
-      return {GBRGtoGray8, GBRGtoRGB888};
-    case kMono8:
-    case kMono12:
-      return {RAW8toGray8, RAW8toRGB888};
-    default:
-      return {};
-  }
-}
-
-Converter converter_of(uint32_t color_mode, int format) {
-  const Converters converters = converters_of(color_mode);
-  if ((format & KXCAM_FORMAT_GREY) != 0) return converters.to_grey;
-  if ((format & KXCAM_FORMAT_COLOR) != 0) return converters.to_color;
-  return nullptr;
-}
 
 bool has_pixels(const IndexMap& map, int width, int height) {
   return width >= 1 && height >= 1 && int64_t{width} * height == map.count();
@@ -83,9 +50,9 @@ bool process(CameraContext& ctx, const FrameSettings& settings, uint8_t* in, uin
     std::ranges::copy(frame, out);
     return true;
   }
-  if (const Converter convert = converter_of(color_mode, format)) {
-    ctx.mean_level = convert(settings, ImageView(frame, width, height), out, format);
-  }
+  const ImageView raw(frame, width, height);
+  if (const auto mean = develop(cpu_choice().level, color_mode, settings, raw, out, format))
+    ctx.mean_level = *mean;
   return true;
 }
 
