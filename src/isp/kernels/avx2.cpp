@@ -37,6 +37,7 @@ struct Avx2 {
   using Lookups = ShuffleLookup<Avx2>;
   using Table = const Lookup*;
   static constexpr int kBytes = 32;
+  static constexpr int kLookUpsAtOnce = 2;
 
   static Bytes load(const uint8_t* p) { return _mm256_loadu_si256(reinterpret_cast<const __m256i*>(p)); }
   static void store(uint8_t* p, Bytes v) { _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v); }
@@ -90,7 +91,10 @@ struct Avx2 {
   }
   static void arrange(const uint8_t* table, Lookup& lookup) { Lookups::arrange(table, lookup); }
   static Table table(const Lookup& lookup) { return &lookup; }
-  static Bytes look_up(Table table, Bytes index) { return Lookups::look_up(table, index); }
+  template <int kCount>
+  static void look_up(Table table, Bytes (&v)[kCount]) {
+    Lookups::look_up(table, v);
+  }
 
   template <class Put>
   static void put_interleaved3(uint8_t* to, Bytes a, Bytes b, Bytes c) {

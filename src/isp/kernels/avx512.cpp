@@ -107,10 +107,10 @@ struct Avx512 {
     const uint8_t* bytes = lookup.bytes;
     return {{load(bytes), load(bytes + 64), load(bytes + 128), load(bytes + 192)}};
   }
-  static Bytes look_up(const Table& table, Bytes index) {
-    const Bytes low = _mm512_permutex2var_epi8(table.quarters[0], index, table.quarters[1]);
-    const Bytes high = _mm512_permutex2var_epi8(table.quarters[2], index, table.quarters[3]);
-    return _mm512_mask_blend_epi8(_mm512_movepi8_mask(index), low, high);
+  static void look_up(const Table& table, Bytes (&v)[1]) {
+    const Bytes low = _mm512_permutex2var_epi8(table.quarters[0], v[0], table.quarters[1]);
+    const Bytes high = _mm512_permutex2var_epi8(table.quarters[2], v[0], table.quarters[3]);
+    v[0] = _mm512_mask_blend_epi8(_mm512_movepi8_mask(v[0]), low, high);
   }
 
   template <class Put>

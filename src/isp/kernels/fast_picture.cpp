@@ -17,10 +17,6 @@
 namespace kxcam {
 namespace {
 
-constexpr uint16_t kEvenColumns = 0x00FF;
-constexpr uint16_t kOddColumns = 0xFF00;
-constexpr uint16_t kAllColumns = 0xFFFF;
-
 /// Pictures from this size on are written past the caches.
 constexpr size_t kStreamedBytes = size_t{1} << 20;
 
@@ -39,13 +35,6 @@ class WorkMemory {
   };
 
   std::unique_ptr<uint8_t[], Delete> data_;
-};
-
-/// Colours of a pixel as its row sees them: the red or blue of the row, green, and the other one.
-struct RowPlanes {
-  uint8_t* own;
-  uint8_t* green;
-  uint8_t* other;
 };
 
 /// Where the pixels of a picture go, and how they get there.
@@ -70,6 +59,7 @@ class Picture {
 
   bool has_memory() const { return memory_.data() != nullptr; }
   const OrientedFrame& frame() const { return frame_; }
+  bool is_border_row(int y) const { return y == 0 || y == height() - 1; }
   int width() const { return frame_.columns.size; }
   int height() const { return frame_.rows.size; }
   uint8_t* plane(int i) const { return memory_.data() + i * stride_ + kRowMargin; }
@@ -84,10 +74,16 @@ class Picture {
   const uint8_t* row(int y) const { return window_.row(y); }
   WorkRows rows_around(int y) const { return {row(y - 1), row(y), row(y + 1)}; }
 
-  void write_row(int y, const Planes& planes) const {
+  /// Writes row `y` out of what `task` says of its channels.
+  void write_row(int y, RowTask task) const {
     const size_t row_bytes = static_cast<size_t>(width()) * output_.bytes_per_pixel;
-    const bool stream = row_bytes * height() >= kStreamedBytes;
-    output_.finish_row(*output_.finish, planes, output_.pixels + y * row_bytes, width(), stream);
+    const auto [ahead, step] = window_.ahead_of(y);
+    task.ahead = ahead;
+    task.ahead_step = step;
+    task.out = output_.pixels + y * row_bytes;
+    task.width = width();
+    task.stream = row_bytes * height() >= kStreamedBytes;
+    output_.finish_row(*output_.finish, task);
   }
 
   int32_t mean(int weight) const { return static_cast<int32_t>(sum_ * weight / height() / width()); }
@@ -112,54 +108,75 @@ std::array<const Curve*, 3> final_curves(const ToneCurves& curves) {
   return {&curves.final_curve_r, &curves.final_curve_g, &curves.final_curve_b};
 }
 
-/// Border pixels take what they lack from their own cell, without averaging.
-void fill_border_pixel(const Picture& picture, const RowPlanes& planes, int green_x, int x, int y) {
+/// A border pixel takes what it lacks from its own cell, without averaging.
+void border_pixel(const Picture& picture, int own, int green_x, int x, int y, uint8_t (&channels)[3]) {
   const uint8_t* centre = picture.row(y);
   const uint8_t* down = picture.row(picture.frame().rows.partner(y));
   const int across = picture.frame().columns.partner(x);
   if ((x & 1) == green_x) {
-    planes.own[x] = centre[across];
-    planes.green[x] = centre[x];
-    planes.other[x] = down[x];
+    channels[own] = centre[across];
+    channels[1] = centre[x];
+    channels[2 - own] = down[x];
   } else {
-    planes.own[x] = centre[x];
-    planes.green[x] = picture.frame().turned ? down[x] : centre[across];
-    planes.other[x] = down[across];
+    channels[own] = centre[x];
+    channels[1] = picture.frame().turned ? down[x] : centre[across];
+    channels[2 - own] = down[across];
   }
 }
 
-void fill_row(const RowKernels& kernels, const Picture& picture, const RowPlanes& planes, int green_x,
-              int y) {
-  const int last_x = picture.width() - 1;
-  if (y == 0 || y == picture.height() - 1) {
-    for (int x = 0; x <= last_x; ++x) fill_border_pixel(picture, planes, green_x, x, y);
-    return;
+/// The first or last row, every pixel of which is a border pixel.
+RowTask border_row(const Picture& picture, int own, int green_x, int y) {
+  RowTask task{};
+  for (int x = 0; x < picture.width(); ++x) {
+    uint8_t pixel[3];
+    border_pixel(picture, own, green_x, x, y, pixel);
+    for (int i = 0; i < 3; ++i) picture.plane(i)[x] = pixel[i];
   }
-  kernels.demosaic(picture.rows_around(y), picture.width(), green_x == 0 ? kEvenColumns : kOddColumns,
-                   planes.own, planes.green, planes.other);
-  fill_border_pixel(picture, planes, green_x, 0, y);
-  fill_border_pixel(picture, planes, green_x, last_x, y);
+  for (int i = 0; i < 3; ++i) task.planes[i] = picture.plane(i);
+  return task;
 }
 
-/// `red_channel`: the place of red among the planes that the output takes, 0 or 2.
+RowTask inner_row(const Picture& picture, int own, int green_x, int y) {
+  RowTask task{};
+  task.interpolate = true;
+  task.rows = picture.rows_around(y);
+  task.green_columns = green_x == 0 ? kEvenColumns : kOddColumns;
+  task.own_is_first = own == 0;
+  border_pixel(picture, own, green_x, 0, y, task.border_pixels[0]);
+  border_pixel(picture, own, green_x, picture.width() - 1, y, task.border_pixels[1]);
+  return task;
+}
+
+/// `red_channel`: 0, or 2 for B, G, R bytes.
 std::optional<int32_t> demosaic(const RowKernels& kernels, BayerPhase raw_phase, const ImageView& raw,
                                 const IndexMap& map, int red_channel, const Output& output) {
   Picture picture(kernels, raw, map, output);
   if (!picture.has_memory()) return std::nullopt;
   const BayerPhase phase = picture.frame().turn(raw_phase);
-  uint8_t* const red = picture.plane(red_channel);
-  uint8_t* const green = picture.plane(1);
-  uint8_t* const blue = picture.plane(2 - red_channel);
-  const Planes planes = {{picture.plane(0), green, picture.plane(2)}};
   for (int y = 0; y < picture.height(); ++y) {
     const int green_x = phase.green_x(y);
+    const int own = phase.red_row(y) ? red_channel : 2 - red_channel;
     picture.enter_row(y, green_x == 0 ? kEvenColumns : kOddColumns);
-    const RowPlanes row_planes = phase.red_row(y) ? RowPlanes{red, green, blue} : RowPlanes{blue, green, red};
-    fill_row(kernels, picture, row_planes, green_x, y);
-    picture.write_row(y, planes);
+    const auto make_row = picture.is_border_row(y) ? border_row : inner_row;
+    picture.write_row(y, make_row(picture, own, green_x, y));
   }
   _mm_sfence();
   return picture.mean(2);
+}
+
+RowTask mono_row(const Picture& picture, int y) {
+  RowTask task{};
+  task.planes[0] = picture.row(y);
+  return task;
+}
+
+RowTask smoothed_row(const Picture& picture, int y) {
+  RowTask task{};
+  task.interpolate = true;
+  task.rows = picture.rows_around(y);
+  task.border_pixels[0][0] = task.rows.centre[0];
+  task.border_pixels[1][0] = task.rows.centre[picture.width() - 1];
+  return task;
 }
 
 FinishRow of_pixel(const FinishColors& colors, const PixelLayout& layout) {
@@ -207,7 +224,7 @@ std::optional<int32_t> fast_bayer_grey(const RowKernels& kernels, BayerPhase pha
                            [&](uint8_t v) { return static_cast<uint8_t>(products[v]); });
     arrange_curve(kernels, luma, finish.lookups[i]);
   }
-  return demosaic(kernels, phase, raw, settings.index_map, 0, {kernels.grey, &finish, out, 1});
+  return demosaic(kernels, phase, raw, settings.index_map, 0, {kernels.luma, &finish, out, 1});
 }
 
 std::optional<int32_t> fast_mono_color(const RowKernels& kernels, const FrameSettings& settings,
@@ -219,18 +236,9 @@ std::optional<int32_t> fast_mono_color(const RowKernels& kernels, const FrameSet
   Picture picture(kernels, raw, settings.index_map,
                   {of_pixel(kernels.mono, layout), &finish, out, layout.bytes});
   if (!picture.has_memory()) return std::nullopt;
-  const int last_x = picture.width() - 1;
   for (int y = 0; y < picture.height(); ++y) {
     picture.enter_row(y, kAllColumns);
-    if (y == 0 || y == picture.height() - 1) {
-      picture.write_row(y, {{picture.row(y)}});
-      continue;
-    }
-    uint8_t* smoothed = picture.plane(0);
-    kernels.smooth(picture.rows_around(y), picture.width(), smoothed);
-    smoothed[0] = picture.row(y)[0];
-    smoothed[last_x] = picture.row(y)[last_x];
-    picture.write_row(y, {{smoothed}});
+    picture.write_row(y, picture.is_border_row(y) ? mono_row(picture, y) : smoothed_row(picture, y));
   }
   _mm_sfence();
   return picture.mean(1);
@@ -245,7 +253,7 @@ std::optional<int32_t> fast_mono_grey(const RowKernels& kernels, const FrameSett
   if (!picture.has_memory()) return std::nullopt;
   for (int y = 0; y < picture.height(); ++y) {
     picture.enter_row(y, kAllColumns);
-    picture.write_row(y, {{picture.row(y)}});
+    picture.write_row(y, mono_row(picture, y));
   }
   _mm_sfence();
   return picture.mean(1);

@@ -30,14 +30,33 @@ struct WorkRows {
   const uint8_t* below;
 };
 
-/// The work planes of one row, in the order of Finish; a kernel that needs one plane reads the first.
-struct Planes {
-  const uint8_t* channel[3];
+/// Columns of a work row, as a pattern for the 16 bits of two samples.
+inline constexpr uint16_t kEvenColumns = 0x00FF;
+inline constexpr uint16_t kOddColumns = 0xFF00;
+inline constexpr uint16_t kAllColumns = 0xFFFF;
+
+/// A row of pixels to be made. Its channels are planes of complemented samples, in the order of Finish;
+/// monochrome rows have one.
+struct RowTask {
+  /// Inner rows are interpolated from work rows, but for their first and last pixel.
+  bool interpolate;
+  WorkRows rows;
+  uint16_t green_columns;  ///< of the centre row
+  bool own_is_first;       ///< the other colour of the centre row is channel 0, else channel 2
+  uint8_t border_pixels[2][3];
+
+  const uint8_t* planes[3];  ///< the channels when there is nothing to interpolate
+
+  const uint8_t* ahead;  ///< raw samples that will be wanted soon: a cache line every 64 pixels,
+  ptrdiff_t ahead_step;  ///< this far apart
+
+  uint8_t* out;
+  int width;
+  bool stream;  ///< write past the caches; the caller owes a store fence then
 };
 
-/// Writes `width` pixels. `stream`: past the caches, for a picture that does not fit them; the caller
-/// then owes a store fence.
-using FinishRow = void (*)(const Finish& finish, const Planes& planes, uint8_t* out, int width, bool stream);
+/// Makes the pixels of a row.
+using FinishRow = void (*)(const Finish& finish, const RowTask& task);
 
 /// The same, for pixels of three and of four bytes; a fourth byte keeps its value.
 struct FinishColors {
@@ -52,31 +71,26 @@ struct RowKernels {
   /// Arranges a table for the kernels below.
   void (*arrange)(const uint8_t* table, Lookup& lookup);
 
-  /// Complemented copy of a raw row, `ahead` is one that will be wanted soon.
-  void (*copy_row)(const uint8_t* raw, int width, const uint8_t* ahead, uint8_t* row);
-  /// The same from right to left.
-  void (*reverse_row)(const uint8_t* raw, int width, const uint8_t* ahead, uint8_t* row);
+  /// Complemented copy of a raw row, from left to right or from right to left.
+  void (*copy_row)(const uint8_t* raw, int width, uint8_t* row);
+  void (*reverse_row)(const uint8_t* raw, int width, uint8_t* row);
   /// `columns` raw columns as work rows of `width` samples: sample x of row i comes from
   /// raw[x * raw_stride + i] and goes to rows[i * row_stride + x].
   void (*transpose)(const uint8_t* raw, ptrdiff_t raw_stride, int width, int columns, uint8_t* rows,
                     ptrdiff_t row_stride);
 
-  /// Sum of the complemented samples at even (0x00FF) or odd (0xFF00) columns, or at both (0xFFFF).
+  /// Sum of the complemented samples of some columns.
   uint64_t (*sum)(const uint8_t* row, int width, uint16_t columns);
 
-  /// Bilinear colours of a Bayer row, green sites being at `green_columns` as above; `own` is the other
-  /// colour of this row, `other` that of its neighbours. The first and last pixel are not valid.
-  void (*demosaic)(const WorkRows& rows, int width, uint16_t green_columns, uint8_t* own, uint8_t* green,
-                   uint8_t* other);
-  /// Smoothed monochrome row. The first and last pixel are not valid.
-  void (*smooth)(const WorkRows& rows, int width, uint8_t* out);
-
+  // Bilinear demosaic, then:
   FinishColors tables;        ///< three tables
-  FinishColors plain_matrix;  ///< tables, then a matrix of the plain shape
-  FinishColors any_matrix;    ///< tables, then any matrix
-  FinishColors mono;          ///< one plane and table for all three channels
-  FinishRow grey;             ///< sum of three tables, saturating
-  FinishRow mono_grey;        ///< one plane and table
+  FinishColors plain_matrix;  ///< tables and a matrix of the plain shape
+  FinishColors any_matrix;    ///< tables and any matrix
+  FinishRow luma;             ///< the saturating sum of three tables, as one byte
+
+  // Monochrome smoothing, then:
+  FinishColors mono;    ///< one table, for all three channels
+  FinishRow mono_grey;  ///< one table, as one byte
 };
 
 extern const RowKernels kSsse3Kernels;

@@ -32,6 +32,7 @@ struct Ssse3 {
   using Lookups = ShuffleLookup<Ssse3>;
   using Table = const Lookup*;
   static constexpr int kBytes = 16;
+  static constexpr int kLookUpsAtOnce = 1;
 
   static Bytes load(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
   static void store(uint8_t* p, Bytes v) { _mm_storeu_si128(reinterpret_cast<__m128i*>(p), v); }
@@ -82,7 +83,10 @@ struct Ssse3 {
   static Bytes reverse(Bytes v) { return shuffle(v, load(kReversed)); }
   static void arrange(const uint8_t* table, Lookup& lookup) { Lookups::arrange(table, lookup); }
   static Table table(const Lookup& lookup) { return &lookup; }
-  static Bytes look_up(Table table, Bytes index) { return Lookups::look_up(table, index); }
+  template <int kCount>
+  static void look_up(Table table, Bytes (&v)[kCount]) {
+    Lookups::look_up(table, v);
+  }
 
   template <class Put>
   static void put_interleaved3(uint8_t* to, Bytes a, Bytes b, Bytes c) {

@@ -15,10 +15,9 @@ namespace kxcam {
 // Raw rows to work rows
 
 template <class V>
-void copy_row(const uint8_t* raw, int width, const uint8_t* ahead, uint8_t* row) {
+void copy_row(const uint8_t* raw, int width, uint8_t* row) {
   int x = 0;
   for (; x + V::kBytes <= width; x += V::kBytes) {
-    __builtin_prefetch(ahead + x);
     V::store(row + x, V::complement(V::load(raw + x)));
   }
   uint8_t rest[V::kBytes] = {};
@@ -27,11 +26,10 @@ void copy_row(const uint8_t* raw, int width, const uint8_t* ahead, uint8_t* row)
 }
 
 template <class V>
-void reverse_row(const uint8_t* raw, int width, const uint8_t* ahead, uint8_t* row) {
+void reverse_row(const uint8_t* raw, int width, uint8_t* row) {
   int x = 0;
   for (; x + V::kBytes <= width; x += V::kBytes) {
     const int from = width - x - V::kBytes;
-    __builtin_prefetch(ahead + from);
     V::store(row + x, V::complement(V::reverse(V::load(raw + from))));
   }
   uint8_t rest[V::kBytes] = {};
@@ -77,8 +75,6 @@ void transpose(const uint8_t* raw, ptrdiff_t raw_stride, int width, int columns,
   }
 }
 
-// Work rows to planes
-
 template <class V>
 uint64_t sum_of(const uint8_t* row, int width, uint16_t columns) {
   const auto mask = V::set16(columns);
@@ -91,6 +87,8 @@ uint64_t sum_of(const uint8_t* row, int width, uint16_t columns) {
   std::memcpy(rest, row + x, width - x);
   return V::total(V::add_sums(sums, V::bit_and(V::load(rest), mask)));
 }
+
+// Work rows to channels
 
 /// Two samples: their mean, and the bit that it lost.
 template <class V>
@@ -112,44 +110,86 @@ template <class V>
 }
 
 template <class V>
-void demosaic_row(const WorkRows& rows, int width, uint16_t green_columns, uint8_t* own, uint8_t* green,
-                  uint8_t* other) {
-  const auto at_green = V::selector(green_columns);
-  for (int x = 0; x < width; x += V::kBytes) {
+class BayerSource {
+ public:
+  static constexpr int kChannels = 3;
+
+  [[gnu::always_inline]] explicit BayerSource(const RowTask& task)
+      : task_(task), at_green_(V::selector(task.green_columns)) {}
+
+  /// Blocks begin at x from now on, and then every 64 columns.
+  [[gnu::always_inline]] void start_from(int x) {
+    at_green_ = V::selector(x % 2 == 0 ? task_.green_columns : task_.green_columns ^ kAllColumns);
+  }
+
+  [[gnu::always_inline]] void load(int x, typename V::Bytes (&c)[3]) const {
+    if (!task_.interpolate) {
+      for (int i = 0; i < 3; ++i) c[i] = V::load(task_.planes[i] + x);
+      return;
+    }
+    const WorkRows& rows = task_.rows;
     const auto centre = V::load(rows.centre + x);
     const Pair<V> across(V::load(rows.centre + x - 1), V::load(rows.centre + x + 1));
     const Pair<V> down(V::load(rows.above + x), V::load(rows.below + x));
     const Pair<V> left(V::load(rows.above + x - 1), V::load(rows.below + x - 1));
     const Pair<V> right(V::load(rows.above + x + 1), V::load(rows.below + x + 1));
-    V::store(own + x, V::select(at_green, across.mean, centre));
-    V::store(green + x, V::select(at_green, centre, mean_of_four(across, down)));
-    V::store(other + x, V::select(at_green, down.mean, mean_of_four(left, right)));
+    const auto own = V::select(at_green_, across.mean, centre);
+    const auto other = V::select(at_green_, down.mean, mean_of_four(left, right));
+    c[1] = V::select(at_green_, centre, mean_of_four(across, down));
+    c[0] = task_.own_is_first ? own : other;
+    c[2] = task_.own_is_first ? other : own;
   }
-}
+
+ private:
+  const RowTask& task_;
+  typename V::Selector at_green_;
+};
 
 template <class V>
-void smooth_row(const WorkRows& rows, int width, uint8_t* out) {
-  for (int x = 0; x < width; x += V::kBytes) {
+class MonoSource {
+ public:
+  static constexpr int kChannels = 1;
+
+  [[gnu::always_inline]] explicit MonoSource(const RowTask& task) : task_(task) {}
+
+  void start_from(int) {}
+
+  [[gnu::always_inline]] void load(int x, typename V::Bytes (&c)[3]) const {
+    if (!task_.interpolate) {
+      c[0] = V::load(task_.planes[0] + x);
+      return;
+    }
+    const WorkRows& rows = task_.rows;
     const auto across = V::average(V::load(rows.centre + x - 1), V::load(rows.centre + x + 1));
     const auto down = V::average(V::load(rows.above + x), V::load(rows.below + x));
-    V::store(out + x, V::average(V::average(across, down), V::load(rows.centre + x)));
+    c[0] = V::average(V::average(across, down), V::load(rows.centre + x));
   }
-}
 
-// Planes to output values
+ private:
+  const RowTask& task_;
+};
+
+// Channels to output values
+
+/// Pixels are made in blocks that fill whole cache lines.
+inline constexpr int kBlock = 64;
+template <class V>
+inline constexpr int kVectors = kBlock / V::kBytes;
+template <class V>
+using BlockChannels = typename V::Bytes[3][kVectors<V>];
 
 /// Three tables.
 template <class V>
 class Tables {
  public:
-  static constexpr int kPlanes = 3;
+  using Source = BayerSource<V>;
 
   [[gnu::always_inline]] explicit Tables(const Finish& finish)
       : tables_{V::table(finish.lookups[0]), V::table(finish.lookups[1]), V::table(finish.lookups[2])} {}
 
-  [[gnu::always_inline]] void apply(typename V::Bytes (&c)[3]) const {
+  [[gnu::always_inline]] void apply(BlockChannels<V>& c) const {
 #pragma GCC unroll 3
-    for (int i = 0; i < 3; ++i) c[i] = V::look_up(tables_[i], c[i]);
+    for (int i = 0; i < 3; ++i) V::look_up(tables_[i], c[i]);
   }
 
  private:
@@ -160,7 +200,7 @@ class Tables {
 template <class V, bool kPlain>
 class TablesAndMatrix {
  public:
-  static constexpr int kPlanes = 3;
+  using Source = BayerSource<V>;
 
   [[gnu::always_inline]] explicit TablesAndMatrix(const Finish& finish) : tables_(finish) {
 #pragma GCC unroll 3
@@ -184,8 +224,21 @@ class TablesAndMatrix {
     }
   }
 
-  [[gnu::always_inline]] void apply(typename V::Bytes (&c)[3]) const {
-    tables_.apply(c);
+  [[gnu::always_inline]] void apply(BlockChannels<V>& block) const {
+    tables_.apply(block);
+#pragma GCC unroll 4
+    for (int v = 0; v < kVectors<V>; ++v) {
+      Bytes c[3] = {block[0][v], block[1][v], block[2][v]};
+      multiply(c);
+#pragma GCC unroll 3
+      for (int i = 0; i < 3; ++i) block[i][v] = c[i];
+    }
+  }
+
+ private:
+  using Bytes = typename V::Bytes;
+
+  [[gnu::always_inline]] void multiply(Bytes (&c)[3]) const {
     Bytes sums[3][2];
 #pragma GCC unroll 2
     for (int half = 0; half < 2; ++half) {
@@ -203,9 +256,6 @@ class TablesAndMatrix {
 #pragma GCC unroll 3
     for (int i = 0; i < 3; ++i) c[i] = V::narrow(sums[i][0], sums[i][1]);
   }
-
- private:
-  using Bytes = typename V::Bytes;
 
   [[gnu::always_inline]] Bytes plain_sum(int i, const Bytes (&wide)[3]) const {
     const int j = i == 0 ? 1 : 0;
@@ -257,13 +307,16 @@ using AnyMatrix = TablesAndMatrix<V, false>;
 template <class V>
 class Luma {
  public:
-  static constexpr int kPlanes = 3;
+  using Source = BayerSource<V>;
 
   [[gnu::always_inline]] explicit Luma(const Finish& finish) : tables_(finish) {}
 
-  [[gnu::always_inline]] void apply(typename V::Bytes (&c)[3]) const {
+  [[gnu::always_inline]] void apply(BlockChannels<V>& c) const {
     tables_.apply(c);
-    c[0] = V::add_saturated(V::add_saturated(c[0], c[1]), c[2]);
+#pragma GCC unroll 4
+    for (int v = 0; v < kVectors<V>; ++v) {
+      c[0][v] = V::add_saturated(V::add_saturated(c[0][v], c[1][v]), c[2][v]);
+    }
   }
 
  private:
@@ -274,12 +327,14 @@ class Luma {
 template <class V>
 class Mono {
  public:
-  static constexpr int kPlanes = 1;
+  using Source = MonoSource<V>;
 
   [[gnu::always_inline]] explicit Mono(const Finish& finish) : table_(V::table(finish.lookups[0])) {}
 
-  [[gnu::always_inline]] void apply(typename V::Bytes (&c)[3]) const {
-    c[0] = c[1] = c[2] = V::look_up(table_, c[0]);
+  [[gnu::always_inline]] void apply(BlockChannels<V>& c) const {
+    V::look_up(table_, c[0]);
+#pragma GCC unroll 4
+    for (int v = 0; v < kVectors<V>; ++v) c[1][v] = c[2][v] = c[0][v];
   }
 
  private:
@@ -302,12 +357,13 @@ template <class V>
 struct Grey {
   static constexpr int kBytes = 1;
   static constexpr bool kCanStream = true;
-  /// Pixels from a byte of a cache line to its end.
-  static int to_line_end(unsigned byte) { return static_cast<int>(-byte & 63); }
+  /// Pixels from an address to the beginning of a cache line.
+  static int to_line(unsigned address) { return static_cast<int>(-address & 63); }
 
   template <class Put>
-  [[gnu::always_inline]] static void put(uint8_t* to, const typename V::Bytes (&c)[3]) {
-    Put::put(to, c[0]);
+  [[gnu::always_inline]] static void put(uint8_t* to, typename V::Bytes a, typename V::Bytes,
+                                         typename V::Bytes) {
+    Put::put(to, a);
   }
 };
 
@@ -315,12 +371,13 @@ template <class V>
 struct Color {
   static constexpr int kBytes = 3;
   static constexpr bool kCanStream = true;
-  /// Pixels from a byte of a cache line to one of the next lines' beginnings: 43 x 3 = 1 modulo 64.
-  static int to_line_end(unsigned byte) { return static_cast<int>((-byte * 43) & 63); }
+  /// The same: 43 x 3 = 1 modulo 64.
+  static int to_line(unsigned address) { return static_cast<int>((-address * 43) & 63); }
 
   template <class Put>
-  [[gnu::always_inline]] static void put(uint8_t* to, const typename V::Bytes (&c)[3]) {
-    V::template put_interleaved3<Put>(to, c[0], c[1], c[2]);
+  [[gnu::always_inline]] static void put(uint8_t* to, typename V::Bytes a, typename V::Bytes b,
+                                         typename V::Bytes c) {
+    V::template put_interleaved3<Put>(to, a, b, c);
   }
 };
 
@@ -328,64 +385,98 @@ template <class V>
 struct PaddedColor {
   static constexpr int kBytes = 4;
   static constexpr bool kCanStream = false;  // the fourth byte has to be read
-  static int to_line_end(unsigned) { return 0; }
+  static int to_line(unsigned) { return 0; }
 
   template <class Put>
-  [[gnu::always_inline]] static void put(uint8_t* to, const typename V::Bytes (&c)[3]) {
-    V::put_interleaved4(to, c[0], c[1], c[2]);
+  [[gnu::always_inline]] static void put(uint8_t* to, typename V::Bytes a, typename V::Bytes b,
+                                         typename V::Bytes c) {
+    V::put_interleaved4(to, a, b, c);
   }
 };
 
 template <class V, class Tone, class Pixel>
 class RowFinisher {
  public:
-  [[gnu::always_inline]] RowFinisher(const Finish& finish, const Planes& planes)
-      : tone_(finish), planes_(planes) {}
+  [[gnu::always_inline]] RowFinisher(const Finish& finish, const RowTask& task)
+      : task_(task), source_(task), tone_(finish) {}
+
+  [[gnu::always_inline]] void start_from(int x) { source_.start_from(x); }
 
   template <class Put>
-  [[gnu::always_inline]] void put(uint8_t* out, int x) const {
-    typename V::Bytes c[3];
-#pragma GCC unroll 3
-    for (int i = 0; i < Tone::kPlanes; ++i) c[i] = V::load(planes_.channel[i] + x);
-    tone_.apply(c);
-    Pixel::template put<Put>(out, c);
+  [[gnu::always_inline]] void put(int x) const {
+    __builtin_prefetch(task_.ahead + x / kBlock * task_.ahead_step);
+    BlockChannels<V> c;
+    load(x, c);
+    write<Put>(task_.out + ptrdiff_t{x} * Pixel::kBytes, c);
   }
 
-  /// Pixels first .. last - 1 without touching any behind them.
-  void put_some(uint8_t* out, int first, int last) const {
-    for (int x = first; x < last; x += V::kBytes) {
-      const int bytes = Pixel::kBytes * (last - x < V::kBytes ? last - x : V::kBytes);
-      uint8_t* to = out + ptrdiff_t{x} * Pixel::kBytes;
-      alignas(64) uint8_t some[V::kBytes * Pixel::kBytes];
-      if constexpr (Pixel::kBytes == 4) std::memcpy(some, to, bytes);
-      put<Stored<V>>(some, x);
-      std::memcpy(to, some, bytes);
-    }
+  /// Pixels first .. last - 1 of a block, with the borders of the row and without touching any behind it.
+  void put_some(int first, int last) const {
+    const int bytes = Pixel::kBytes * (last - first);
+    uint8_t* to = task_.out + ptrdiff_t{first} * Pixel::kBytes;
+    alignas(64) uint8_t some[kBlock * Pixel::kBytes];
+    if constexpr (Pixel::kBytes == 4) std::memcpy(some, to, bytes);
+    BlockChannels<V> c;
+    load(first, c);
+    if (task_.interpolate) put_border(first, c);
+    write<Stored<V>>(some, c);
+    std::memcpy(to, some, bytes);
   }
 
  private:
-  Tone tone_;
-  Planes planes_;
-};
+  using Source = typename Tone::Source;
 
-template <class V, template <class> class Tone, template <class> class Pixel>
-void finish_row(const Finish& finish, const Planes& planes, uint8_t* out, int width, bool stream) {
-  using PixelType = Pixel<V>;
-  const RowFinisher<V, Tone<V>, PixelType> row(finish, planes);
-  int x = 0;
-  if (stream && PixelType::kCanStream) {
-    const int head = PixelType::to_line_end(static_cast<unsigned>(reinterpret_cast<uintptr_t>(out)));
-    x = head < width ? head : width;
-    row.put_some(out, 0, x);
-    for (; x + V::kBytes <= width; x += V::kBytes) {
-      row.template put<Streamed<V>>(out + ptrdiff_t{x} * PixelType::kBytes, x);
-    }
-  } else {
-    for (; x + V::kBytes <= width; x += V::kBytes) {
-      row.template put<Stored<V>>(out + ptrdiff_t{x} * PixelType::kBytes, x);
+  [[gnu::always_inline]] void load(int x, BlockChannels<V>& c) const {
+#pragma GCC unroll 4
+    for (int v = 0; v < kVectors<V>; ++v) {
+      typename V::Bytes channels[3];
+      source_.load(x + V::kBytes * v, channels);
+#pragma GCC unroll 3
+      for (int i = 0; i < Source::kChannels; ++i) c[i][v] = channels[i];
     }
   }
-  row.put_some(out, x, width);
+
+  template <class Put>
+  [[gnu::always_inline]] void write(uint8_t* to, BlockChannels<V>& c) const {
+    tone_.apply(c);
+#pragma GCC unroll 4
+    for (int v = 0; v < kVectors<V>; ++v) {
+      Pixel::template put<Put>(to + V::kBytes * Pixel::kBytes * v, c[0][v], c[1][v], c[2][v]);
+    }
+  }
+
+  void put_border(int x, BlockChannels<V>& c) const {
+    const int borders[2] = {0 - x, task_.width - 1 - x};
+    for (int end = 0; end < 2; ++end) {
+      if (borders[end] < 0 || borders[end] >= kBlock) continue;
+      for (int i = 0; i < Source::kChannels; ++i) {
+        auto* samples = reinterpret_cast<uint8_t*>(&c[i]);
+        samples[borders[end]] = task_.border_pixels[end][i];
+      }
+    }
+  }
+
+  const RowTask& task_;
+  Source source_;
+  Tone tone_;
+};
+
+/// The first and the last pixel are left to put_some(), the rest is put in whole vectors.
+template <class V, template <class> class Tone, template <class> class Pixel>
+void finish_row(const Finish& finish, const RowTask& task) {
+  RowFinisher<V, Tone<V>, Pixel<V>> row(finish, task);
+  const int width = task.width;
+  const int to_line = Pixel<V>::to_line(static_cast<unsigned>(reinterpret_cast<uintptr_t>(task.out)));
+  int x = to_line != 0 ? to_line : kBlock;
+  if (x > width) x = width;
+  row.put_some(0, x);
+  row.start_from(x);
+  if (Pixel<V>::kCanStream && task.stream) {
+    for (; x + kBlock < width; x += kBlock) row.template put<Streamed<V>>(x);
+  } else {
+    for (; x + kBlock < width; x += kBlock) row.template put<Stored<V>>(x);
+  }
+  if (x < width) row.put_some(x, width);
 }
 
 template <class V, template <class> class Tone>
@@ -401,13 +492,11 @@ constexpr RowKernels row_kernels() {
       .reverse_row = reverse_row<V>,
       .transpose = transpose<V>,
       .sum = sum_of<V>,
-      .demosaic = demosaic_row<V>,
-      .smooth = smooth_row<V>,
       .tables = finish_colors<V, Tables>(),
       .plain_matrix = finish_colors<V, PlainMatrix>(),
       .any_matrix = finish_colors<V, AnyMatrix>(),
+      .luma = finish_row<V, Luma, Grey>,
       .mono = finish_colors<V, Mono>(),
-      .grey = finish_row<V, Luma, Grey>,
       .mono_grey = finish_row<V, Mono, Grey>,
   };
 }

@@ -54,9 +54,17 @@ void WorkRowWindow::advance_to(int y) {
 
 void WorkRowWindow::load_row(int y) {
   const auto load = frame_.columns.mirrored ? kernels_.reverse_row : kernels_.copy_row;
-  const int ahead = std::min(y + kPrefetchRows, frame_.rows.size - 1);
-  load(raw_.row(frame_.rows.flipped(y)).data(), raw_.width(), raw_.row(frame_.rows.flipped(ahead)).data(),
-       slot(y));
+  load(raw_.row(frame_.rows.flipped(y)).data(), raw_.width(), slot(y));
+}
+
+WorkRowWindow::Ahead WorkRowWindow::ahead_of(int y) const {
+  const int last = frame_.rows.size - 1;
+  if (!frame_.turned) return {raw_.row(frame_.rows.flipped(std::min(y + kPrefetchRows, last))).data(), 64};
+  // The next strip takes a line of every raw row, and this one's rows take turns in asking for them.
+  const int column = frame_.rows.flipped(std::min((y / kStripRows + 1) * kStripRows, last));
+  const int lines = (frame_.columns.size + 63) / 64;
+  const int first = std::min(y % kStripRows * lines, frame_.columns.size - 1);
+  return {raw_.row(first).data() + column, raw_.width()};
 }
 
 void WorkRowWindow::load_strip(int first) {

@@ -27,6 +27,13 @@ class WorkRowWindow {
 
   const uint8_t* row(int y) const { return slot(y); }
 
+  /// Raw samples that are worth asking for while row `y` is worked on: a cache line every 64 columns.
+  struct Ahead {
+    const uint8_t* samples;
+    ptrdiff_t step;
+  };
+  Ahead ahead_of(int y) const;
+
  private:
   uint8_t* slot(int y) const;
   void load_row(int y);
