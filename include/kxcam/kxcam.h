@@ -69,6 +69,22 @@ enum kxcam_format {
   KXCAM_FORMAT_UNCORRECTED = 0x40000 /**< skip the corrections of the raw frame */
 };
 
+/** Settings of a virtual camera; see CameraInitVirtual(). */
+typedef struct ISPParam {
+  double ccm[9];                          /**< colour matrix, row-major; row = output R, G, B */
+  double gamma;                           /**< 0.3..2.0 */
+  double saturation;                      /**< 0.0..2.0 */
+  double contrast;                        /**< 0.3..2.0 */
+  double wb_gain_r, wb_gain_g, wb_gain_b; /**< 0.0..3.0 */
+  int32_t black_level;                    /**< 0..255 */
+  uint8_t rotate;                         /**< switches: 0 off, else on */
+  uint8_t mirror_x;
+  uint8_t mirror_y;
+  uint8_t enhancement;
+  uint8_t fpn;
+  uint8_t denoise;
+} ISPParam;
+
 /** Code of the last failure of any call in this process (#kxcam_error); -1 until then. */
 extern KXCAM_API int last_error;
 /** Value of `LogFile` in the configuration file, "" until it was read. The library writes no log. */
@@ -118,17 +134,35 @@ KXCAM_API uint32_t CameraGetLastError(int* error);
 /** @name Opening and closing
  * @{ */
 
-/** @brief Opens a camera and starts streaming at resolution preset 0 (the full sensor).
+/** @brief Opens a camera, loads the settings stored in its slot 0 and starts streaming at resolution
+ * preset 0 (the full sensor).
  *
- * Takes about half a second on the models that are reset at open. Errors: 1; 6 when the index is
- * open already; 5 on an empty bus; 4 when the camera is not there or its model is unknown.
- * Exclusive. */
+ * Stored settings are applied one by one; a value out of range, as in a camera that nothing was ever
+ * stored in, is passed over. Of the stored switches none is: in such a camera all of them are on, mirror
+ * and rotation among them. Settings that cannot be loaded do not fail the call. Takes about half a second on
+ * the models that are reset at open. Errors: 1; 6 when the index is open already; 5 on an empty bus; 4 when
+ * the camera is not there or its model is unknown. Exclusive. */
 KXCAM_API uint32_t CameraInit(int camera);
 
 /** @brief Opens a camera for register access only: no frame buffers, no reader thread, no streaming.
  *
  * The frame size stays 640 x 480. Errors as CameraInit(). Exclusive. */
 KXCAM_API uint32_t CameraInitIO(int camera);
+
+/** @brief Fills an index with a camera without a device, for CameraISP().
+ *
+ * @param camera index, 0..255; need not be that of an attached camera
+ * @param product_id product id of the model whose frames are to be processed; with any other the first
+ *        model of the table is taken
+ * @param param initial settings; null: all neutral, with a black level of 5. A value out of range leaves that
+ *        setting neutral.
+ *
+ * Frames have the model's full size. All settings that act on the picture work as on a real camera;
+ * what needs the device fails with #KXCAM_ERROR_NO_DEVICE. The colour matrix takes effect with the next
+ * CameraSetSaturation() or CameraSetEnhancement(): with `enhancement` set, call one of them first, or
+ * the picture is black. Needs no configuration file. Errors: 1; 6 when the index is open already.
+ * Exclusive. */
+KXCAM_API uint32_t CameraInitVirtual(int camera, int product_id, const ISPParam* param);
 
 /** @brief Stops acquisition and closes the camera. Always returns 0.
  *
@@ -138,6 +172,16 @@ KXCAM_API uint32_t CameraFree(int camera);
 
 /** @brief Checks that a camera is open at the index; the camera itself is not touched. Errors: 1, 3. */
 KXCAM_API uint32_t CameraReset(int camera);
+
+/** @brief Brings back an open camera whose cable was pulled or that was reset.
+ *
+ * The camera is found by its serial number, wherever it is plugged in now. Index, settings and tables stay;
+ * the settings are sent to the camera again, and the stream starts without any frame from before. Queries
+ * that wait in other threads end with #KXCAM_ERROR_NO_FRAME.
+ *
+ * Errors: 1, 3; 4 for a virtual camera and while the camera is not there: the index stays open then, and the
+ * call may be repeated. Takes about as long as CameraInit(). Exclusive. */
+KXCAM_API uint32_t CameraReconnect(int camera);
 /** @} */
 
 /** @name Geometry
@@ -316,6 +360,220 @@ KXCAM_API uint32_t CameraSetLUT(int camera, const uint8_t* table, int length);
 KXCAM_API uint32_t CameraGetLUT(int camera, uint8_t* table, int* length);
 /** @} */
 
+/** @name Exposure and gain
+ * Exposure counts sensor lines; CameraGetExposureUnit() tells how long one is. Settings are stored before
+ * the sensor is written and stay stored when that fails; which of a sensor's registers must have been
+ * written for success depends on the model. Errors of all: 1, 3; setters also 2 when a value is out of
+ * range, which changes nothing.
+ *
+ * The automatic loop runs in the queries, on every fourth frame that is processed, in the calling
+ * thread.
+ * @{ */
+
+/** @brief Exposure in sensor lines, 1 and up; 5 after open.
+ *
+ * Models that cannot expose as long as that use their longest exposure and still report the value set.
+ * Errors also: 4, 11; 8 when the sensor is in a mode without a shutter; 10 when it did not tell. */
+KXCAM_API uint32_t CameraSetExposure(int camera, int lines);
+/** @brief Exposure last set, in sensor lines, by the application or by automatic exposure. */
+KXCAM_API uint32_t CameraGetExposure(int camera, int* lines);
+/** @brief Duration of one sensor line in milliseconds; 0 on models whose timing is not known.
+ *
+ * Changes with the geometry, the high-speed switch and, on some models, the exposure. */
+KXCAM_API uint32_t CameraGetExposureUnit(int camera, double* milliseconds);
+/** @brief Exposure in milliseconds: CameraGetExposure() x CameraGetExposureUnit(). */
+KXCAM_API uint32_t CameraGetExposureTime(int camera, double* milliseconds);
+/** @brief Mean level of the last processed frame, 0..255: of the green pixels, or of all of a monochrome
+ * frame. */
+KXCAM_API uint32_t CameraGetAvg(int camera, int* level);
+
+/** @brief Gain, 1..255; 16 after open. What a step means depends on the sensor.
+ *
+ * Models without a gain register store it only. Errors also 4, 11 on models that report them. */
+KXCAM_API uint32_t CameraSetGain(int camera, int gain);
+/** @brief Gain last set, by the application or by automatic gain. */
+KXCAM_API uint32_t CameraGetGain(int camera, int* gain);
+/** @brief Advanced gain, 0..255; 0 after open: a coarse range or conversion gain of the sensor.
+ *
+ * Models without it store it only. The sensor's answer does not matter. */
+KXCAM_API uint32_t CameraSetAdvancedGain(int camera, int level);
+/** @brief Advanced gain last set. */
+KXCAM_API uint32_t CameraGetAdvancedGain(int camera, int* level);
+
+/** @brief Automatic exposure, 1..4000 lines; run by the camera itself where its firmware can. */
+KXCAM_API uint32_t CameraSetAEC(int camera, bool on);
+/** @brief State of automatic exposure; `on` is set to false on failure too. */
+KXCAM_API uint32_t CameraGetAEC(int camera, bool* on);
+/** @brief Automatic gain, up to 64. */
+KXCAM_API uint32_t CameraSetAGC(int camera, bool on);
+/** @brief State of automatic gain; `on` is set to false on failure too. */
+KXCAM_API uint32_t CameraGetAGC(int camera, bool* on);
+
+/** @brief Mean level that automatic exposure and gain aim at, 0..255; 70 after open.
+ *
+ * Levels within 5 of it (30 with anti-flicker) are left alone. Errors also 4, 8, 11 on models whose firmware
+ * exposes itself. */
+KXCAM_API uint32_t CameraSetAETarget(int camera, int level);
+/** @brief Target level last set. */
+KXCAM_API uint32_t CameraGetAETarget(int camera, int* level);
+
+/** @brief Automatic exposures in whole half-periods of the mains: 1 for 50 Hz, 2 for 60 Hz, else off.
+ *
+ * The lines in a half-period are counted anew when the geometry or the high-speed switch changes, and on some
+ * models with every exposure. */
+KXCAM_API uint32_t CameraSetAntiFlicker(int camera, int mode);
+/** @brief 1 or 2 as set. Fails, without a code, when anti-flicker is off. */
+KXCAM_API uint32_t CameraGetAntiFlicker(int camera, int* mode);
+/** @} */
+
+/** @name Timing
+ * Errors of all: 1, 3.
+ * @{ */
+
+/** @brief A fixed frame rate, or as many frames as exposure and readout allow.
+ *
+ * @param camera index of an open camera
+ * @param fixed whether the camera keeps to `fps`; true after open
+ * @param fps frames per second, in steps of 0.1 from 0.1; 10 after open. Stored also when not `fixed`.
+ *
+ * On some models the rate takes effect with the next exposure that is set. The camera's answer does not
+ * matter. Errors also: 2 when `fps` is not finite, 4. */
+KXCAM_API uint32_t CameraSetFrameRate(int camera, bool fixed, double fps);
+/** @brief Frame-rate settings last set. */
+KXCAM_API uint32_t CameraGetFrameRate(int camera, bool* fixed, double* fps);
+
+/** @brief High-speed readout: on several models the sensor's clock doubles and lines get shorter.
+ * Errors also: 4; 10 when the camera refuses, which changes nothing. */
+KXCAM_API uint32_t CameraSetHighspeed(int camera, bool on);
+/** @brief State of high-speed readout; `on` is set to false on failure too. */
+KXCAM_API uint32_t CameraGetHighspeed(int camera, bool* on);
+
+/** @brief Global reset: all rows start exposing together.
+ *
+ * Switching it on also drops the frames that wait. Succeeds without effect on models that cannot.
+ * Errors also: 2 in trigger mode. */
+KXCAM_API uint32_t CameraSetGlobalReset(int camera, bool on);
+/** @brief State of global reset; `on` is set to false on failure too. Errors also: 8 on models that cannot.
+ */
+KXCAM_API uint32_t CameraGetGlobalReset(int camera, bool* on);
+
+/** @brief Extra vertical blanking in lines, which lengthens every frame; below 0 counts as 0.
+ *
+ * Models without it store it only, and some are limited to fewer lines than are stored. The sensor's
+ * answer does not matter. Errors also: 4. */
+KXCAM_API uint32_t CameraSetDelay(int camera, int lines);
+/** @brief Extra vertical blanking last set, in lines. Errors also: 4. */
+KXCAM_API uint32_t CameraGetDelay(int camera, int* lines);
+/** @} */
+
+/** @name Trigger and strobe
+ * Errors of all: 1, 3. The times of the trigger unit are in the camera's units; setters store them for
+ * cameras without a trigger unit too, getters fail there with 8.
+ *
+ * The camera is told the four times at index 0, whatever the index given: with several cameras, set
+ * them where the trigger unit in use is camera 0.
+ * @{ */
+
+/** @brief Snap mode: 2 for one picture per trigger, any other value for free run; 1 after open. The low eight
+ * bits count.
+ *
+ * Frames that were taken in the old mode are dropped; this takes up to 200 ms. Errors also: 4; 8 when the
+ * model cannot be triggered or the sensor did not answer; 10. After a failure the old mode stays. */
+KXCAM_API uint32_t CameraSetSnapMode(int camera, int mode);
+/** @brief Snap mode last set. */
+KXCAM_API uint32_t CameraGetSnapMode(int camera, int* mode);
+
+/** @brief Pictures per trigger (lines on line-scan models), 0..65535; 0 counts as 1; 1 after open.
+ * Errors also: 2, 4; 8, 10 and 11, which leave the value stored. */
+KXCAM_API uint32_t CameraSetSnapNum(int camera, int count);
+/** @brief Pictures per trigger last set. */
+KXCAM_API uint32_t CameraGetSnapNum(int camera, int* count);
+
+/** @brief Fires one software trigger, after dropping the frames that wait in the ring.
+ *
+ * Thread-safe; a query that waits in another thread gets the picture. Errors also: 4; 2 outside trigger
+ * mode; 8 on models that cannot be triggered. */
+KXCAM_API uint32_t CameraTriggerShot(int camera);
+
+/** @brief Switches the strobe output. Errors also: 4; 8 when the sensor did not answer; neither changes
+ * anything. */
+KXCAM_API uint32_t CameraEnableStrobe(int camera, bool on);
+/** @brief State of the strobe switch, true after open. Fails, without a code, on models without a strobe
+ * output; `on` is set all the same. */
+KXCAM_API uint32_t CameraGetStrobe(int camera, bool* on);
+
+/** @brief Active level of the trigger input; 1 after open. Errors also: 4, 8, 11, which leave it stored. */
+KXCAM_API uint32_t CameraSetTriggerPolarity(int camera, int polarity);
+/** @brief True when the trigger polarity last set is 1. */
+KXCAM_API uint32_t CameraGetTriggerPolarity(int camera, bool* polarity);
+/** @brief Active level of the strobe output, 0 or 1; 1 after open. Errors also: 2; 4, 8 and 11, which leave
+ * it stored. */
+KXCAM_API uint32_t CameraSetStrobePolarity(int camera, int polarity);
+/** @brief Strobe polarity last set. */
+KXCAM_API uint32_t CameraGetStrobePolarity(int camera, int* polarity);
+
+/** @brief Delay from trigger to exposure, 0 and up, in steps of 10. Errors also: 2; 4, 8 and 11. */
+KXCAM_API uint32_t CameraSetTriggerDelay(int camera, int value);
+/** @brief Trigger delay last set. Errors also: 8. */
+KXCAM_API uint32_t CameraGetTriggerDelay(int camera, int* value);
+/** @brief Delay from exposure to strobe, 0 and up, in steps of 10. Errors also: 2; 4, 8 and 11. */
+KXCAM_API uint32_t CameraSetStrobeDelay(int camera, int value);
+/** @brief Strobe delay last set. Errors also: 8. */
+KXCAM_API uint32_t CameraGetStrobeDelay(int camera, int* value);
+/** @brief Duration of the strobe, 0 and up, in steps of 10. Errors also: 2; 4, 8 and 11. */
+KXCAM_API uint32_t CameraSetStrobeDuration(int camera, int value);
+/** @brief Strobe duration last set. Errors also: 8. */
+KXCAM_API uint32_t CameraGetStrobeDuration(int camera, int* value);
+/** @brief Time for which the trigger input must be steady, 0 and up. Errors also: 2; 4, 8 and 11. */
+KXCAM_API uint32_t CameraSetDebouncerTime(int camera, int value);
+/** @brief Debouncer time last set. Errors also: 8. */
+KXCAM_API uint32_t CameraGetDebouncerTime(int camera, int* value);
+/** @} */
+
+/** @name White balance
+ * Factors for red, green and blue that act on the picture, not on the sensor, from the next frame that is
+ * processed. Measurements are made on processed frames (grey or colour) of colour models, in the calling
+ * thread; on monochrome models they are accepted and nothing comes of them. Errors of all: 1, 3.
+ * @{ */
+
+/** @brief Gains of red, green and blue, 0.0..3.0 each; 1.0 after open.
+ *
+ * Errors also: 2 when one of them is out of range (a NaN is), which changes none. */
+KXCAM_API uint32_t CameraSetWBGain(int camera, double r, double g, double b);
+/** @brief Gains last set or measured; a measured one may exceed 3.0. Any of the pointers may be null. */
+KXCAM_API uint32_t CameraGetWBGain(int camera, double* r, double* g, double* b);
+
+/** @brief Automatic white balance.
+ *
+ * Measures the nearly grey parts of the next processed frame, and again whenever the brightness of the
+ * scene changes: within 5 frames when it changes much, within 32 when it changes moderately. A frame that
+ * shows too little grey changes nothing. Switching off keeps the last gains. */
+KXCAM_API uint32_t CameraSetAWB(int camera, bool on);
+/** @brief State of automatic white balance; `on` is set to false on failure too. */
+KXCAM_API uint32_t CameraGetAWB(int camera, bool* on);
+
+/** @brief Measures once: the next processed frame gets the gains that make its middle grey on the average.
+ *
+ * Green gets 1.0, the others two decimals. A middle without any red, green or blue changes nothing. */
+KXCAM_API uint32_t CameraOnePushWB(int camera);
+/** @} */
+
+/** @name Corrections of the raw frame
+ * Made in every frame that passes the pipeline, unless the query has #KXCAM_FORMAT_UNCORRECTED. The pixels
+ * that the camera's own memory lists as dead are replaced in any case. Errors of all: 1, 3.
+ * @{ */
+
+/** @brief Removes single bright pixels; on after open. The outermost pixels are left alone. */
+KXCAM_API uint32_t CameraSetDenoise(int camera, bool on);
+/** @brief Whether single bright pixels are removed. */
+KXCAM_API uint32_t CameraGetDenoise(int camera, bool* on);
+/** @brief Evens out the fixed pattern of the sensor's rows and columns, where the camera holds tables of it.
+ */
+KXCAM_API uint32_t CameraSetFPN(int camera, bool on);
+/** @brief Whether the fixed pattern is evened out. */
+KXCAM_API uint32_t CameraGetFPN(int camera, bool* on);
+/** @} */
+
 /** @name Input and output lines
  * @{ */
 
@@ -325,6 +583,48 @@ KXCAM_API uint32_t CameraGetLUT(int camera, uint8_t* table, int* length);
 KXCAM_API uint32_t CameraSetGPIO(int camera, int mask, int value);
 /** @brief States of the lines, 0..255. Errors: 1, 3, 4, 10. */
 KXCAM_API uint32_t CameraGetGPIO(int camera, int* lines);
+/** @} */
+
+/** @name Stored settings and identity
+ * What a camera keeps in its own memory. Reading and writing takes about a millisecond a byte, writing
+ * another five. Per-camera. Errors of all: 1, 3, 4 unless a function says otherwise.
+ * @{ */
+
+/** @brief Stores all settings in the camera: slot 1, or with any other number slot 0, the one that is loaded
+ * at open.
+ *
+ * Takes about half a second; a camera that loses power meanwhile is left with a mixture of old and new
+ * settings. Real values are kept in hundredths, times of the trigger unit in tens. Whether the camera
+ * took the bytes is not reported: read the settings back where it matters. */
+KXCAM_API uint32_t CameraSaveParameter(int camera, int slot);
+
+/** @brief Loads and applies settings stored in the camera; slots as CameraSaveParameter().
+ *
+ * Fails when a byte cannot be read (10) or a value is refused, with the code of the last of them; all others
+ * are applied nevertheless. The auto-exposure target comes back smaller by the black level. The stored
+ * region or resolution is not selected. */
+KXCAM_API uint32_t CameraLoadParameter(int camera, int slot);
+
+/** @brief The camera's serial number as it was when the camera was opened.
+ *
+ * @param camera index of an open camera
+ * @param buffer receives 12 characters, and a terminating zero unless `size` is exactly 12
+ * @param size bytes of room, at least 12
+ *
+ * Fails without a code when `buffer` is null or `size` below 12. Errors: 1, 3. Thread-safe. */
+KXCAM_API uint32_t CameraReadSerialNumber(int camera, char* buffer, int size);
+
+/** @brief Reads the first `length` bytes of the 63 that are the application's own.
+ *
+ * A length of 0 or less succeeds at once. Errors: also 2 for more than 63; 10 when a byte cannot be read:
+ * those before it are in `buffer`. */
+KXCAM_API uint32_t CameraReadUserData(int camera, char* buffer, int length);
+
+/** @brief Writes the first `length` bytes of the 63 that are the application's own.
+ *
+ * A length of 0 or less succeeds at once. Errors: also 2 for more than 63; 11 when a byte cannot be
+ * written: those before it are. */
+KXCAM_API uint32_t CameraWriteUserData(int camera, const char* buffer, int length);
 /** @} */
 
 #ifdef __cplusplus

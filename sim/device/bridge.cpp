@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "device/factory_program.h"
 #include "device/sensor_trigger.h"
 #include "device/vendor_request.h"
 
@@ -49,6 +50,7 @@ std::optional<uint16_t> find(const std::map<uint16_t, uint16_t>& registers, uint
 
 Bridge::Bridge(const CameraOptions& options)
     : options_(options), eeprom_(options.serial), geometry_(*options.model) {
+  if (!options.blank) program_factory_settings(*options.model, eeprom_, flash_);
   if (!options.name.empty()) eeprom_.set_user_name(options.name);
   if (!options.eeprom_file.empty()) eeprom_.back_with(options.eeprom_file);
   eeprom_.write_protect(options.write_protect);
@@ -247,9 +249,8 @@ Answer Bridge::write_sensor(uint16_t address, uint16_t value) {
 Answer Bridge::write_flash(const ControlSetup& setup, std::span<const uint8_t> data) {
   if (setup.index == 0 && setup.value == 1) {
     constexpr size_t kFirmwarePages = 0x400;
-    flash_.erase(0, kFirmwarePages);
-    firmware_erased_ = true;
-    return {};
+    firmware_erased_ = flash_.erase(0, kFirmwarePages);
+    return {.stalled = !firmware_erased_};
   }
   if (setup.value != 0 || data.size() > kLongestFlashTransfer) return stall();
   return {.stalled = !flash_.write(setup.index, data)};
@@ -259,8 +260,7 @@ Answer Bridge::prepare_flash(const ControlSetup& setup) {
   // Erases the 64 KiB block that a table lives in: 4 = fixed pattern, 6 = lookup table.
   constexpr size_t kBlockPages = 0x100;
   if ((setup.index != 4 && setup.index != 6) || setup.value != 1) return stall();
-  flash_.erase(setup.index * kBlockPages, kBlockPages);
-  return {};
+  return {.stalled = !flash_.erase(setup.index * kBlockPages, kBlockPages)};
 }
 
 bool Bridge::has_isp() const {

@@ -82,6 +82,7 @@ const std::map<std::string_view, Setter>& setters() {
       {"features", [](O& o, S k, S v) { o.features = integer<uint16_t>(k, v); }},
       {"generic", [](O& o, S k, S v) { o.generic_id = flag(k, v); }},
       {"bytes", [](O& o, S k, S v) { o.byte_replies = flag(k, v); }},
+      {"blank", [](O& o, S k, S v) { o.blank = flag(k, v); }},
       {"wp", [](O& o, S k, S v) { o.write_protect = flag(k, v); }},
       {"fps", [](O& o, S k, S v) { o.frame_rate = real(k, v, 100000); }},
       {"speed", [](O& o, S k, S v) { o.speed = speed(k, v); }},

@@ -13,7 +13,7 @@ namespace kxsim {
 
 enum class UsbSpeed { kHigh, kSuper };
 
-/// How one simulated camera is made. The defaults are a factory-fresh camera.
+/// How one simulated camera is made. The defaults are a camera as it leaves the factory.
 struct CameraOptions {
   const kxcam::CameraModel* model = default_model();
   std::string serial;  ///< up to 12 characters; empty = the next KXSIM number
@@ -22,6 +22,7 @@ struct CameraOptions {
   uint16_t features = 0;
   bool generic_id = false;     ///< enumerates as 0x3FF0; the true id must be asked for
   bool byte_replies = false;   ///< register reads answer one byte instead of two
+  bool blank = false;          ///< nothing but the serial number was ever written to it
   bool write_protect = false;  ///< the EEPROM refuses writes
   double frame_rate = 10.0;    ///< frames a second; 0 = as fast as the host reads
   UsbSpeed speed = UsbSpeed::kSuper;
@@ -46,7 +47,7 @@ class BadCameraOptions : public std::runtime_error {
 };
 
 /// Reads "MODEL[,key=value]...", where MODEL is a product id in hexadecimal or a model's name, with or
-/// without the word "Model". Keys: serial, name, fw, features, generic, bytes, wp, fps, speed, eeprom,
+/// without the word "Model". Keys: serial, name, fw, features, generic, bytes, blank, wp, fps, speed, eeprom,
 /// noise, fpn, dead, seed. Throws BadCameraOptions.
 CameraOptions parse_camera_options(std::string_view text);
 

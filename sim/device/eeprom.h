@@ -20,7 +20,7 @@ class Eeprom {
   static constexpr uint16_t kUserName = 0x1D51;
   static constexpr size_t kUserNameMaximum = 30;
 
-  /// As it leaves the factory: erased but for the serial number, padded with blanks to its length.
+  /// Erased but for the serial number, padded with blanks to its length.
   explicit Eeprom(std::string_view serial_number);
 
   void set_user_name(std::string_view name);

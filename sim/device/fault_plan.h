@@ -71,6 +71,7 @@ struct FaultPlan {
   std::vector<UnplugFault> unplugs = {};
   std::optional<uint64_t> stream_frames = {};  ///< the stream stops for good after so many frames
   std::optional<uint64_t> eeprom_writes = {};  ///< the EEPROM fails after so many bytes written
+  std::optional<uint64_t> flash_bytes = {};    ///< the flash fails after so many bytes written
   bool open_denied = false;                    ///< the device node may not be opened (EACCES)
   bool claim_busy = false;                     ///< another program has the interface (EBUSY)
 };

@@ -215,6 +215,10 @@ void read_fault(Words& words, FaultPlan& plan) {
     words.expect("dies");
     words.expect("after");
     plan.eeprom_writes = read_number(words, "a number of bytes");
+  } else if (words.accept("flash")) {
+    words.expect("dies");
+    words.expect("after");
+    plan.flash_bytes = read_number(words, "a number of bytes");
   } else if (words.accept("open")) {
     words.expect("denied");
     plan.open_denied = true;
@@ -222,7 +226,7 @@ void read_fault(Words& words, FaultPlan& plan) {
     words.expect("busy");
     plan.claim_busy = true;
   } else {
-    words.refuse("one of camera, request, bulk, frame, stream, eeprom, unplug, open, claim");
+    words.refuse("one of camera, request, bulk, frame, stream, eeprom, flash, unplug, open, claim");
   }
   words.expect_end();
 }

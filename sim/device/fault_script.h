@@ -22,6 +22,7 @@ class BadFaultScript : public std::runtime_error {
 ///     frame   WHICH missing | short BYTES | long BYTES | split BYTES | unended BYTES
 ///     stream  ends after FRAMES
 ///     eeprom  dies after BYTES
+///     flash   dies after BYTES
 ///     unplug  at TIME | after N frames | after N requests   [back after TIME [on port N]]
 ///     open    denied
 ///     claim   busy

@@ -336,6 +336,7 @@ void SimulatedCamera::inject(const FaultPlan& plan) {
   const std::lock_guard lock(mutex_);
   faults_.add(plan);
   if (plan.eeprom_writes) bridge_.eeprom().die_after(*plan.eeprom_writes);
+  if (plan.flash_bytes) bridge_.flash().die_after(*plan.flash_bytes);
   open_denied_ |= plan.open_denied;
   claim_busy_ |= plan.claim_busy;
   wake_.notify_all();
@@ -345,6 +346,7 @@ void SimulatedCamera::clear_faults() {
   const std::lock_guard lock(mutex_);
   faults_.clear();
   bridge_.eeprom().revive();
+  bridge_.flash().revive();
   open_denied_ = false;
   claim_busy_ = false;
   wake_.notify_all();

@@ -17,6 +17,8 @@ std::vector<uint8_t> SpiFlash::read(size_t page, size_t length) const {
 
 bool SpiFlash::write(size_t page, std::span<const uint8_t> data) {
   if (page * kPageSize + data.size() > kPages * kPageSize) return false;
+  const bool survives = !bytes_left_ || *bytes_left_ >= data.size();
+  data = taken(data);
   for (size_t at = 0; at < data.size(); at += kPageSize, ++page) {
     auto [place, fresh] = pages_.try_emplace(page);
     if (fresh) place->second.fill(0xFF);
@@ -24,11 +26,20 @@ bool SpiFlash::write(size_t page, std::span<const uint8_t> data) {
     std::ranges::transform(piece, place->second, place->second.begin(),
                            [](uint8_t bits, uint8_t cell) { return bits & cell; });
   }
-  return true;
+  return survives;
 }
 
-void SpiFlash::erase(size_t first_page, size_t pages) {
+std::span<const uint8_t> SpiFlash::taken(std::span<const uint8_t> data) {
+  if (!bytes_left_) return data;
+  const auto bytes = std::min<uint64_t>(data.size(), *bytes_left_);
+  *bytes_left_ -= bytes;
+  return data.first(bytes);
+}
+
+bool SpiFlash::erase(size_t first_page, size_t pages) {
+  if (bytes_left_ == 0U) return false;
   pages_.erase(pages_.lower_bound(first_page), pages_.lower_bound(first_page + pages));
+  return true;
 }
 
 }  // namespace kxsim

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "scene/noise.h"
 
-#include <vector>
+#include <array>
 
 namespace kxsim {
 namespace {
@@ -25,8 +25,11 @@ float normal_from(uint64_t state) {
   return static_cast<float>(sum - 6 * 0xFFFF) / 65536.0F;
 }
 
-std::vector<float> make_table() {
-  std::vector<float> table(kTableSize);
+/// An array and no vector: cameras may still make frames while the program's static objects are destroyed.
+using Table = std::array<float, kTableSize>;
+
+Table make_table() {
+  Table table;
   for (size_t i = 0; i < kTableSize; ++i) table[i] = normal_from(mix(i));
   return table;
 }
@@ -44,7 +47,7 @@ float random_normal(std::initializer_list<uint64_t> counters) {
 }
 
 std::span<const float, kNoiseStretch> noise_at(uint64_t position) {
-  static const std::vector<float> table = make_table();
+  static const Table table = make_table();
   const size_t start = position % (kTableSize - kNoiseStretch + 1);
   return std::span<const float, kNoiseStretch>(&table[start], kNoiseStretch);
 }

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "api/boundary.h"
+#include "core/exposure.h"
 #include "core/image_size.h"
 #include "core/line_scan.h"
 #include "core/orientation.h"
@@ -32,6 +33,11 @@ bool turn(int camera, int angle) {
   }
 }
 
+/// Exposure registers depend on the size of the readout.
+void reapply_exposure(int camera) {
+  set_exposure(camera, get_exposure(camera));
+}
+
 }  // namespace
 
 uint32_t CameraGetResolutionCount(int camera, int* count) {
@@ -55,11 +61,19 @@ uint32_t CameraGetResolution(int camera, int preset, int* width, int* height) {
 }
 
 uint32_t CameraSetResolution(int camera, int preset, int* width, int* height) {
-  return api::run([&] { return set_resolution(camera, preset, width, height, nullptr); });
+  return api::run([&] {
+    if (!set_resolution(camera, preset, width, height, nullptr)) return false;
+    reapply_exposure(camera);
+    return true;
+  });
 }
 
 uint32_t CameraSetROI(int camera, int x, int y, int width, int height) {
-  return api::run([&] { return set_ROI(camera, x, y, width, height); });
+  return api::run([&] {
+    if (!set_ROI(camera, x, y, width, height)) return false;
+    reapply_exposure(camera);
+    return true;
+  });
 }
 
 uint32_t CameraSetLineHeight(int camera, int lines) {

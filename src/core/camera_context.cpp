@@ -42,6 +42,8 @@ CameraContext::CameraContext(int32_t model_row)
       index_map(std::make_shared<const IndexMap>()),
       curves(initial_curves(parameter)),
       matrix(initial_matrix(parameter)),
-      user_lut(initial_lut()) {}
+      user_lut(initial_lut()),
+      dead_pixels(std::make_shared<const DeadPixelList>()),
+      flat_field(std::make_shared<const FlatField>()) {}
 
 }  // namespace kxcam

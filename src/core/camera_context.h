@@ -5,8 +5,8 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <thread>
-#include <vector>
 
 #include <libusb.h>
 
@@ -16,6 +16,8 @@
 #include "core/index_map.h"
 #include "core/model_table.h"
 #include "isp/color_matrix.h"
+#include "isp/dead_pixels.h"
+#include "isp/flat_field.h"
 #include "isp/tone_curves.h"
 #include "sync/cmylock.h"
 #include "sync/crwlockimpl.h"
@@ -44,13 +46,14 @@ struct CameraContext {
 
   const CameraModel& model() const { return model_table[model_index]; }
 
-  // Identity and transport; set at open.
+  // Identity and transport; set at open, the device also by a reconnect.
   int32_t open_flags = 0;     ///< OpenFlag bits
+  bool is_virtual = false;    ///< the pipeline alone: there never was a device
   const int32_t model_index;  ///< row of model_table
   const SensorFamily& family;
   int32_t firmware_version = 0;
   uint16_t feature_bits = 0;
-  int32_t usb_speed = 1;  ///< libusb's code minus 1: 0 low, 1 full, 2 high, 3 super speed
+  Relaxed<int32_t> usb_speed = 1;  ///< libusb's code minus 1: 0 low, 1 full, 2 high, 3 super speed
   Published<libusb_device_handle> usb_handle;
 
   CRWLockImpl context_lock;
@@ -59,18 +62,34 @@ struct CameraContext {
   CameraParameter parameter;
 
   // Acquisition.
-  std::unique_ptr<FrameRing> ring;    ///< null without acquisition
-  std::atomic<bool> running = false;  ///< the reader keeps running and queries may wait
-  std::thread reader_thread;          ///< touched by open and close only
+  std::unique_ptr<FrameRing> ring;  ///< null without acquisition
   Relaxed<uint32_t> frames_delivered = 0;
+  std::atomic<bool> running = false;  ///< the reader keeps running and queries may wait
+  std::mutex attachment_mutex;        ///< held while the device or the reader changes
+  std::thread reader_thread;          ///< guarded by attachment_mutex
 
   // Geometry.
   std::atomic<FrameGeometry> geometry = FrameGeometry{640, 480, 1};
-  std::atomic<uint8_t> resolution_count = 0;
   Published<const IndexMap> index_map;
+  std::atomic<uint8_t> resolution_count = 0;
+
+  // White balance.
+  std::atomic<bool> one_push_request = false;  ///< measure the next Bayer frame as a grey world
+  std::atomic<bool> auto_wb_request = false;   ///< measure the near-grey points of the next Bayer frame
+  Relaxed<int32_t> wb_last_avg = 0;            ///< mean level when the automatic last asked for that
 
   // Sensor timing.
   Relaxed<double> line_time_ms = 0.0;  ///< duration of one sensor line; 0 until it is known
+  Relaxed<int32_t> flicker_lines = 0;  ///< lines in one half-period of the mains; 0 until it is known
+
+  // Auto exposure.
+  static constexpr int32_t ae_offset = 0;  ///< the part of ae_target and mean_level that is not reported
+  Relaxed<int32_t> ae_last_avg = 0;        ///< mean level when the last step was computed
+  Relaxed<int32_t> ae_last_step = 0;       ///< lines; 0: no step waits for the picture to answer
+
+  // Trigger.
+  Relaxed<uint8_t> snap_mode_dirty = 0;   ///< the snap mode has been set since the camera was opened
+  Relaxed<uint64_t> snap_start_time = 0;  ///< ms of GetTickCount() at the last switch to mode 1
 
   // Pipeline.
   Published<const ToneCurves> curves;
@@ -78,10 +97,9 @@ struct CameraContext {
   Published<const UserLut> user_lut;
   Relaxed<int32_t> mean_level = 0;  ///< mean raw green (or mono) level of the last processed frame
 
-  // Fixed-pattern factors: one entry per sensor column (even rows, odd rows) and per sensor row.
-  std::vector<double> column_table_a;
-  std::vector<double> column_table_b;
-  std::vector<double> row_table;
+  // Corrections of the raw frame.
+  Published<const DeadPixelList> dead_pixels;
+  Published<const FlatField> flat_field;
 };
 
 }  // namespace kxcam

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/camera_open.h"
 
+#include <mutex>
+
 #include "core/contexts.h"
+#include "core/device_attachment.h"
 #include "core/discovery.h"
 #include "core/enumeration.h"
 #include "core/frame_reader.h"
@@ -53,9 +56,7 @@ void prepare_acquisition(CameraContext& context, libusb_device_handle* handle) {
   if (model.newer_bridge()) kxusb_reset_device(handle);
   set_full_frame(context);
   context.firmware_version = read_firmware_version(handle);
-  context.column_table_a.resize(static_cast<size_t>(sensor.width));
-  context.column_table_b.resize(static_cast<size_t>(sensor.width));
-  context.row_table.resize(static_cast<size_t>(sensor.height));
+  context.flat_field.store(std::make_shared<const FlatField>(sensor));
   if (context.firmware_version > kLastFirmwareWithoutFeatures) {
     context.feature_bits = read_feature_bits(handle);
   } else if (context.family.wake_sensor != nullptr) {
@@ -96,13 +97,12 @@ bool init_camera_ex(int camera, const char* /*name*/, unsigned int, int flags) {
   const auto context = std::make_shared<CameraContext>(model_row);
   context->parameter.serial_number = serial;
   context->open_flags = flags;
-  context->usb_speed = kxusb_get_device_speed(libusb_get_device(handle.get())) - 1;
-  context->usb_handle.store(handle);
-  kxusb_claim_interface(handle.get(), kImageInterface);
+  attach_device(*context, handle);
   const bool acquires = (flags & kOpenWithoutAcquisition) == 0;
   if (acquires) prepare_acquisition(*context, handle.get());
   context->running = true;
 
+  const std::lock_guard attachment(context->attachment_mutex);
   if (!occupy_slot(camera, context)) return false;
   if (acquires) start_acquisition(camera, *context);
   return true;

@@ -39,11 +39,24 @@ ContextRef find_camera(int camera) {
   return check_index(camera) ? context_at(camera) : nullptr;
 }
 
+DeviceHandle find_device(const CameraContext& context) {
+  DeviceHandle handle = context.usb_handle.load();
+  if (handle == nullptr) set_last_error(KXCAM_ERROR_NO_DEVICE);
+  return handle;
+}
+
+ContextRef find_camera_if(int camera, bool argument_in_range) {
+  if (!check_index(camera)) return nullptr;
+  if (!argument_in_range) {
+    set_last_error(KXCAM_ERROR_ARGUMENT);
+    return nullptr;
+  }
+  return context_at(camera);
+}
+
 OpenCamera find_open_camera(int camera) {
   OpenCamera open{.context = find_camera(camera), .handle = nullptr};
-  if (open.context == nullptr) return open;
-  open.handle = open.context->usb_handle.load();
-  if (open.handle == nullptr) set_last_error(KXCAM_ERROR_NO_DEVICE);
+  if (open.context != nullptr) open.handle = find_device(*open.context);
   return open;
 }
 

@@ -20,6 +20,13 @@ ContextRef context_at(int camera);
 /// check_index() and context_at() in that order.
 ContextRef find_camera(int camera);
 
+/// The device of a camera; null with code 4 when it has none.
+DeviceHandle find_device(const CameraContext& context);
+
+/// find_camera() with the test of an argument in its place: after the index (code 1) and before the context
+/// (3), false gives code 2.
+ContextRef find_camera_if(int camera, bool argument_in_range);
+
 /// A camera and its open device; false when there is either no camera (code 3, or 1) or no device (4).
 struct OpenCamera {
   ContextRef context;

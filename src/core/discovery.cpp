@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "core/contexts.h"
+#include "core/eeprom_map.h"
 #include "core/enumeration.h"
 #include "core/last_error.h"
 #include "usb/control_channel.h"
@@ -20,9 +21,6 @@ namespace {
 
 constexpr uint8_t kTrueProductId = 0xA9;
 constexpr uint8_t kEepromRead = 0xB0;
-constexpr uint16_t kSerialAddress = 0x1D00;
-constexpr uint16_t kNameLengthAddress = 0x1D50;
-constexpr uint16_t kNameAddress = 0x1D51;
 constexpr int kLongestName = 30;
 
 using UserName = std::array<char, 32>;
@@ -124,6 +122,16 @@ int get_camera_idx(const char* serial) {
       return static_cast<int>(i);
   }
   return -1;
+}
+
+DeviceHandle open_camera_with_serial(const SerialRecord& serial, uint32_t product_id) {
+  const Enumeration bus;
+  for (const DeviceHandle& device : bus.devices()) {
+    libusb_device_handle* handle = device.get();
+    if (is_camera(handle) && true_product(handle) == product_id && read_serial(handle) == serial)
+      return device;
+  }
+  return nullptr;
 }
 
 int get_camera_name(int camera, char* serial, char* name, int* model_row, int* product_id) {

@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include "core/camera_context.h"
+
 namespace kxcam {
 
 inline constexpr uint16_t kCameraVendor = 0xA7B7;
@@ -23,6 +25,10 @@ int get_camera_count();
 /// Device number of the camera with that serial number, or -1 (code 5 on an empty bus). Device numbers
 /// count every configured device, camera or not.
 int get_camera_idx(const char* serial);
+
+/// Opens the attached camera with that serial number and product id, wherever it is on the bus; null when it
+/// is not there or may not be opened.
+DeviceHandle open_camera_with_serial(const SerialRecord& serial, uint32_t product_id);
 
 /// Identity of an attached camera, read from the camera itself; outputs may be null.
 ///

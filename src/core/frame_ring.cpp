@@ -54,6 +54,14 @@ bool FrameRing::drop_ready() {
   return true;
 }
 
+void FrameRing::drop_ready_frames() {
+  const std::lock_guard state(state_mutex_);
+  while (slot(read_index_).state == BufferState::kReady) {
+    slot(read_index_).state = BufferState::kFree;
+    read_index_ = next(read_index_);
+  }
+}
+
 std::optional<int> FrameRing::take_ready(FrameGeometry geometry) {
   const std::lock_guard state(state_mutex_);
   while (slot(read_index_).state == BufferState::kReady) {

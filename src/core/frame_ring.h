@@ -49,6 +49,9 @@ class FrameRing {
   /// Drops the frames that are ready or become ready within 200 ms, at most one ring full.
   void flush();
 
+  /// Drops the frames that are ready, without waiting; a query that waits goes on waiting.
+  void drop_ready_frames();
+
   /// The bytes of a buffer; hold buffer_mutex(i) while touching them.
   std::span<uint8_t> buffer(int i) { return {slot(i).host_buffer.get(), buffer_size_}; }
   std::mutex& buffer_mutex(int i) { return slot(i).host_buffer_mutex; }

@@ -13,11 +13,12 @@ namespace {
 constexpr uint8_t kLineScan = 0xB5;
 constexpr uint16_t kLineHeight = 1;
 constexpr uint16_t kLineTrigger = 3;
+constexpr uint16_t kLinesPerTrigger = 4;
 
 bool send_to_line_scan_sensor(const CameraContext& context, uint16_t index, uint16_t value) {
   if (!context.family.line_scan) return true;
-  const DeviceHandle handle = context.usb_handle.load();
-  if (handle == nullptr) return fail(KXCAM_ERROR_NO_DEVICE);
+  const DeviceHandle handle = find_device(context);
+  if (handle == nullptr) return false;
   ShortReply reply;
   long length = 0;
   return read_short(handle.get(), kLineScan, index, value, reply, length) || fail(KXCAM_ERROR_READ_REQUEST);
@@ -48,6 +49,10 @@ bool set_line_trigger(int camera, int on) {
 int get_line_trigger(int camera) {
   const ContextRef context = find_camera(camera);
   return context == nullptr ? -1 : context->parameter.line_trigger.load();
+}
+
+bool send_lines_per_trigger(const CameraContext& camera, uint16_t lines) {
+  return send_to_line_scan_sensor(camera, kLinesPerTrigger, lines);
 }
 
 }  // namespace kxcam

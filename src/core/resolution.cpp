@@ -5,8 +5,10 @@
 #include <utility>
 
 #include "core/contexts.h"
+#include "core/delay.h"
 #include "core/isp_flags.h"
 #include "core/last_error.h"
+#include "core/line_timing.h"
 #include "core/orientation.h"
 #include "usb/control_channel.h"
 
@@ -91,9 +93,11 @@ bool set_resolution(int camera, int preset, int* width, int* height, int* bytes)
   if (!geometry) return false;
   open->geometry = *geometry;
   hand_out(*open.context, *geometry, width, height, bytes);
+  reapply_delay(*open.context);
   UpdateImageIdx(*open.context);
   open->parameter.enable_roi = 0;
   open->parameter.resolution_index = static_cast<uint8_t>(preset);
+  set_exposure_width(*open.context, 0, 0);
   return true;
 }
 

@@ -4,8 +4,10 @@
 #include <array>
 
 #include "core/contexts.h"
+#include "core/delay.h"
 #include "core/isp_flags.h"
 #include "core/last_error.h"
+#include "core/line_timing.h"
 #include "core/orientation.h"
 #include "core/sensor_family.h"
 #include "usb/control_channel.h"
@@ -81,6 +83,7 @@ bool set_ROI(int camera, int x, int y, int w, int h) {
   // The 12-bit bridge answers 1 for a window and sends two bytes all the same.
   const bool twelve_bits = open->model().COLOR_MODE == kMono12;
   open->geometry = FrameGeometry{window->width, window->height, twelve_bits ? 2U : *bytes};
+  reapply_delay(*open.context);
   UpdateImageIdx(*open.context);
   CameraParameter& parameter = open->parameter;
   parameter.roi_offset_x = static_cast<uint16_t>(x);
@@ -89,6 +92,7 @@ bool set_ROI(int camera, int x, int y, int w, int h) {
   parameter.roi_height = static_cast<uint16_t>(h);
   parameter.resolution_index = 0;
   parameter.enable_roi = 1;
+  set_exposure_width(*open.context, 0, 0);
   return true;
 }
 

@@ -29,16 +29,17 @@ extern const SensorFamily sensor_0C30;
 extern const SensorFamily sensor_0DC0;
 extern const SensorFamily sensor_0E00;
 extern const SensorFamily sensor_0E60;
+extern const SensorFamily sensor_0E70;
 extern const SensorFamily sensor_3130;
 extern const SensorFamily sensor_3200;
 
 namespace {
 
 constexpr std::array families = {
-    &sensor_0030, &sensor_0120, &sensor_0130, &sensor_0180, &sensor_0200, &sensor_0300,
-    &sensor_0400, &sensor_0410, &sensor_0500, &sensor_0510, &sensor_0600, &sensor_0680,
-    &sensor_0860, &sensor_0910, &sensor_0920, &sensor_0A00, &sensor_0A30, &sensor_0B20,
-    &sensor_0C30, &sensor_0DC0, &sensor_0E00, &sensor_0E60, &sensor_3130, &sensor_3200,
+    &sensor_0030, &sensor_0120, &sensor_0130, &sensor_0180, &sensor_0200, &sensor_0300, &sensor_0400,
+    &sensor_0410, &sensor_0500, &sensor_0510, &sensor_0600, &sensor_0680, &sensor_0860, &sensor_0910,
+    &sensor_0920, &sensor_0A00, &sensor_0A30, &sensor_0B20, &sensor_0C30, &sensor_0DC0, &sensor_0E00,
+    &sensor_0E60, &sensor_0E70, &sensor_3130, &sensor_3200,
 };
 
 constexpr SensorFamily other_sensor{};

@@ -20,8 +20,8 @@ bool ask_bridge(int camera, uint8_t request) {
   const ContextRef context = find_camera(camera);
   if (context == nullptr) return false;
   if (!context->model().newer_bridge()) return true;
-  const DeviceHandle handle = context->usb_handle.load();
-  if (handle == nullptr) return fail(KXCAM_ERROR_NO_DEVICE);
+  const DeviceHandle handle = find_device(*context);
+  if (handle == nullptr) return false;
   ShortReply reply;
   long length = 0;
   read_short(handle.get(), request, 0, 0, reply, length);

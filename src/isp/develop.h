@@ -2,7 +2,6 @@
 #pragma once
 
 #include <cstdint>
-#include <optional>
 
 #include "isp/frame_settings.h"
 #include "isp/image_view.h"
@@ -10,12 +9,14 @@
 
 namespace kxcam {
 
-/// Makes the grey or colour picture (kxcam_format, grey first) of a raw frame of a `COLOR_MODE`: what
-/// demosaic.h and mono.h define, by the fastest means of `level`, which has to be available. Sizes of
-/// `raw` and `out` as there.
-///
-/// Returns the mean level, or nothing when mode and format ask for no picture; `out` is untouched then.
-std::optional<int32_t> develop(CpuLevel level, uint32_t color_mode, const FrameSettings& settings,
-                               const ImageView& raw, uint8_t* out, int format);
+/// Whether a format asks for a picture (kxcam_format, grey or colour) that can be made of a frame of a
+/// `COLOR_MODE`.
+bool is_picture(uint32_t color_mode, int format);
+
+/// Makes that picture of a raw frame, and returns the mean level: what demosaic.h and mono.h define, by the
+/// fastest means of `level`, which has to be available. Grey comes before colour. Sizes of `raw` and `out`
+/// as there.
+int32_t develop(CpuLevel level, uint32_t color_mode, const FrameSettings& settings, const ImageView& raw,
+                uint8_t* out, int format);
 
 }  // namespace kxcam

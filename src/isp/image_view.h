@@ -10,21 +10,27 @@ namespace kxcam {
 
 /// A frame of 8-bit raw samples, row-major without padding, that somebody else owns.
 ///
-/// invariant: width and height are at least 1 and width x height bytes can be read.
-class ImageView {
+/// invariant: width and height are at least 1 and width x height bytes can be accessed.
+template <class Sample>
+class BasicImageView {
  public:
-  ImageView(std::span<const uint8_t> samples, int32_t width, int32_t height)
+  BasicImageView(std::span<Sample> samples, int32_t width, int32_t height)
       : samples_(samples.first(static_cast<size_t>(width) * static_cast<size_t>(height))),
         width_(width),
         height_(height) {
     assert(width >= 1 && height >= 1);
   }
 
+  /// A view of the same frame that cannot change it.
+  operator BasicImageView<const Sample>() const {  // NOLINT(google-explicit-constructor): loses nothing
+    return {samples_, width_, height_};
+  }
+
   int32_t width() const { return width_; }
   int32_t height() const { return height_; }
-  std::span<const uint8_t> samples() const { return samples_; }
+  std::span<Sample> samples() const { return samples_; }
 
-  std::span<const uint8_t> row(int32_t y) const {
+  std::span<Sample> row(int32_t y) const {
     assert(y >= 0 && y < height_);
     return samples_.subspan(static_cast<size_t>(y) * static_cast<size_t>(width_), width_);
   }
@@ -35,9 +41,12 @@ class ImageView {
   }
 
  private:
-  std::span<const uint8_t> samples_;
+  std::span<Sample> samples_;
   int32_t width_;
   int32_t height_;
 };
+
+using ImageView = BasicImageView<const uint8_t>;
+using MutableImageView = BasicImageView<uint8_t>;
 
 }  // namespace kxcam

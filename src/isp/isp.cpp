@@ -8,11 +8,14 @@
 #include <span>
 #include <utility>
 
+#include "core/auto_exposure.h"
 #include "core/contexts.h"
 #include "core/last_error.h"
 #include "isp/develop.h"
 #include "isp/frame_settings.h"
 #include "isp/image_view.h"
+#include "isp/raw_corrections.h"
+#include "isp/white_balance.h"
 #include "kxcam/kxcam.h"
 
 namespace kxcam {
@@ -31,6 +34,25 @@ std::unique_ptr<uint8_t[]> reduce_to_8_bits(const uint8_t* in, size_t samples, c
   return nullptr;
 }
 
+/// What was asked for since the last frame. Measured before the picture is made, which then has the new
+/// gains already. A request that comes in meanwhile is kept for the next frame.
+void measure_white_balance(CameraContext& ctx, FrameSettings& settings, const ImageView& raw) {
+  const bool one_push = ctx.one_push_request.exchange(false);
+  const bool points = ctx.auto_wb_request.exchange(false);
+  if (one_push) ManualWhiteBalance(ctx, raw);
+  if (points) PointWhiteBalance(ctx, raw);
+  if (one_push || points) settings.curves = ctx.curves.load();
+}
+
+void make_picture(CameraContext& ctx, FrameSettings settings, const ImageView& raw, uint8_t* out,
+                  int format) {
+  const CameraModel& model = ctx.model();
+  if (!is_picture(model.COLOR_MODE, format)) return;
+  if (!model.monochrome()) measure_white_balance(ctx, settings, raw);
+  ctx.mean_level = develop(cpu_choice().level, model.COLOR_MODE, settings, raw, out, format);
+  if (!model.monochrome()) AutoWhiteBalance(ctx);
+}
+
 /// `width` and `height` are those of the raw frame, and their product is that of the settings' map.
 bool process(CameraContext& ctx, const FrameSettings& settings, uint8_t* in, uint8_t* out, int width,
              int height, int format) {
@@ -43,17 +65,27 @@ bool process(CameraContext& ctx, const FrameSettings& settings, uint8_t* in, uin
     frame = {reduced.get(), frame.size()};
   }
 
-  // Counted here and nowhere else for a processed frame: exposure and white balance are paced by it.
+  // A processed frame is counted here and not again by the query: with two counts a frame the number would
+  // stay odd in here, and what runs on multiples of 4 or 32 would never run.
   ctx.frames_delivered.add(1);
 
+  const MutableImageView raw(frame, width, height);
+  if ((format & KXCAM_FORMAT_UNCORRECTED) == 0)
+    correct(cpu_choice().level, raw, raw_corrections(ctx, width, height));
   if ((format & KXCAM_FORMAT_RAW) != 0) {
     std::ranges::copy(frame, out);
-    return true;
+  } else {
+    make_picture(ctx, settings, raw, out, format);
   }
-  const ImageView raw(frame, width, height);
-  if (const auto mean = develop(cpu_choice().level, color_mode, settings, raw, out, format))
-    ctx.mean_level = *mean;
   return true;
+}
+
+/// Lets the camera follow the brightness of a picture that was just made. Only a grey picture answers for it.
+bool follow_brightness(CameraContext& ctx, int format) {
+  if ((format & KXCAM_FORMAT_RAW) != 0) return true;
+  const bool grey = (format & KXCAM_FORMAT_GREY) != 0;
+  if (!grey && (format & KXCAM_FORMAT_COLOR) == 0) return true;
+  return AutoExposure(ctx) || !grey;
 }
 
 }  // namespace
@@ -68,7 +100,7 @@ bool isp(CameraContext& ctx, uint8_t* in, uint8_t* out, int width, int height, i
   const FrameSettings settings = frame_settings(ctx);
   if (!has_pixels(settings.index_map, width, height)) return fail(KXCAM_ERROR_ARGUMENT);
   if (is_rotated(settings.index_map)) std::swap(width, height);
-  return process(ctx, settings, in, out, width, height, format);
+  return process(ctx, settings, in, out, width, height, format) && follow_brightness(ctx, format);
 }
 
 bool isp_raw_frame(CameraContext& ctx, uint8_t* in, uint8_t* out, const FrameGeometry& geometry, int format) {
@@ -77,7 +109,9 @@ bool isp_raw_frame(CameraContext& ctx, uint8_t* in, uint8_t* out, const FrameGeo
   const IndexMap& map = settings.index_map;
   if (map.width() != geometry.frame_width || map.height() != geometry.frame_height)
     return fail(KXCAM_ERROR_ARGUMENT);
-  return process(ctx, settings, in, out, geometry.frame_width, geometry.frame_height, format);
+  if (!process(ctx, settings, in, out, geometry.frame_width, geometry.frame_height, format)) return false;
+  follow_brightness(ctx, format);
+  return true;
 }
 
 }  // namespace kxcam

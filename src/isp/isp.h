@@ -15,7 +15,10 @@ namespace kxcam {
 /// `height` are those of the picture as it is delivered, and their product that of the index map: a
 /// frame of another shape is taken as rows of `width` pixels.
 ///
-/// False with code 1 or 3; 2 when the product differs; without a code when memory runs out.
+/// Automatic exposure and gain take their step after a grey or colour picture.
+///
+/// False with code 1 or 3; 2 when the product differs; without a code when memory runs out; for a grey
+/// picture also when exposure or gain could not be written (the picture is complete all the same).
 /// Thread-safe; frames of one camera may be processed side by side.
 bool isp(int camera, uint8_t* in, uint8_t* out, int width, int height, int format);
 
@@ -23,7 +26,7 @@ bool isp(int camera, uint8_t* in, uint8_t* out, int width, int height, int forma
 bool isp(CameraContext& ctx, uint8_t* in, uint8_t* out, int width, int height, int format);
 
 /// The same for a frame of known geometry: a map of another one, after a change in another thread, is
-/// code 2 and no garbled picture.
+/// code 2 and no garbled picture. An exposure that could not be written fails no frame.
 bool isp_raw_frame(CameraContext& ctx, uint8_t* in, uint8_t* out, const FrameGeometry& geometry, int format);
 
 }  // namespace kxcam

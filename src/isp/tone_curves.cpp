@@ -53,6 +53,13 @@ Curve build_contrast_curve(double contrast, int black_level) {
   return curve;
 }
 
+Curve build_wb_curve(double gain) {
+  Curve curve;
+  for (size_t i = 0; i < curve.size(); ++i)
+    curve[i] = saturating_cast<uint8_t>(static_cast<double>(i) * gain);
+  return curve;
+}
+
 int init_curve_table(Curve& out_r, Curve& out_g, Curve& out_b, const Curve& in_r, const Curve& in_g,
                      const Curve& in_b, Curve& out_mono, const Curve& outer, const Curve& inner) {
   out_r = composed(outer, inner, in_r);

@@ -32,6 +32,9 @@ Curve build_gamma_curve(double gamma);
 /// of 255 leaves no range and acts as 0.
 Curve build_contrast_curve(double contrast, int black_level);
 
+/// Multiplies by `gain`, truncated and saturated.
+Curve build_wb_curve(double gain);
+
 /// Composition: white balance first, then `inner`, then `outer`. Returns 256.
 int init_curve_table(Curve& out_r, Curve& out_g, Curve& out_b, const Curve& in_r, const Curve& in_g,
                      const Curve& in_b, Curve& out_mono, const Curve& outer, const Curve& inner);

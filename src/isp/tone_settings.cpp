@@ -6,7 +6,6 @@
 
 #include "core/contexts.h"
 #include "core/isp_flags.h"
-#include "core/last_error.h"
 #include "isp/color_matrix.h"
 #include "isp/tone_curves.h"
 
@@ -19,16 +18,6 @@ namespace {
 constexpr double kLeastToneFactor = 0.3;
 constexpr double kGreatestToneFactor = 2.0;
 constexpr double kGreatestSaturation = 2.0;
-
-/// find_camera() with the test of an argument in its place: after the index, before the context.
-ContextRef find_camera_if(int camera, bool argument_in_range) {
-  if (!check_index(camera)) return nullptr;
-  if (!argument_in_range) {
-    set_last_error(KXCAM_ERROR_ARGUMENT);
-    return nullptr;
-  }
-  return context_at(camera);
-}
 
 bool in_range(double value, double least, double greatest) {
   return value >= least && value <= greatest;

@@ -14,7 +14,10 @@ class Relaxed {
   Relaxed() = default;
   Relaxed(T value) : value_(value) {}  // NOLINT(google-explicit-constructor): stands in for a T
   Relaxed(const Relaxed& other) : value_(static_cast<T>(other)) {}
-  Relaxed& operator=(const Relaxed& other) { return *this = static_cast<T>(other); }
+  Relaxed& operator=(const Relaxed& other) {
+    *this = static_cast<T>(other);
+    return *this;
+  }
   Relaxed& operator=(T value) {
     value_.store(value, std::memory_order_relaxed);
     return *this;

@@ -4,6 +4,7 @@
 #include <mutex>
 
 #include "core/contexts.h"
+#include "core/feature_bits.h"
 #include "core/isp_flags.h"
 #include "core/last_error.h"
 #include "core/sensor_family.h"
@@ -55,38 +56,46 @@ bool write_without_data(libusb_device_handle* handle, uint8_t request, uint32_t 
          fail(KXCAM_ERROR_WRITE_REQUEST);
 }
 
-bool camera_write(OpenCamera& camera, uint8_t request, uint32_t index, uint32_t value) {
-  const ReadLock reading(camera->context_lock);
-  const std::lock_guard registers(camera->aux_lock[1]);
-  return write_without_data(camera.handle.get(), request, index, value);
+bool camera_write(CameraContext& camera, uint8_t request, uint32_t index, uint32_t value) {
+  const DeviceHandle handle = find_device(camera);
+  if (handle == nullptr) return false;
+  const ReadLock reading(camera.context_lock);
+  const std::lock_guard registers(camera.aux_lock[1]);
+  return write_without_data(handle.get(), request, index, value);
 }
 
-bool camera_read(OpenCamera& camera, uint8_t request, uint32_t index, uint32_t value, ShortReply& reply,
+bool camera_read(CameraContext& camera, uint8_t request, uint32_t index, uint32_t value, ShortReply& reply,
                  long& length) {
-  const ReadLock reading(camera->context_lock);
-  const std::lock_guard registers(camera->aux_lock[1]);
-  return read_short(camera.handle.get(), request, static_cast<uint16_t>(index), static_cast<uint16_t>(value),
-                    reply, length) ||
+  const DeviceHandle handle = find_device(camera);
+  if (handle == nullptr) return false;
+  const ReadLock reading(camera.context_lock);
+  const std::lock_guard registers(camera.aux_lock[1]);
+  return read_short(handle.get(), request, static_cast<uint16_t>(index), static_cast<uint16_t>(value), reply,
+                    length) ||
          fail(KXCAM_ERROR_READ_REQUEST);
 }
 
-bool read_register(OpenCamera& camera, uint8_t request, uint32_t reg, uint32_t* value) {
+std::optional<uint32_t> read_register(CameraContext& camera, uint8_t request, uint32_t reg) {
   ShortReply reply;
   long length = 0;
-  if (!camera_read(camera, request, reg, 0, reply, length)) return false;
-  *value = length == 2 ? uint32_t{reply[0]} << 8 | reply[1] : reply[0];
-  return true;
+  if (!camera_read(camera, request, reg, 0, reply, length)) return std::nullopt;
+  return length == 2 ? uint32_t{reply[0]} << 8 | reply[1] : reply[0];
+}
+
+bool hand_out(std::optional<uint32_t> read, uint32_t* value) {
+  if (read) *value = *read;
+  return read.has_value();
 }
 
 /// First byte of the reply, or -1.
-int read_byte(OpenCamera& camera, uint8_t request, uint32_t index, uint32_t value) {
+int read_byte(CameraContext& camera, uint8_t request, uint32_t index, uint32_t value) {
   ShortReply reply;
   long length = 0;
   return camera_read(camera, request, index, value, reply, length) ? reply[0] : -1;
 }
 
 bool is_reserved_for_strobe(const CameraContext& context, int pins) {
-  return (context.feature_bits & 0x1) != 0 && (pins & kStrobeLine) != 0 &&
+  return (context.feature_bits & kTriggerUnit) != 0 && (pins & kStrobeLine) != 0 &&
          (context.parameter.isp_flags & kStrobeOff) == 0;
 }
 
@@ -113,66 +122,91 @@ bool sccb_write_raw(libusb_device_handle* handle, uint32_t reg, uint32_t value) 
   return write_without_data(handle, kSensorWrite, reg, value);
 }
 
+bool sccb_write(CameraContext& camera, uint32_t reg, uint32_t value) {
+  return camera_write(camera, kSensorWrite, reg, value);
+}
+
+std::optional<uint32_t> sccb_read(CameraContext& camera, uint32_t reg) {
+  return read_register(camera, kSensorRead, reg);
+}
+
+bool isp_write(CameraContext& camera, uint32_t reg, uint32_t value) {
+  if (find_device(camera) == nullptr) return false;
+  if (camera.firmware_version < kFirmwareWithIspRegisters) return fail(KXCAM_ERROR_NOT_SUPPORTED);
+  return !camera.family.isp_registers || camera_write(camera, kIspWrite, reg, value);
+}
+
+std::optional<uint32_t> isp_read(CameraContext& camera, uint32_t reg) {
+  if (find_device(camera) == nullptr) return std::nullopt;
+  if (camera.firmware_version < kFirmwareWithIspRegisters || !camera.family.isp_registers) {
+    set_last_error(KXCAM_ERROR_NOT_SUPPORTED);
+    return std::nullopt;
+  }
+  return read_register(camera, kIspRead, reg);
+}
+
+bool param_write(CameraContext& camera, uint32_t index, uint32_t value) {
+  return camera_write(camera, kParameterWrite, index, value);
+}
+
+int set_gpio(CameraContext& camera, int pins, int level) {
+  if (find_device(camera) == nullptr) return -1;
+  if (is_reserved_for_strobe(camera, pins)) {
+    set_last_error(KXCAM_ERROR_ARGUMENT);
+    return -1;
+  }
+  return read_byte(camera, kSetGpio, static_cast<uint32_t>(pins), static_cast<uint32_t>(level));
+}
+
 bool sccb_write(int camera, int, uint32_t reg, uint32_t value, int) {
-  OpenCamera open = find_open_camera(camera);
-  return open && camera_write(open, kSensorWrite, reg, value);
+  const ContextRef context = find_camera(camera);
+  return context != nullptr && sccb_write(*context, reg, value);
 }
 
 bool sccb_read(int camera, int, uint32_t reg, uint32_t* value, int) {
-  OpenCamera open = find_open_camera(camera);
-  return open && read_register(open, kSensorRead, reg, value);
+  const ContextRef context = find_camera(camera);
+  return context != nullptr && hand_out(sccb_read(*context, reg), value);
 }
 
 bool isp_write(int camera, int, uint32_t reg, uint32_t value, int) {
-  OpenCamera open = find_open_camera(camera);
-  if (!open) return false;
-  if (open->firmware_version < kFirmwareWithIspRegisters) return fail(KXCAM_ERROR_NOT_SUPPORTED);
-  return !open->family.isp_registers || camera_write(open, kIspWrite, reg, value);
+  const ContextRef context = find_camera(camera);
+  return context != nullptr && isp_write(*context, reg, value);
 }
 
 bool isp_read(int camera, int, uint32_t reg, uint32_t* value, int) {
-  OpenCamera open = find_open_camera(camera);
-  if (!open) return false;
-  if (open->firmware_version < kFirmwareWithIspRegisters || !open->family.isp_registers) {
-    return fail(KXCAM_ERROR_NOT_SUPPORTED);
-  }
-  return read_register(open, kIspRead, reg, value);
+  const ContextRef context = find_camera(camera);
+  return context != nullptr && hand_out(isp_read(*context, reg), value);
 }
 
 bool param_write(int camera, uint32_t index, uint32_t value) {
-  OpenCamera open = find_open_camera(camera);
-  return open && camera_write(open, kParameterWrite, index, value);
+  const ContextRef context = find_camera(camera);
+  return context != nullptr && param_write(*context, index, value);
 }
 
 bool eeprom_read(int camera, int, uint32_t address, uint8_t* byte, int) {
-  OpenCamera open = find_open_camera(camera);
-  if (!open) return false;
-  const int value = read_byte(open, kEepromRead, address, 0);
+  const ContextRef context = find_camera(camera);
+  if (context == nullptr) return false;
+  const int value = read_byte(*context, kEepromRead, address, 0);
   if (value < 0) return false;
   *byte = static_cast<uint8_t>(value);
   return true;
 }
 
 bool eeprom_write(int camera, int, uint32_t address, uint8_t byte, int) {
-  OpenCamera open = find_open_camera(camera);
-  if (!open || !camera_write(open, kEepromWrite, address, byte)) return false;
+  const ContextRef context = find_camera(camera);
+  if (context == nullptr || !camera_write(*context, kEepromWrite, address, byte)) return false;
   sysdelay(kEepromWriteCycleMs);
   return true;
 }
 
 int get_gpio(int camera) {
-  OpenCamera open = find_open_camera(camera);
-  return open ? read_byte(open, kGetGpio, 0, 0) : -1;
+  const ContextRef context = find_camera(camera);
+  return context == nullptr ? -1 : read_byte(*context, kGetGpio, 0, 0);
 }
 
 int set_gpio(int camera, int pins, int level) {
-  OpenCamera open = find_open_camera(camera);
-  if (!open) return -1;
-  if (is_reserved_for_strobe(*open.context, pins)) {
-    set_last_error(KXCAM_ERROR_ARGUMENT);
-    return -1;
-  }
-  return read_byte(open, kSetGpio, static_cast<uint32_t>(pins), static_cast<uint32_t>(level));
+  const ContextRef context = find_camera(camera);
+  return context == nullptr ? -1 : set_gpio(*context, pins, level);
 }
 
 }  // namespace kxcam

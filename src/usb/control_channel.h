@@ -3,10 +3,13 @@
 
 #include <array>
 #include <cstdint>
+#include <optional>
 
 #include <libusb.h>
 
 namespace kxcam {
+
+struct CameraContext;
 
 /// Longest reply of a register request.
 using ShortReply = std::array<uint8_t, 10>;
@@ -52,5 +55,13 @@ int get_gpio(int camera);
 /// Drives the lines `pins` to `level`; the camera's answer, or -1. Code 2 for a line that the camera keeps
 /// for its strobe.
 int set_gpio(int camera, int pins, int level);
+
+// The same for calls that hold the context already. Codes 4, 8, 10, 11, 2 as above.
+bool sccb_write(CameraContext& camera, uint32_t reg, uint32_t value);
+std::optional<uint32_t> sccb_read(CameraContext& camera, uint32_t reg);
+bool isp_write(CameraContext& camera, uint32_t reg, uint32_t value);
+std::optional<uint32_t> isp_read(CameraContext& camera, uint32_t reg);
+bool param_write(CameraContext& camera, uint32_t index, uint32_t value);
+int set_gpio(CameraContext& camera, int pins, int level);
 
 }  // namespace kxcam

@@ -126,6 +126,7 @@ TEST_F(Geometry, OnlyLineScanSensorsAreToldTheLineSettings) {
   const auto line = plug("3A3B");
   ASSERT_EQ(CameraInit(0), 0U);
   ASSERT_EQ(CameraInit(1), 0U);
+  line->clear_requests();
   for (const int camera : {0, 1}) {
     EXPECT_EQ(CameraSetLineHeight(camera, 0x10005), 0U);
     EXPECT_EQ(CameraSetLineTrigger(camera, 7), 0U);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <limits>
 #include <string>
 #include <utility>
 
@@ -12,6 +13,7 @@
 #include "core/model_table.h"
 #include "frame_fixture.h"
 #include "isp/kernels/fast_picture.h"
+#include "isp/raw_corrections.h"
 #include "kxcam/kxcam.h"
 
 namespace kxcam::test {
@@ -51,7 +53,7 @@ std::ostream& operator<<(std::ostream& out, const Case& c) {
 }
 
 struct Result {
-  std::optional<int32_t> mean;
+  int32_t mean;
   std::vector<uint8_t> bytes;  ///< the picture between guard bytes
 };
 
@@ -190,6 +192,47 @@ TEST_P(EveryLevel, AgreesOnLargePictures) {
       const Case c = {mode, format, 1237, 901, draw.number(0, 7), 3, static_cast<size_t>(draw.number(0, 70))};
       expect_same(c, draw.settings(), draw.frame(c.width * c.height));
     }
+  }
+}
+
+FlatField random_field(Draw& draw, const SensorSize& sensor) {
+  constexpr double kOdd[] = {1e300, -1e300, std::numeric_limits<double>::quiet_NaN(), 1.0, -0.0, -5e9};
+  const auto table = [&](int32_t size) {
+    std::vector<double> entries(static_cast<size_t>(size));
+    for (double& entry : entries)
+      entry = draw.number(0, 40) == 0 ? kOdd[draw.number(0, 5)] : draw.real(-0.3, 0.3);
+    return entries;
+  };
+  FlatField field(sensor);
+  field.set_columns(table(sensor.width), table(sensor.width));
+  field.set_rows(table(sensor.height));
+  return field;
+}
+
+TEST_P(EveryLevel, AgreesOnRawCorrections) {
+  Draw draw(5);
+  for (int i = 0; i < 600; ++i) {
+    const int width = draw.number(1, 200);
+    const int height = draw.number(1, 40);
+    // Some frames reach beyond the tables.
+    const SensorSize sensor = {draw.number(150, 240), draw.number(30, 60)};
+    RawCorrections corrections;
+    corrections.placement.x0 = draw.number(-1, 20);
+    corrections.placement.y0 = draw.number(-1, 10);
+    corrections.despeckled = draw.number(0, 3) != 0;
+    if (draw.number(0, 3) != 0)
+      corrections.flat_field = std::make_shared<const FlatField>(random_field(draw, sensor));
+    std::vector<uint8_t> wanted = draw.frame(width * height);
+    if (draw.number(0, 1) != 0) {
+      // Few bright pixels, so that most vectors are left alone.
+      std::ranges::transform(wanted, wanted.begin(),
+                             [](uint8_t v) { return static_cast<uint8_t>(v % 32 + 80); });
+      for (int hot = 0; hot < 20; ++hot) wanted[draw.number(0, width * height - 1)] = 240;
+    }
+    std::vector<uint8_t> got = wanted;
+    correct(CpuLevel::kScalar, {wanted, width, height}, corrections);
+    correct(GetParam(), {got, width, height}, corrections);
+    ASSERT_EQ(got, wanted) << width << " x " << height;
   }
 }
 

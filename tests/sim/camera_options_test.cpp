@@ -48,13 +48,15 @@ TEST(CameraOptions, DefaultsFollowTheFamily) {
 
 TEST(CameraOptions, EveryKeyIsTaken) {
   const auto options = parse_camera_options(
-      "5MP-C,serial=ABC,name=my cam,fw=0x8312,features=7,generic,bytes=1,wp,fps=2.5,speed=high,eeprom=/x,"
+      "5MP-C,serial=ABC,name=my "
+      "cam,fw=0x8312,features=7,generic,bytes=1,blank,wp,fps=2.5,speed=high,eeprom=/x,"
       "noise=0,fpn=0.02,dead=20,seed=99");
   EXPECT_EQ(options.serial, "ABC");
   EXPECT_EQ(options.name, "my cam");
   EXPECT_EQ(options.firmware, 0x8312U);
   EXPECT_EQ(options.features, 7);
-  EXPECT_TRUE(options.generic_id && options.byte_replies && options.write_protect && !options.noise);
+  EXPECT_TRUE(options.generic_id && options.byte_replies && options.blank && options.write_protect &&
+              !options.noise);
   EXPECT_EQ(options.frame_rate, 2.5);
   EXPECT_EQ(options.speed, UsbSpeed::kHigh);
   EXPECT_EQ(options.eeprom_file, "/x");

@@ -32,6 +32,7 @@ TEST(FaultScript, EveryKindOfFault) {
       "frame 1 short 10; frame 2 long 20; frame 3 split 512; frame 4 unended 1; frame 5- missing\r\n"
       "stream ends after 0\n"
       "eeprom dies after 64\n"
+      "flash dies after 5000\n"
       "unplug at 2s; unplug after 10 frames back after 500ms; unplug after 4 requests back after 0s on port "
       "7\n"
       "open denied; claim busy");
@@ -53,6 +54,7 @@ TEST(FaultScript, EveryKindOfFault) {
   EXPECT_EQ(plan.frames[4].action, FrameFault::Action::kMissing);
   EXPECT_EQ(plan.stream_frames, 0U);
   EXPECT_EQ(plan.eeprom_writes, 64U);
+  EXPECT_EQ(plan.flash_bytes, 5000U);
   ASSERT_EQ(plan.unplugs.size(), 3U);
   EXPECT_EQ(plan.unplugs[0].time, std::chrono::seconds(2));
   EXPECT_EQ(plan.unplugs[0].back_after, std::nullopt);

@@ -109,6 +109,19 @@ TEST(Faults, TheEepromDies) {
   EXPECT_THAT(host.ask(kEepromRead, 1), Optional(ElementsAre(1)));
 }
 
+TEST(Faults, TheFlashDies) {
+  Faulty host("flash dies after 300");
+  const std::vector<uint8_t> zeros(256);
+  EXPECT_TRUE(host.tell(kFlashPrepare, 4, 1));
+  EXPECT_TRUE(host.tell(kFlashWrite, 0x400, 0, zeros));
+  EXPECT_FALSE(host.tell(kFlashWrite, 0x401, 0, zeros));
+  EXPECT_FALSE(host.tell(kFlashPrepare, 4, 1)) << "an erasure is a write too";
+  const auto left = host.ask(kFlashRead, 0x400, 0, 512);
+  ASSERT_TRUE(left);
+  EXPECT_EQ(std::ranges::count(*left, 0), 300);
+  EXPECT_EQ(left->at(299), 0);
+}
+
 TEST(Faults, TheCableIsPulledAfterAnExactRequest) {
   Faulty host("unplug after 2 requests");
   HostTransfer pending(kRoom);

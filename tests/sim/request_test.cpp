@@ -57,8 +57,8 @@ TEST(Requests, Identity) {
   EXPECT_THAT(host.ask(kFirmwareVersion, 0, 0, 2), bytes({0, 0})) << "never more than the host asks for";
 }
 
-TEST(Requests, AFactoryFreshEepromIsErased) {
-  Host host("0x3500");
+TEST(Requests, ABlankEepromIsErased) {
+  Host host("0x3500,blank");
   for (const uint16_t address : {0x0000, 0x1D20, 0x1D50, 0x1D70, 0x1E00, 0x1E01, 0x1F00, 0x1FFF}) {
     EXPECT_THAT(host.ask(kEepromRead, address), bytes({0xFF})) << address;
   }
@@ -91,7 +91,7 @@ TEST(Requests, EepromWrites) {
 }
 
 TEST(Requests, FlashOnlyClearsBitsUntilErased) {
-  Host host("0x369B");
+  Host host("0x369B,blank");
   const std::vector<uint8_t> first(4096, 0xF0);
   const std::vector<uint8_t> second(300, 0x3C);
   EXPECT_TRUE(host.tell(kFlashWrite, 0x600, 0, first));
@@ -192,7 +192,7 @@ TEST(Requests, UnknownOnesAndThoseOfOtherFamiliesStall) {
 }
 
 TEST(Requests, AResetClearsWhatIsVolatileAndOnlyThat) {
-  Host host("0x392B");
+  Host host("0x392B,blank");
   host.tell(kSensorWrite, 5, 5);
   host.tell(kIspWrite, 5, 5);
   host.ask(kResolutionSelect, 3, 2);

@@ -106,6 +106,7 @@ TEST_F(Usbfs, ALargeFrameComesInEightMegabyteReads) {
 
 TEST_F(Usbfs, ATimeOutCanCarryData) {
   const auto camera = make_camera("0x304B,fps=0");
+  camera->set_frame_source(fill_with_pattern);
   camera->inject(parse_fault_script("frame 1 unended 1024; stream ends after 1"));
   const auto handle = open_one(camera);
   ASSERT_TRUE(handle);

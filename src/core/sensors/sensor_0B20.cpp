@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/sensor_family.h"
+#include "core/sensors/microsecond_shutter.h"
+#include "core/sensors/register_sequence.h"
 
 namespace kxcam {
 
@@ -11,6 +13,12 @@ extern const SensorFamily sensor_0B20{
     .mids = kMids,
     .roi_alignment = {.x_and_width = 32},
     .line_scan = true,
+    .line_timing = microsecond_timing,
+    .write_exposure = regardless<write_value<kMicrosecondExposure>>,
+    .write_gain = regardless<write_microsecond_gain>,
+    .write_loop_exposure = write_value<kMicrosecondExposure>,
+    .write_loop_gain = write_microsecond_gain,
+    .switch_trigger = switch_microsecond_trigger,
 };
 
 }  // namespace kxcam

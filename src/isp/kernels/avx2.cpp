@@ -61,6 +61,10 @@ struct Avx2 {
   static Bytes subtract(Bytes a, Bytes b) { return _mm256_sub_epi8(a, b); }
   static Bytes add_saturated(Bytes a, Bytes b) { return _mm256_adds_epu8(a, b); }
   static Bytes subtract_signed_saturated(Bytes a, Bytes b) { return _mm256_subs_epi8(a, b); }
+  static Bytes maximum(Bytes a, Bytes b) { return _mm256_max_epu8(a, b); }
+  static bool any_above(Bytes a, Bytes b) {
+    return _mm256_testz_si256(_mm256_subs_epu8(a, b), set8(0xFF)) == 0;
+  }
   static Bytes equal(Bytes a, Bytes b) { return _mm256_cmpeq_epi8(a, b); }
 
   static Bytes no_sums() { return _mm256_setzero_si256(); }

@@ -75,6 +75,8 @@ struct Avx512 {
   static Bytes add(Bytes a, Bytes b) { return _mm512_add_epi8(a, b); }
   static Bytes subtract(Bytes a, Bytes b) { return _mm512_sub_epi8(a, b); }
   static Bytes add_saturated(Bytes a, Bytes b) { return _mm512_adds_epu8(a, b); }
+  static Bytes maximum(Bytes a, Bytes b) { return _mm512_max_epu8(a, b); }
+  static bool any_above(Bytes a, Bytes b) { return _mm512_cmpgt_epu8_mask(a, b) != 0; }
   static Bytes equal(Bytes a, Bytes b) { return _mm512_movm_epi8(_mm512_cmpeq_epi8_mask(a, b)); }
 
   static Bytes no_sums() { return _mm512_setzero_si512(); }

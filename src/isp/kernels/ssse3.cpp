@@ -56,6 +56,10 @@ struct Ssse3 {
   static Bytes subtract(Bytes a, Bytes b) { return _mm_sub_epi8(a, b); }
   static Bytes add_saturated(Bytes a, Bytes b) { return _mm_adds_epu8(a, b); }
   static Bytes subtract_signed_saturated(Bytes a, Bytes b) { return _mm_subs_epi8(a, b); }
+  static Bytes maximum(Bytes a, Bytes b) { return _mm_max_epu8(a, b); }
+  static bool any_above(Bytes a, Bytes b) {
+    return _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_subs_epu8(a, b), _mm_setzero_si128())) != 0xFFFF;
+  }
   static Bytes equal(Bytes a, Bytes b) { return _mm_cmpeq_epi8(a, b); }
 
   static Bytes no_sums() { return _mm_setzero_si128(); }

@@ -9,8 +9,48 @@
 #include <cstring>
 
 #include "isp/kernels/row_kernels.h"
+#include "isp/speckle.h"
 
 namespace kxcam {
+
+// Raw rows in place
+
+/// A plain loop, which the compiler turns into vectors of V's instruction set.
+template <class V>
+void flatten_row(uint8_t* row, int width, double gain, const double* columns) {
+  for (int x = 0; x < width; ++x) {
+    double level = (gain - columns[x]) * row[x];
+    level = level > 0 ? level : 0;  // what is no number becomes 0 as well
+    level = level < 255 ? level : 255;
+    const auto flat = static_cast<uint8_t>(static_cast<int>(level));
+    row[x] = row[x] == 255 ? row[x] : flat;
+  }
+}
+
+/// What despeckle() does to one sample.
+template <class V>
+void despeckle_sample(const uint8_t* above, uint8_t* row, const uint8_t* below, int x) {
+  const int mean = (row[x - 2] + row[x + 2] + above[x] + below[x]) >> 2;
+  if (row[x] >= kLeastSpeckle && row[x] > mean + kSpeckleTolerance) row[x] = static_cast<uint8_t>(mean);
+}
+
+/// A vector without any speckle is left alone at once. One with a speckle is gone through sample by sample,
+/// because every repair counts for the neighbour two samples on.
+template <class V>
+void despeckle_row(const uint8_t* above, uint8_t* row, const uint8_t* below, int first, int last) {
+  int x = first;
+  for (; x + V::kBytes <= last; x += V::kBytes) {
+    // Averages of averages are at most 1 too high.
+    const auto across = V::average(V::load(row + x - 2), V::load(row + x + 2));
+    const auto mean = V::average(across, V::average(V::load(above + x), V::load(below + x)));
+    const auto limit =
+        V::maximum(V::add_saturated(mean, V::set8(kSpeckleTolerance - 1)), V::set8(kLeastSpeckle - 1));
+    if (!V::any_above(V::load(row + x), limit)) [[likely]]
+      continue;
+    for (int i = x; i < x + V::kBytes; ++i) despeckle_sample<V>(above, row, below, i);
+  }
+  for (; x < last; ++x) despeckle_sample<V>(above, row, below, x);
+}
 
 // Raw rows to work rows
 
@@ -487,6 +527,8 @@ constexpr FinishColors finish_colors() {
 template <class V>
 constexpr RowKernels row_kernels() {
   return {
+      .flatten = flatten_row<V>,
+      .despeckle = despeckle_row<V>,
       .arrange = V::arrange,
       .copy_row = copy_row<V>,
       .reverse_row = reverse_row<V>,

@@ -1,0 +1,16 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string_view>
+
+namespace kxcam {
+
+// Settings that are kept by name: "image_format", "resolution_index", "enable_roi" (a byte each),
+// "roi_offset_x", "roi_offset_y", "roi_width", "roi_height" (two bytes each). False with code 1 or 3, and
+// without a code for any other key.
+
+/// Stores the low bytes of `value` in the live settings; the camera is not touched.
+bool set_property(int camera, std::string_view key, int value);
+bool get_property(int camera, std::string_view key, int* value);
+
+}  // namespace kxcam

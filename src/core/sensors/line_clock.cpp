@@ -1,0 +1,47 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "core/sensors/line_clock.h"
+
+#include "core/camera_context.h"
+#include "core/isp_flags.h"
+#include "core/last_error.h"
+
+namespace kxcam {
+
+namespace {
+constexpr int32_t kSuperSpeed = 3;
+}
+
+int32_t half_periods_per_second(const CameraContext& camera) {
+  return (camera.parameter.isp_flags & kAntiFlicker60Hz) != 0 ? 120 : 100;
+}
+
+std::optional<LineTiming> impossible_timing() {
+  set_last_error(KXCAM_ERROR_READ_REQUEST);
+  return std::nullopt;
+}
+
+int32_t lines_per_half_period(const CameraContext& camera, double ticks_per_second, double ticks_per_line) {
+  return static_cast<int32_t>(ticks_per_second / (half_periods_per_second(camera) * ticks_per_line));
+}
+
+std::optional<LineTiming> clocked_line(const CameraContext& camera, double clock_mhz, int32_t line_length) {
+  if (line_length < 1) return impossible_timing();
+  return LineTiming{.line_time_ms = line_length * 0.001 / clock_mhz,
+                    .flicker_lines = lines_per_half_period(camera, clock_mhz * 1e6, line_length)};
+}
+
+LineTiming fixed_line(const CameraContext& camera, double line_time_ms, int32_t lines_at_50_hz,
+                      int32_t lines_at_60_hz) {
+  const bool at_50_hz = half_periods_per_second(camera) == 100;
+  return {.line_time_ms = line_time_ms, .flicker_lines = at_50_hz ? lines_at_50_hz : lines_at_60_hz};
+}
+
+double by_high_speed(const CameraContext& camera, double fast, double normal) {
+  return (camera.parameter.isp_flags & kHighSpeed) != 0 ? fast : normal;
+}
+
+double by_link(const CameraContext& camera, double super_speed, double slower) {
+  return camera.usb_speed == kSuperSpeed ? super_speed : slower;
+}
+
+}  // namespace kxcam

@@ -1,0 +1,23 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+namespace kxcam {
+
+struct CameraContext;
+
+/// Strobe output. Codes 1, 3; 8 when the sensor that drives the line does not answer, which changes nothing.
+bool enable_strobe(int camera, bool on);
+/// State of the switch, which is kept for cameras without a strobe line too; the result says whether
+/// there is a line. Codes 1, 3.
+bool get_strobe(int camera, bool* on);
+
+/// Polarity of the strobe output, 0 or 1 (code 2). Codes 1, 3; 8 or that of the write when it fails, which
+/// leaves the value stored.
+bool set_strobe_polarity(int camera, int polarity);
+/// Polarity last set, or -1. Codes 1, 3.
+int get_strobe_polarity(int camera);
+
+/// The strobe line of the bridge's trigger unit, where there is one: on or off at the present polarity.
+bool write_bridge_strobe(CameraContext& camera, bool on);
+
+}  // namespace kxcam

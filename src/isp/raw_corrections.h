@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <memory>
+
+#include "core/camera_context.h"
+#include "isp/frame_placement.h"
+#include "isp/image_view.h"
+#include "isp/kernels/cpu_level.h"
+
+namespace kxcam {
+
+/// The corrections that one frame is to get. Taken once, like FrameSettings.
+struct RawCorrections {
+  std::shared_ptr<const DeadPixelList> dead_pixels;  ///< may be null: nothing to replace
+  std::shared_ptr<const FlatField> flat_field;       ///< null: switched off, or would change nothing
+  bool despeckled = false;
+  FramePlacement placement;
+};
+
+/// What is in force for a raw frame of that size.
+RawCorrections raw_corrections(const CameraContext& ctx, int32_t width, int32_t height);
+
+/// Corrects a frame in place: dead pixels, then the flat field, then speckles, by the fastest means of
+/// `level`, which has to be available.
+void correct(CpuLevel level, const MutableImageView& frame, const RawCorrections& corrections);
+
+}  // namespace kxcam

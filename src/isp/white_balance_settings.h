@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+namespace kxcam {
+
+// White balance of the picture; the sensor is not written to. Codes of all: 1, 3. Thread-safe.
+
+/// Gains of red, green and blue, 0.0..3.0 each; code 2 beyond that or for a NaN, which changes nothing.
+bool set_wb_gain(int camera, double r, double g, double b);
+
+/// Gains last set or measured; a null pointer is passed over.
+bool get_wb_gain(int camera, double* r, double* g, double* b);
+
+/// Asks for one measurement: the gains that make the middle of the next Bayer frame grey on the average.
+bool one_push_wb(int camera);
+
+/// Automatic white balance. Switching it on also asks for a measurement; off keeps the last gains.
+bool set_awb(int camera, bool on);
+/// 0 or 1; -1 on failure.
+int get_awb(int camera);
+
+}  // namespace kxcam

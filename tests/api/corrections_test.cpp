@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+#include "camera_bus.h"
+#include "scene/scene.h"
+#include "scene/sensor.h"
+
+namespace kxcam {
+namespace {
+
+constexpr int kWidth = 720;
+constexpr int kHeight = 540;
+
+class Corrections : public CameraBus {
+ protected:
+  static std::vector<uint8_t> query(int format) {
+    int size = buffer_size(format);
+    std::vector<uint8_t> image(static_cast<size_t>(size));
+    EXPECT_EQ(CameraQueryImage(0, image.data(), &size, format), 0U);
+    return image;
+  }
+
+  /// The raw frame as the pipeline corrects it.
+  static std::vector<uint8_t> corrected(std::vector<uint8_t> raw) {
+    std::vector<uint8_t> out(raw.size());
+    EXPECT_EQ(CameraISP(0, raw.data(), out.data(), kWidth, kHeight, KXCAM_FORMAT_RAW), 0U);
+    return out;
+  }
+
+  /// Mean red, green and blue of a colour picture.
+  static std::array<double, 3> mean_color(int format) {
+    const auto image = query(KXCAM_FORMAT_COLOR | format);
+    std::array<double, 3> mean{};
+    for (size_t i = 0; i < image.size(); ++i) mean.at(i % 3) += image[i];
+    for (double& channel : mean) channel /= static_cast<double>(image.size()) / 3;
+    return mean;
+  }
+};
+
+/// The camera's maker finds the stuck pixels and lists them in the EEPROM.
+void list_stuck_pixels(kxsim::SimulatedCamera& camera, std::span<const kxsim::StuckPixel> pixels) {
+  uint16_t address = 0x1E00;
+  const auto put = [&](int word) {
+    camera.set_eeprom(address++, static_cast<uint8_t>(word >> 8));
+    camera.set_eeprom(address++, static_cast<uint8_t>(word));
+  };
+  put(static_cast<int>(pixels.size()));
+  for (const auto& pixel : pixels) {
+    put(pixel.x);
+    put(pixel.y);
+  }
+}
+
+TEST_F(Corrections, ReplaceThePixelsThatTheCameraListsAsDead) {
+  constexpr int kStuck = 60;
+  const auto camera = plug("3600,fps=0,noise=0,seed=9,dead=" + std::to_string(kStuck));
+  const kxsim::Sensor twin({.width = kWidth, .height = kHeight, .seed = 9, .dead_pixels = kStuck},
+                           kxsim::make_uniform({}));
+  const auto stuck = twin.stuck_pixels();
+  ASSERT_EQ(stuck.size(), size_t{kStuck});
+  list_stuck_pixels(*camera, stuck);
+  camera->set_scene(kxsim::make_uniform({0.5F, 0.5F, 0.5F}));
+  ASSERT_EQ(CameraInit(0), 0U);
+  ASSERT_EQ(CameraSetDenoise(0, false), 0U);
+
+  const auto raw = query_raw();
+  const int level = raw.at(0);
+  const auto is_stuck = [](uint8_t sample) { return sample == 0 || sample == 255; };
+  EXPECT_EQ(std::ranges::count_if(raw, is_stuck), kStuck);
+  auto expected = raw;
+  for (const auto& pixel : stuck) {
+    const size_t i = static_cast<size_t>(pixel.y) * kWidth + static_cast<size_t>(pixel.x);
+    if (pixel.x >= 2) expected[i] = expected[i - 2];
+  }
+  EXPECT_LT(std::ranges::count_if(expected, is_stuck), 3);
+  EXPECT_EQ(corrected(raw), expected);
+  EXPECT_TRUE(level > 20 && level < 235);
+
+  // The hot ones are speckles too; a list that is not loaded leaves them to that.
+  CameraFree(0);
+  list_stuck_pixels(*camera, {});
+  ASSERT_EQ(CameraInit(0), 0U);
+  const auto hot = [](const std::vector<uint8_t>& frame) { return std::ranges::count(frame, 255); };
+  EXPECT_GT(hot(query_raw()), 10);
+  EXPECT_LT(hot(corrected(query_raw())), 4);
+}
+
+TEST_F(Corrections, SwitchesActOnThePicture) {
+  open("3600");
+  bool on = false;
+  EXPECT_EQ(CameraGetDenoise(0, &on), 0U);
+  EXPECT_TRUE(on);
+  EXPECT_NE(corrected(numbered(1, kWidth * kHeight)), numbered(1, kWidth * kHeight));
+  EXPECT_EQ(CameraSetDenoise(0, false), 0U);
+  EXPECT_EQ(CameraGetDenoise(0, &on), 0U);
+  EXPECT_FALSE(on);
+  EXPECT_EQ(corrected(numbered(1, kWidth * kHeight)), numbered(1, kWidth * kHeight));
+  EXPECT_EQ(CameraSetFPN(0, false), 0U);
+  EXPECT_EQ(CameraGetFPN(0, &on), 0U);
+  EXPECT_FALSE(on);
+  EXPECT_EQ(CameraSetFPN(0, true), 0U);
+  EXPECT_EQ(CameraGetFPN(0, &on), 0U);
+  EXPECT_TRUE(on);
+  EXPECT_EQ(CameraSetAWB(0, true), 0U);
+  EXPECT_EQ(CameraGetAWB(0, &on), 0U);
+  EXPECT_TRUE(on);
+  // Of the three, only the last one's output is written on failure.
+  EXPECT_EQ(CameraGetDenoise(1, &on), 1U);
+  EXPECT_EQ(CameraGetFPN(1, &on), 1U);
+  EXPECT_TRUE(on);
+  EXPECT_EQ(CameraGetAWB(1, &on), 1U);
+  EXPECT_FALSE(on);
+}
+
+TEST_F(Corrections, OnePushTakesAColourCastAway) {
+  for (const auto* model : {"3600", "3010", "3A30"}) {
+    SCOPED_TRACE(model);
+    const auto camera = plug(std::string(model) + ",fps=0");
+    camera->set_scene(kxsim::make_uniform({0.30F, 0.60F, 0.45F}));
+    ASSERT_EQ(CameraInit(0), 0U);
+    const auto cast = mean_color(0);
+    EXPECT_NEAR(cast[0] / cast[1], 0.5, 0.03);
+    EXPECT_NEAR(cast[2] / cast[1], 0.75, 0.03);
+    ASSERT_EQ(CameraOnePushWB(0), 0U);
+    const auto neutral = mean_color(0);
+    EXPECT_NEAR(neutral[0], neutral[1], 0.02 * neutral[1]);
+    EXPECT_NEAR(neutral[2], neutral[1], 0.02 * neutral[1]);
+    double r = 0;
+    double b = 0;
+    EXPECT_EQ(CameraGetWBGain(0, &r, nullptr, &b), 0U);
+    EXPECT_NEAR(r, 2.0, 0.1);
+    EXPECT_NEAR(b, 1.33, 0.1);
+    EXPECT_EQ(CameraSetWBGain(0, 1.0, 1.0, 1.0), 0U);
+    EXPECT_NEAR(mean_color(0)[0] / neutral[1], 0.5, 0.03);
+    EXPECT_EQ(CameraFree(0), 0U);
+    bus_.unplug(*camera);
+  }
+}
+
+TEST_F(Corrections, AutomaticWhiteBalanceFollowsTheLightInASteadyStream) {
+  const auto camera = plug("3600,fps=0");
+  camera->set_scene(kxsim::make_chart(4.0 / 3, {0.84F, 1.0F, 0.84F}));
+  camera->set_exposure({.exposure = 0.8});
+  ASSERT_EQ(CameraInit(0), 0U);
+  const auto red_gain = [] {
+    double gain = 0;
+    EXPECT_EQ(CameraGetWBGain(0, &gain, nullptr, nullptr), 0U);
+    return gain;
+  };
+  ASSERT_EQ(CameraSetAWB(0, true), 0U);
+  // The first frames meet the level that the trigger remembers; from then on nothing happens in steady light.
+  for (int n = 0; n < 40; ++n) query(KXCAM_FORMAT_COLOR);
+  EXPECT_NEAR(red_gain(), 1 / 0.84, 0.1);
+  ASSERT_EQ(CameraSetWBGain(0, 1.0, 1.0, 1.0), 0U);
+  const double before = mean_color(0)[1];
+  for (int n = 0; n < 40; ++n) query(KXCAM_FORMAT_COLOR);
+  EXPECT_EQ(red_gain(), 1.0);
+
+  camera->set_exposure({.exposure = 1.0});
+  ASSERT_EQ(CameraClearHostBuffer(0), 0U);
+  const double change = mean_color(0)[1] - before;
+  ASSERT_TRUE(change >= 12 && change <= 29) << change << " is not the change that every 32nd frame looks for";
+  int frames = 1;
+  while (red_gain() == 1.0 && frames < 100) {
+    query(KXCAM_FORMAT_COLOR);
+    ++frames;
+  }
+  EXPECT_NEAR(red_gain(), 1 / 0.84, 0.1);
+  EXPECT_LE(frames, 33);
+}
+
+}  // namespace
+}  // namespace kxcam

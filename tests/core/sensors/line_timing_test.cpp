@@ -1,0 +1,207 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "core/line_timing.h"
+
+#include <cmath>
+#include <utility>
+
+#include "core/exposure.h"
+#include "core/high_speed.h"
+#include "core/isp_flags.h"
+#include "core/resolution.h"
+#include "core/roi.h"
+#include "device/vendor_request.h"
+#include "sensor_test.h"
+
+namespace kxcam::test {
+namespace {
+
+/// Timing of a camera that reads out 1280 x 960 pixels.
+struct Timing {
+  uint32_t pid;
+  bool super_speed = true;
+  bool high_speed = false;
+  uint8_t mode = 1;
+  int exposure = 5;
+  int firmware = 0x8312;
+  std::vector<std::pair<uint16_t, uint16_t>> registers = {};
+  int extra_width;
+  double unit;
+  int at_50_hz;
+  int at_60_hz;
+};
+
+// clang-format off
+const std::vector<Timing> kTimings = {
+    {.pid = 0x3030, .registers = {{0x05, 0x005E}}, .extra_width = 94, .unit = 0.025444444444444447, .at_50_hz = 393, .at_60_hz = 327},
+    {.pid = 0x3030, .super_speed = false, .registers = {{0x05, 0x005E}}, .extra_width = 94, .unit = 0.05088888888888889, .at_50_hz = 196, .at_60_hz = 163},
+    {.pid = 0x003B, .super_speed = false, .firmware = 0x4805, .registers = {{0x05, 0x005E}}, .extra_width = 94, .unit = 0.028625, .at_50_hz = 349, .at_60_hz = 291},
+    {.pid = 0x0030, .super_speed = false, .firmware = 0x4607, .registers = {{0x05, 0x005E}}, .extra_width = 94, .unit = 0.05088888888888889, .at_50_hz = 196, .at_60_hz = 163},
+    {.pid = 0x0030, .super_speed = false, .firmware = 0x4606, .registers = {{0x05, 0x005E}}, .extra_width = 94, .unit = 0.05725, .at_50_hz = 174, .at_60_hz = 145},
+    {.pid = 0x0300, .registers = {{0x05, 0x005E}}, .extra_width = 463, .unit = 0.07262500000000001, .at_50_hz = 137, .at_60_hz = 114},
+    {.pid = 0x0300, .high_speed = true, .registers = {{0x05, 0x005E}}, .extra_width = 463, .unit = 0.036312500000000004, .at_50_hz = 275, .at_60_hz = 229},
+    {.pid = 0x0300, .mode = 2, .registers = {{0x05, 0x005E}}, .extra_width = 463, .unit = 0.07262500000000001, .at_50_hz = 137, .at_60_hz = 114},
+    {.pid = 0x013B, .high_speed = true, .registers = {{0x05, 0x005E}}, .extra_width = 319, .unit = 0.0333125, .at_50_hz = 300, .at_60_hz = 250},
+    {.pid = 0x0130, .registers = {{0x05, 0x005E}}, .extra_width = 319, .unit = 0.066625, .at_50_hz = 150, .at_60_hz = 125},
+    {.pid = 0x0500, .extra_width = 894, .unit = 0.09058333333333334, .at_50_hz = 110, .at_60_hz = 91},
+    {.pid = 0x050B, .high_speed = true, .mode = 2, .extra_width = 1506, .unit = 0.058041666666666665, .at_50_hz = 172, .at_60_hz = 143},
+    {.pid = 0x3500, .extra_width = 894, .unit = 0.022645833333333334, .at_50_hz = 441, .at_60_hz = 367},
+    {.pid = 0x350B, .super_speed = false, .high_speed = true, .extra_width = 894, .unit = 0.04529166666666667, .at_50_hz = 220, .at_60_hz = 183},
+    {.pid = 0x3180, .registers = {{0x300C, 0x0BB8}}, .extra_width = 220, .unit = 0.008333333333333333, .at_50_hz = 1200, .at_60_hz = 1000},
+    {.pid = 0x0A00, .registers = {{0x300C, 0x0BB8}}, .extra_width = 220, .unit = 0.0625, .at_50_hz = 160, .at_60_hz = 133},
+    {.pid = 0x0A0B, .high_speed = true, .registers = {{0x300C, 0x0BB8}}, .extra_width = 220, .unit = 0.03515622253420115, .at_50_hz = 284, .at_60_hz = 237},
+    {.pid = 0x3A00, .registers = {{0x300C, 0x0BB8}}, .extra_width = 220, .unit = 0.01875, .at_50_hz = 533, .at_60_hz = 444},
+    {.pid = 0x3A0B, .super_speed = false, .high_speed = true, .registers = {{0x300C, 0x0BB8}}, .extra_width = 220, .unit = 0.0375, .at_50_hz = 266, .at_60_hz = 222},
+    {.pid = 0x0E00, .high_speed = true, .registers = {{0x300C, 0x0BB8}}, .extra_width = 1720, .unit = 0.0625, .at_50_hz = 160, .at_60_hz = 133},
+    {.pid = 0x3E00, .registers = {{0x300C, 0x0BB8}}, .extra_width = 1720, .unit = 0.03488372093023256, .at_50_hz = 286, .at_60_hz = 238},
+    {.pid = 0x3E00, .super_speed = false, .registers = {{0x300C, 0x0BB8}}, .extra_width = 1720, .unit = 0.06976744186046512, .at_50_hz = 143, .at_60_hz = 119},
+    {.pid = 0x0120, .registers = {{0x300C, 0x0BB8}}, .extra_width = 1720, .unit = 0.125, .at_50_hz = 80, .at_60_hz = 66},
+    {.pid = 0x012B, .high_speed = true, .registers = {{0x300C, 0x0BB8}}, .extra_width = 1720, .unit = 0.0625, .at_50_hz = 160, .at_60_hz = 133},
+    {.pid = 0x3120, .registers = {{0x300C, 0x0BB8}}, .extra_width = 1720, .unit = 0.03, .at_50_hz = 333, .at_60_hz = 277},
+    {.pid = 0x312B, .super_speed = false, .registers = {{0x300C, 0x0BB8}}, .extra_width = 1720, .unit = 0.06, .at_50_hz = 166, .at_60_hz = 138},
+    {.pid = 0x0200, .high_speed = true, .registers = {{0x300C, 0x0BB8}}, .extra_width = 1720, .unit = 0.0625, .at_50_hz = 160, .at_60_hz = 133},
+    {.pid = 0x3510, .registers = {{0x300C, 0x0BB8}}, .extra_width = 1720, .unit = 0.015000000000000001, .at_50_hz = 666, .at_60_hz = 555},
+    {.pid = 0x3E60, .registers = {{0x04, 0x0064}}, .extra_width = 320, .unit = 0.014035087719298246, .at_50_hz = 712, .at_60_hz = 593},
+    {.pid = 0x3E6B, .super_speed = false, .registers = {{0x04, 0x0064}}, .extra_width = 320, .unit = 0.056140350877192984, .at_50_hz = 178, .at_60_hz = 148},
+    {.pid = 0x3E70, .registers = {{0x04, 0x0064}}, .extra_width = 320, .unit = 0.012121212121212121, .at_50_hz = 825, .at_60_hz = 687},
+    {.pid = 0x3E7B, .super_speed = false, .registers = {{0x04, 0x0064}}, .extra_width = 320, .unit = 0.047058823529411764, .at_50_hz = 212, .at_60_hz = 177},
+    {.pid = 0x3200, .extra_width = 0, .unit = 0.007384960718294052, .at_50_hz = 677, .at_60_hz = 564},
+    {.pid = 0x3860, .exposure = 1, .extra_width = 0, .unit = 0.010578703703703703, .at_50_hz = 472, .at_60_hz = 393},
+    {.pid = 0x3860, .exposure = 50, .extra_width = 0, .unit = 0.007833796296296297, .at_50_hz = 639, .at_60_hz = 532},
+    {.pid = 0x391B, .exposure = 1, .extra_width = 0, .unit = 0.012208333333333335, .at_50_hz = 409, .at_60_hz = 341},
+    {.pid = 0x391B, .exposure = 50, .extra_width = 0, .unit = 0.010180277777777778, .at_50_hz = 491, .at_60_hz = 409},
+    {.pid = 0x3920, .exposure = 1, .extra_width = 0, .unit = 0.014680555555555556, .at_50_hz = 340, .at_60_hz = 283},
+    {.pid = 0x3920, .exposure = 50, .extra_width = 0, .unit = 0.01254361111111111, .at_50_hz = 398, .at_60_hz = 332},
+    {.pid = 0x3650, .extra_width = 0, .unit = 0.01, .at_50_hz = 1000, .at_60_hz = 833},
+    {.pid = 0x368B, .extra_width = 0, .unit = 0.01, .at_50_hz = 1000, .at_60_hz = 833},
+    {.pid = 0x3C80, .extra_width = 0, .unit = 0.01, .at_50_hz = 1000, .at_60_hz = 833},
+    {.pid = 0x3A30, .extra_width = 0, .unit = 0.001, .at_50_hz = 10000, .at_60_hz = 8333},
+    {.pid = 0x3B5B, .extra_width = 0, .unit = 0.001, .at_50_hz = 10000, .at_60_hz = 8333},
+    {.pid = 0x3130, .registers = {{0x320C, 0x0003}, {0x320D, 0x0021}}, .extra_width = 0, .unit = 0.016, .at_50_hz = 625, .at_60_hz = 520},
+    {.pid = 0x3DC0, .registers = {{0x20, 0x0012}, {0x21, 0x0034}}, .extra_width = 0, .unit = 0.048541666666666664, .at_50_hz = 206, .at_60_hz = 171},
+    {.pid = 0x040B, .registers = {{0x320C, 0x0003}, {0x320D, 0x0021}}, .extra_width = 0, .unit = 0.013185185185185185, .at_50_hz = 758, .at_60_hz = 632},
+    {.pid = 0x0410, .registers = {{0x320C, 0x0003}, {0x320D, 0x0021}, {0x36EA, 0x0015}}, .extra_width = 0, .unit = 0.004746666666666666, .at_50_hz = 2106, .at_60_hz = 1755},
+};
+// clang-format on
+
+class LineTimingTest : public SensorTest {
+ protected:
+  void open_at(const Timing& timing) {
+    CameraContext& camera = open_model(timing.pid);
+    for (const auto& [reg, value] : timing.registers) preset_sensor(reg, value);
+    camera.firmware_version = timing.firmware;
+    camera.usb_speed = timing.super_speed ? 3 : 2;
+    camera.parameter.isp_flags = timing.high_speed ? kHighSpeed : 0;
+    camera.parameter.resolution_mode = timing.mode;
+    camera.parameter.exposure = timing.exposure;
+  }
+};
+
+TEST_F(LineTimingTest, OfEverySensor) {
+  for (const Timing& timing : kTimings) {
+    SCOPED_TRACE(testing::Message() << std::hex << timing.pid);
+    open_at(timing);
+    EXPECT_EQ(set_exposure_width(kCamera, 0, 0), timing.extra_width);
+    EXPECT_DOUBLE_EQ(get_exposure_unit(kCamera), timing.unit);
+    EXPECT_EQ(context().flicker_lines, timing.at_50_hz);
+    EXPECT_DOUBLE_EQ(get_exposure_time(kCamera), timing.exposure * timing.unit);
+    context().parameter.isp_flags.set_bits(kAntiFlicker60Hz, true);
+    EXPECT_EQ(set_exposure_width(kCamera, 1280, 960), timing.extra_width);
+    EXPECT_EQ(context().flicker_lines, timing.at_60_hz);
+  }
+}
+
+TEST_F(LineTimingTest, BlankingDependsOnTheSizeAskedAbout) {
+  open(0x0500).parameter.resolution_mode = 2;
+  for (const auto& [height, extra] : {std::pair(480, 2888), {481, 1506}, {960, 1506}, {961, 894}}) {
+    EXPECT_EQ(get_extra_exposure_width(kCamera, 640, height), extra) << height;
+  }
+  open(0x0300).parameter.resolution_mode = 2;
+  preset_sensor(0x05, 10);
+  EXPECT_EQ(get_extra_exposure_width(kCamera, 1024, 768), 705);
+  EXPECT_EQ(get_extra_exposure_width(kCamera, 1024, 769), 379);
+
+  open(0x0E00);
+  preset_sensor(0x300C, 5000);
+  EXPECT_EQ(get_extra_exposure_width(kCamera, 4384, 3288), 5000 - 4384);
+  open(0x0E60);
+  preset_sensor(0x04, 100);
+  EXPECT_EQ(get_extra_exposure_width(kCamera, 640, 480), 1600 - 1280) << "always of the present readout";
+}
+
+TEST_F(LineTimingTest, WhatCannotBeLeavesTheTimingAsItWas) {
+  // A register that reads 0, a divider of 1 (a clock divided by zero) or 0, a line shorter than a pixel.
+  const struct {
+    uint32_t mid;
+    std::vector<std::pair<uint16_t, uint16_t>> registers;
+  } lies[] = {{0x0120, {}},
+              {0x0180, {}},
+              {0x0E60, {}},
+              {0x0DC0, {}},
+              {0x0400, {}},
+              {0x3130, {}},
+              {0x3130, {{0x320D, 3}}},
+              {0x0410, {{0x320D, 9}, {0x36EA, 1}}},
+              {0x0410, {{0x320D, 9}, {0x36EA, 0x10}}}};
+  for (const auto& lie : lies) {
+    SCOPED_TRACE(testing::Message() << std::hex << lie.mid);
+    open(lie.mid);
+    for (const auto& [reg, value] : lie.registers) preset_sensor(reg, value);
+    context().line_time_ms = 0.5;
+    context().flicker_lines = 20;
+    EXPECT_EQ(code_of([] { return set_exposure_width(kCamera, 0, 0) != -1; }), KXCAM_ERROR_READ_REQUEST);
+    EXPECT_EQ(context().line_time_ms, 0.5);
+    EXPECT_EQ(context().flicker_lines, 20);
+  }
+}
+
+TEST_F(LineTimingTest, NoAnswerOfAnyCameraMakesAnInfinityOrAHang) {
+  for (const CameraModel& model : model_table) {
+    SCOPED_TRACE(testing::Message() << std::hex << model.PID);
+    for (const std::vector<uint8_t>& answer : {std::vector<uint8_t>{0, 0}, {0xFF, 0xFF}, {0x01}, {}}) {
+      open_model(model.PID);
+      camera().inject({.requests = {{.action = kxsim::RequestFault::Action::kReply,
+                                     .code = kxsim::kSensorRead,
+                                     .reply = answer}}});
+      set_exposure_width(kCamera, 0, 0);
+      EXPECT_TRUE(std::isfinite(context().line_time_ms));
+      EXPECT_GE(context().line_time_ms, 0.0);
+      EXPECT_GE(context().flicker_lines, 0);
+    }
+    open_model(model.PID);
+    context().line_time_ms = 0.5;
+    break_requests(kxsim::kSensorRead);
+    const bool asks_the_sensor = set_exposure_width(kCamera, 0, 0) == -1;
+    EXPECT_EQ(get_extra_exposure_width(kCamera, 0, 0) == -1 || !requests().empty(), asks_the_sensor);
+    if (asks_the_sensor) {
+      EXPECT_EQ(context().line_time_ms, 0.5);
+    }
+  }
+}
+
+TEST_F(LineTimingTest, HighSpeedCountsAnewAndIsTheBridgesToRefuse) {
+  open(0x0130);
+  EXPECT_TRUE(set_highspeed(kCamera, true));
+  EXPECT_EQ(requests(), "B2=1 r5");
+  EXPECT_DOUBLE_EQ(get_exposure_unit(kCamera), (1280 + 225) * 0.001 / 48);
+  EXPECT_EQ(get_highspeed(kCamera), 1);
+  EXPECT_TRUE(set_highspeed(kCamera, false));
+  EXPECT_DOUBLE_EQ(get_exposure_unit(kCamera), (1280 + 225) * 0.001 / 24);
+  break_requests(kxsim::kHighSpeed);
+  EXPECT_EQ(code_of([] { return set_highspeed(kCamera, true); }), KXCAM_ERROR_READ_REQUEST);
+  EXPECT_EQ(get_highspeed(kCamera), 0);
+  context().usb_handle.store(nullptr);
+  EXPECT_EQ(code_of([] { return set_highspeed(kCamera, true); }), KXCAM_ERROR_NO_DEVICE);
+}
+
+TEST_F(LineTimingTest, ANewGeometryRenewsDelayAndTiming) {
+  open_model(0x3500);
+  EXPECT_TRUE(set_resolution(kCamera, 2, nullptr, nullptr, nullptr));
+  EXPECT_EQ(requests(), "AC=2 w6=39");
+  EXPECT_DOUBLE_EQ(get_exposure_unit(kCamera), (context().geometry.load().frame_width + 894) * 0.001 / 96);
+  EXPECT_TRUE(set_ROI(kCamera, 0, 0, 800, 600));
+  EXPECT_EQ(requests(), "AD=0 AD=0 w6=39");
+  EXPECT_DOUBLE_EQ(get_exposure_unit(kCamera), (800 + 894) * 0.001 / 96);
+}
+
+}  // namespace
+}  // namespace kxcam::test

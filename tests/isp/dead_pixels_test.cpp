@@ -1,0 +1,160 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "isp/dead_pixels.h"
+
+#include <numeric>
+#include <random>
+
+#include <gtest/gtest.h>
+
+#include "guarded_frame.h"
+
+namespace kxcam::test {
+namespace {
+
+constexpr SensorSize kSensor = {720, 540};
+
+TEST(FramePlacement, FollowsTheRegionOfInterestThenTheReadoutMode) {
+  struct Case {
+    int width;
+    int height;
+    int mode;
+    int x0;
+    int y0;
+    Readout readout;
+    bool roi;
+  };
+  // The region, where there is one, begins at (40, 30).
+  constexpr Case kCases[] = {
+      {720, 540, 1, 0, 0, Readout::kFullSensor, false},
+      {720, 540, 1, 0, 0, Readout::kFullSensor, true},
+      {100, 50, 1, 40, 30, Readout::kWindow, true},
+      {358, 268, 1, 2, 2, Readout::kBinned, false},
+      {359, 269, 255, 1, 1, Readout::kBinned, false},
+      {358, 268, 0, 181, 136, Readout::kWindow, false},
+      {360, 268, 1, 180, 136, Readout::kWindow, false},  // exactly half is not smaller
+      {358, 270, 1, 181, 135, Readout::kWindow, false},
+      {719, 537, 1, 0, 1, Readout::kWindow, false},
+      {1440, 270, 1, -360, 135, Readout::kWindow, false},
+      {1, 2'000'000'000, 1, 359, -999'999'730, Readout::kWindow, false},
+  };
+  for (const Case& c : kCases) {
+    SCOPED_TRACE(testing::Message() << c.width << " x " << c.height << ", mode " << c.mode);
+    CameraParameter parameter;
+    parameter.enable_roi = c.roi ? 1 : 0;
+    parameter.roi_offset_x = 40;
+    parameter.roi_offset_y = 30;
+    parameter.resolution_mode = static_cast<uint8_t>(c.mode);
+    const FramePlacement placement = place_frame(kSensor, parameter, c.width, c.height);
+    EXPECT_EQ(placement.readout, c.readout);
+    EXPECT_EQ(placement.x0, c.x0);
+    EXPECT_EQ(placement.y0, c.y0);
+  }
+}
+
+constexpr int kWidth = 8;
+constexpr int kHeight = 6;
+constexpr int kNone = -1;
+
+/// A frame in which every sample is its own number.
+std::vector<uint8_t> numbered() {
+  std::vector<uint8_t> samples(kWidth * kHeight);
+  std::iota(samples.begin(), samples.end(), uint8_t{0});
+  return samples;
+}
+
+struct Replacement {
+  DeadPixel pixel;
+  int index;  ///< of the sample that is replaced
+};
+
+void check(const FramePlacement& placement, std::initializer_list<Replacement> replacements) {
+  for (const auto& [pixel, index] : replacements) {
+    GuardedFrame frame(kWidth, kHeight, numbered());
+    replace_dead_pixels(frame.view(), placement, std::array{pixel});
+    auto expected = numbered();
+    if (index != kNone) expected.at(static_cast<size_t>(index)) = static_cast<uint8_t>(index - 2);
+    EXPECT_EQ(frame.samples(), expected) << "(" << pixel.x << ", " << pixel.y << ")";
+    EXPECT_TRUE(frame.guards_intact());
+  }
+}
+
+TEST(DeadPixels, AreReplacedOnTheFullSensor) {
+  check({Readout::kFullSensor, 0, 0}, {{{2, 0}, 2},
+                                       {{7, 5}, 47},
+                                       {{1, 0}, kNone},
+                                       {{0, 3}, kNone},
+                                       {{8, 0}, 8},      // one past the row: the first of the next
+                                       {{8, 5}, kNone},  // there is no next
+                                       {{9, 0}, kNone},
+                                       {{3, 6}, kNone},
+                                       {{2, 7}, kNone},
+                                       {{0xFFFF, 0xFFFF}, kNone}});
+}
+
+TEST(DeadPixels, AreReplacedInAWindow) {
+  check({Readout::kWindow, 10, 20}, {{{13, 21}, 11},
+                                     {{17, 25}, 47},
+                                     {{12, 21}, kNone},
+                                     {{13, 20}, kNone},
+                                     {{18, 25}, kNone},
+                                     {{17, 26}, kNone},
+                                     {{0, 0}, kNone},
+                                     {{0xFFFF, 22}, kNone}});
+  check({Readout::kWindow, -3, -2}, {{{0, 0}, 19}, {{4, 3}, 47}, {{5, 3}, kNone}});
+}
+
+TEST(DeadPixels, AreReplacedInABinnedFrame) {
+  check({Readout::kBinned, 2, 4}, {{{8, 6}, 11},
+                                   {{9, 7}, 20},
+                                   {{7, 6}, 11},
+                                   {{8, 5}, 11},
+                                   {{16, 14}, 47},
+                                   {{6, 6}, kNone},
+                                   {{8, 4}, kNone},
+                                   {{17, 14}, kNone},
+                                   {{16, 16}, kNone},
+                                   {{0, 0}, kNone},
+                                   {{0xFFFF, 0xFFFF}, kNone}});
+}
+
+TEST(DeadPixels, TakeARepairedNeighbourInTheOrderOfTheList) {
+  GuardedFrame frame(kWidth, kHeight, numbered());
+  replace_dead_pixels(frame.view(), {},
+                      std::array{DeadPixel{2, 1}, DeadPixel{4, 1}, DeadPixel{7, 1}, DeadPixel{5, 1}});
+  EXPECT_EQ(frame.at(2, 1), 8);
+  EXPECT_EQ(frame.at(4, 1), 8);
+  EXPECT_EQ(frame.at(7, 1), 13);  // before its neighbour was repaired
+  EXPECT_EQ(frame.at(5, 1), 11);
+}
+
+TEST(DeadPixels, ListsOfImpossibleLengthAreEmpty) {
+  DeadPixelList list;
+  EXPECT_EQ(list.listed().size(), 0U);
+  list.dead_pixel_count = 63;
+  EXPECT_EQ(list.listed().size(), 63U);
+  for (const uint16_t count : {64, 255, 0xFFFF}) {
+    list.dead_pixel_count = count;
+    EXPECT_EQ(list.listed().size(), 0U) << count;
+  }
+}
+
+TEST(DeadPixels, StayInsideTheFrameWhateverTheList) {
+  std::mt19937 random(5);
+  const auto below = [&](int limit) { return static_cast<int>(random() % static_cast<uint32_t>(limit)); };
+  for (int n = 0; n < 20000; ++n) {
+    const int width = 1 + below(9);
+    const int height = 1 + below(9);
+    const FramePlacement placement = {static_cast<Readout>(below(3)), below(40) - 20, below(40) - 20};
+    std::array<DeadPixel, kMaxDeadPixels> list;
+    for (DeadPixel& pixel : list) {
+      pixel = {static_cast<uint16_t>(below(40) - 4), static_cast<uint16_t>(below(40) - 4)};
+    }
+    GuardedFrame frame(width, height, uint8_t{1});
+    replace_dead_pixels(frame.view(), placement, list);
+    ASSERT_EQ(frame.samples(), std::vector<uint8_t>(static_cast<size_t>(width * height), 1));
+    ASSERT_TRUE(frame.guards_intact());
+  }
+}
+
+}  // namespace
+}  // namespace kxcam::test

@@ -1,0 +1,179 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <atomic>
+#include <thread>
+
+#include "eeprom_fixture.h"
+
+// A camera that loses power while its settings are saved holds the first part of the new set and the rest of
+// the old one, with words torn in the middle. It must open, and nothing out of range may come of it.
+
+namespace kxcam {
+namespace {
+
+constexpr int kCameras = 4;
+
+class PowerCut : public EepromTest {
+ protected:
+  struct Cell {
+    uint16_t address;
+    uint8_t byte;
+  };
+
+  /// The bytes that a save writes, in its order.
+  static std::vector<Cell> written_by_save(Camera& camera) {
+    camera.clear_requests();
+    EXPECT_EQ(CameraSaveParameter(0, 0), 0U);
+    std::vector<Cell> cells;
+    for (const auto& request : camera.requests(kEepromWrite)) {
+      cells.push_back({request.index, static_cast<uint8_t>(request.value)});
+    }
+    return cells;
+  }
+
+  /// Settings whose bytes, next to others', make values that no setter would take.
+  static void set_values_that_tear_badly() {
+    CameraSetGain(0, 255);
+    CameraSetExposure(0, 0x10001);
+    CameraSetGamma(0, 2.0);
+    CameraSetContrast(0, 0.3);
+    CameraSetWBGain(0, 2.56, 3.0, 0.0);
+    CameraSetBlackLevel(0, 255);
+    CameraSetAETarget(0, 255);
+    CameraSetSaturation(0, 2.0);
+    CameraSetTimeout(0, 49920);
+    CameraSetSnapNum(0, 0x100);
+    CameraSetFrameRate(0, true, 25.6);
+  }
+
+  template <class T>
+  static T value_of(int camera, uint32_t (*getter)(int, T*)) {
+    T value{};
+    EXPECT_EQ(getter(camera, &value), 0U);
+    return value;
+  }
+
+  template <class T>
+  static void expect_within(T value, T least, T greatest, const char* what) {
+    EXPECT_GE(value, least) << what;
+    EXPECT_LE(value, greatest) << what;
+  }
+
+  static void check_settings(int camera) {
+    expect_within(value_of(camera, CameraGetGain), 1, 255, "gain");
+    expect_within(value_of(camera, CameraGetExposure), 1, 0xFFFFFF, "exposure");
+    expect_within(value_of(camera, CameraGetGamma), 0.3, 2.0, "gamma");
+    expect_within(value_of(camera, CameraGetContrast), 0.3, 2.0, "contrast");
+    expect_within(value_of(camera, CameraGetSaturation), 0.0, 2.0, "saturation");
+    expect_within(value_of(camera, CameraGetBlackLevel), 0, 255, "black level");
+    expect_within(value_of(camera, CameraGetAETarget), 0, 255, "auto-exposure target");
+    expect_within(value_of(camera, CameraGetTimeout), 500, 50000, "time-out");
+    expect_within(value_of(camera, CameraGetSnapNum), 1, 65535, "frames per trigger");
+    expect_within(value_of(camera, CameraGetStrobePolarity), 0, 1, "strobe polarity");
+    double r = 0;
+    double g = 0;
+    double b = 0;
+    EXPECT_EQ(CameraGetWBGain(camera, &r, &g, &b), 0U);
+    for (const double gain : {r, g, b}) expect_within(gain, 0.0, 3.0, "white balance");
+  }
+
+  /// What may be written to this model, register by register.
+  static void check_registers(const Camera& camera) {
+    for (const auto& request : camera.requests(0xA6)) {
+      ASSERT_TRUE(request.index == 0x3204 || request.index == 0x3205) << std::hex << request.index;
+      expect_within<int>(request.value, 0, request.index == 0x3204 ? 254 : 1, "sensor gain");
+    }
+    for (const auto& request : camera.requests(0xB6)) {
+      if (request.index == 5) expect_within<int>(request.value, 1, 65535, "frames per trigger");
+      if (request.index == 8) expect_within<int>(request.value, 0, 1, "fixed rate");
+      if (request.index == 9) expect_within<int>(request.value, 1, 65535, "frame rate");
+      if (request.index == 3) expect_within<int>(request.value, 0, 255, "trigger polarity");
+    }
+    for (const auto& request : camera.requests(0xB4)) expect_within<int>(request.value, 0, 1, "snap mode");
+    for (const auto& request : camera.requests(0xB2)) expect_within<int>(request.value, 0, 1, "high speed");
+  }
+
+  /// Opens a camera that was cut off after every number of bytes, a few cameras at a time.
+  void open_after_every_cut(const std::vector<uint8_t>& old_set, const std::vector<uint8_t>& old_matrix,
+                            const std::vector<Cell>& saved) {
+    std::vector<std::shared_ptr<Camera>> cameras = bus_.cameras();
+    while (cameras.size() < kCameras) cameras.push_back(plug("3600,fps=0"));
+    for (size_t first = 0; first <= saved.size(); first += kCameras) {
+      std::vector<std::thread> openers;
+      for (int i = 0; i < kCameras; ++i) {
+        Camera& camera = *cameras[static_cast<size_t>(i)];
+        program(camera, kSet0, old_set);
+        program(camera, kMatrixBlock, old_matrix);
+        const size_t cut = std::min(first + static_cast<size_t>(i), saved.size());
+        for (size_t n = 0; n < cut; ++n) camera.set_eeprom(saved[n].address, saved[n].byte);
+        camera.clear_requests();
+      }
+      for (int i = 0; i < kCameras; ++i) openers.emplace_back([i] { EXPECT_EQ(CameraInit(i), 0U); });
+      for (auto& opener : openers) opener.join();
+      for (int i = 0; i < kCameras; ++i) {
+        SCOPED_TRACE("cut after " + std::to_string(first + static_cast<size_t>(i)) + " bytes");
+        check_settings(i);
+        check_registers(*cameras[static_cast<size_t>(i)]);
+      }
+      openers.clear();
+      for (int i = 0; i < kCameras; ++i) openers.emplace_back([i] { CameraFree(i); });
+      for (auto& opener : openers) opener.join();
+    }
+  }
+};
+
+TEST_F(PowerCut, OfASaveLeavesItsFirstBytes) {
+  const auto camera = open_registers("3600");
+  CameraSetFPN(0, false);  // or the first save would switch it off, as this camera has no tables
+  set_values_that_tear_badly();
+  const auto before = cells(*camera, 0, 0x2000);
+  const auto saved = written_by_save(*camera);
+  ASSERT_EQ(saved.size(), 61U + 18);
+  for (const size_t cut : {0U, 1U, 6U, 40U, 61U, 78U}) {
+    program(*camera, 0, before);
+    camera->inject({.eeprom_writes = cut});
+    EXPECT_EQ(CameraSaveParameter(0, 0), 0U) << "nobody is told";
+    camera->clear_faults();
+    auto expected = before;
+    for (size_t n = 0; n < cut; ++n) expected[saved[n].address] = saved[n].byte;
+    EXPECT_EQ(cells(*camera, 0, 0x2000), expected) << cut;
+  }
+}
+
+TEST_F(PowerCut, OverNeutralSettingsLeavesACameraThatOpens) {
+  const auto camera = plug("3600,fps=0");
+  const auto old_set = cells(*camera, kSet0, kSetSize);
+  const auto old_matrix = cells(*camera, kMatrixBlock, 18);
+  ASSERT_EQ(CameraInit(0), 0U);
+  set_values_that_tear_badly();
+  const auto saved = written_by_save(*camera);
+  CameraFree(0);
+  open_after_every_cut(old_set, old_matrix, saved);
+}
+
+TEST_F(PowerCut, OverABlankMemoryLeavesACameraThatOpens) {
+  const auto camera = plug("3600,fps=0");
+  ASSERT_EQ(CameraInit(0), 0U);
+  set_values_that_tear_badly();
+  const auto saved = written_by_save(*camera);
+  CameraFree(0);
+  open_after_every_cut(std::vector<uint8_t>(kSetSize, 0xFF), std::vector<uint8_t>(18, 0xFF), saved);
+}
+
+TEST_F(PowerCut, InTheFlashLeavesACameraThatOpensAndDevelopsPictures) {
+  const auto camera = plug("3600,fps=0");
+  for (const uint64_t bytes : {0U, 1U, 719U, 1440U, 1441U, 2881U, 3959U}) {
+    ASSERT_EQ(CameraInit(0), 0U);
+    camera->inject({.flash_bytes = bytes});
+    EXPECT_EQ(CameraSaveParameter(0, 0), 0U);
+    camera->clear_faults();
+    CameraFree(0);
+    ASSERT_EQ(CameraInit(0), 0U) << bytes;
+    int size = buffer_size(KXCAM_FORMAT_GREY);
+    std::vector<uint8_t> image(static_cast<size_t>(size));
+    EXPECT_EQ(CameraQueryImage(0, image.data(), &size, KXCAM_FORMAT_GREY), 0U) << bytes;
+    CameraFree(0);
+  }
+}
+
+}  // namespace
+}  // namespace kxcam

@@ -1,0 +1,186 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "core/reconnect.h"
+
+#include <atomic>
+#include <chrono>
+#include <thread>
+
+#include "core/contexts.h"
+#include "core/parameter_sets.h"
+#include "eeprom_fixture.h"
+
+namespace kxcam {
+namespace {
+
+using namespace std::chrono_literals;
+using Reconnect = EepromTest;
+
+TEST_F(Reconnect, FindsTheCameraAtAnotherPort) {
+  const auto camera = open("3600");
+  plug("3600");
+  CameraSetGain(0, 99);
+  CameraSetGamma(0, 0.5);
+  CameraSetROI(0, 16, 32, 64, 48);
+  EXPECT_FALSE(query_raw().empty());
+  bus_.unplug(*camera);
+  CameraClearHostBuffer(0);
+  EXPECT_TRUE(query_raw().empty());
+  EXPECT_EQ(code(), KXCAM_ERROR_NO_FRAME);
+  bus_.plug(camera, 40);
+  EXPECT_EQ(CameraReconnect(0), 0U);
+  EXPECT_EQ(query_raw(), numbered(0, 64 * 48)) << "the first one of the new stream";
+  EXPECT_EQ(camera->sensor_register(0x3204), 98);
+  double gamma = 0;
+  EXPECT_EQ(CameraGetGamma(0, &gamma), 0U);
+  EXPECT_EQ(gamma, 0.5);
+  EXPECT_EQ(camera->readout().x, 16);
+}
+
+TEST_F(Reconnect, WorksOnACameraThatWasNeverAway) {
+  const auto camera = open("3600");
+  for (int n = 0; n < 3; ++n) {
+    EXPECT_EQ(CameraReconnect(0), 0U);
+    EXPECT_FALSE(query_raw().empty());
+  }
+  EXPECT_EQ(bus_.open_nodes(), 1U);
+}
+
+TEST_F(Reconnect, FailsUntilTheCameraIsThere) {
+  const auto camera = open("3600");
+  bus_.unplug(*camera);
+  for (int n = 0; n < 2; ++n) {
+    EXPECT_EQ(CameraReconnect(0), 1U);
+    EXPECT_EQ(code(), KXCAM_ERROR_NO_DEVICE);
+  }
+  EXPECT_EQ(CameraReset(0), 0U) << "the camera stays open";
+  EXPECT_TRUE(query_raw().empty());
+  EXPECT_EQ(code(), KXCAM_ERROR_NO_FRAME);
+  int delay = 0;
+  EXPECT_EQ(CameraGetDelay(0, &delay), 1U);
+  EXPECT_EQ(code(), KXCAM_ERROR_NO_DEVICE);
+  const auto other = plug("3600,serial=SOMEBODYELSE");
+  EXPECT_EQ(CameraReconnect(0), 1U) << "another camera of the model is not it";
+  EXPECT_EQ(code(), KXCAM_ERROR_NO_DEVICE);
+  const auto impostor = plug("3500,serial=" + camera->options().serial);
+  EXPECT_EQ(CameraReconnect(0), 1U) << "nor is another model";
+  bus_.plug(camera);
+  camera->inject({.open_denied = true});
+  EXPECT_EQ(CameraReconnect(0), 1U);
+  EXPECT_EQ(code(), KXCAM_ERROR_NO_DEVICE);
+  camera->clear_faults();
+  EXPECT_EQ(CameraReconnect(0), 0U);
+  EXPECT_FALSE(query_raw().empty());
+}
+
+TEST_F(Reconnect, ChecksItsCamera) {
+  EXPECT_EQ(CameraReconnect(256), 1U);
+  EXPECT_EQ(code(), KXCAM_ERROR_INDEX);
+  EXPECT_EQ(CameraReconnect(0), 1U);
+  EXPECT_EQ(code(), KXCAM_ERROR_NOT_OPEN);
+  ASSERT_EQ(CameraInitVirtual(0, 0x3600, nullptr), 0U);
+  EXPECT_EQ(CameraReconnect(0), 1U);
+  EXPECT_EQ(code(), KXCAM_ERROR_NO_DEVICE);
+  EXPECT_FALSE(set_parameter(0));
+  EXPECT_EQ(code(), KXCAM_ERROR_NO_DEVICE);
+}
+
+TEST_F(Reconnect, RegisterAccessComesBackWithoutAStream) {
+  const auto camera = open_registers("3600");
+  bus_.replug(camera, 7);
+  EXPECT_EQ(CameraSetGPIO(0, 4, 4), 1U);
+  EXPECT_EQ(CameraReconnect(0), 0U);
+  EXPECT_EQ(CameraSetGPIO(0, 4, 4), 0U);
+  EXPECT_EQ(camera->counters().bulk_reads, 0U);
+  EXPECT_TRUE(camera->requests(0xA2).empty());
+}
+
+TEST_F(Reconnect, WakesTheOldSensorAgain) {
+  const auto camera = plug("0300,fw=0x4700");
+  ASSERT_EQ(CameraInit(0), 0U);
+  bus_.replug(camera);
+  camera->clear_requests();
+  EXPECT_EQ(CameraReconnect(0), 0U);
+  const auto writes = camera->requests(0xA6);
+  ASSERT_GE(writes.size(), 2U);
+  EXPECT_EQ(std::pair(writes[0].index, writes[0].value), (std::pair<uint16_t, uint16_t>(0x0D, 1)));
+  EXPECT_EQ(std::pair(writes[1].index, writes[1].value), (std::pair<uint16_t, uint16_t>(0x0D, 0)));
+  EXPECT_FALSE(query_raw().empty());
+}
+
+TEST_F(Reconnect, EndsAQueryThatWaits) {
+  const auto camera = open("3600");
+  camera->inject({.stream_frames = 0});
+  CameraClearHostBuffer(0);
+  CameraSetTimeout(0, 50000);
+  bus_.unplug(*camera);
+  std::atomic<int> result = -1;
+  std::thread waiting([&] {
+    std::vector<uint8_t> frame(720 * 540);
+    int size = 720 * 540;
+    result = static_cast<int>(CameraQueryImage(0, frame.data(), &size, KXCAM_FORMAT_RAW));
+  });
+  std::this_thread::sleep_for(50ms);
+  const auto start = std::chrono::steady_clock::now();
+  CameraReconnect(0);
+  waiting.join();
+  EXPECT_LT(std::chrono::steady_clock::now() - start, 10s);
+  EXPECT_EQ(result, 1);
+}
+
+TEST_F(Reconnect, OtherThreadsGoOnMeanwhile) {
+  const auto camera = open("3600");
+  std::atomic<bool> done = false;
+  std::atomic<int> delivered = 0;
+  std::atomic<int> delivered_at_the_end = 0;
+  const auto query = [&](int format) {
+    std::vector<uint8_t> image(720 * 540 * 3);
+    while (!done) {
+      int size = 0;
+      if (CameraGetImageBufferSize(0, &size, format) != 0 || size > 720 * 540 * 3) continue;
+      if (CameraQueryImage(0, image.data(), &size, format) == 0) ++delivered;
+    }
+  };
+  std::thread colour(query, KXCAM_FORMAT_COLOR);
+  std::thread raw(query, KXCAM_FORMAT_RAW);
+  std::thread setter([&] {
+    for (int n = 1; !done; ++n) {
+      CameraSetGain(0, n % 255 + 1);
+      CameraSetGamma(0, 0.5 + n % 10 * 0.1);
+      CameraSetExposure(0, n % 100 + 1);
+      std::this_thread::sleep_for(1ms);
+    }
+  });
+  for (const int port : {9, 2, 30}) {
+    std::this_thread::sleep_for(30ms);
+    bus_.unplug(*camera);
+    EXPECT_EQ(CameraReconnect(0), 1U);
+    bus_.plug(camera, port);
+    EXPECT_EQ(CameraReconnect(0), 0U);
+    const int before = delivered;
+    const auto deadline = std::chrono::steady_clock::now() + 10s;
+    while (delivered < before + 3 && std::chrono::steady_clock::now() < deadline)
+      std::this_thread::sleep_for(5ms);
+    EXPECT_GE(delivered, before + 3) << "the stream goes on";
+  }
+  CameraFree(0);
+  EXPECT_EQ(CameraReconnect(0), 1U) << "not after a close";
+  done = true;
+  colour.join();
+  raw.join();
+  setter.join();
+}
+
+TEST_F(Reconnect, BesideACloseLeavesNothingOpen) {
+  for (int n = 0; n < 5; ++n) {
+    const auto camera = open("3600");
+    std::thread reconnecting([] { CameraReconnect(0); });
+    std::this_thread::sleep_for(n * 20ms);
+    CameraFree(0);
+    reconnecting.join();
+    EXPECT_EQ(bus_.open_nodes(), 0U);
+    bus_.unplug(*camera);
+  }
+}
+
+}  // namespace
+}  // namespace kxcam

@@ -1,0 +1,145 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <tuple>
+
+#include "core/contexts.h"
+#include "eeprom_fixture.h"
+
+// What CameraInit() and CameraFree() say to a camera, request by request.
+
+namespace kxcam {
+namespace {
+
+using RequestOrder = EepromTest;
+/// Code, index and value.
+using Request = std::tuple<int, int, int>;
+using Requests = std::vector<Request>;
+
+Requests log(const kxsim::SimulatedCamera& camera) {
+  Requests found;
+  for (const auto& request : camera.requests())
+    found.emplace_back(request.code, request.index, request.value);
+  return found;
+}
+
+void append_reads(Requests& to, int first, int last) {
+  for (int address = first; address <= last; ++address) to.emplace_back(kEepromRead, address, 0);
+}
+
+void append(Requests& to, const Requests& from) {
+  to.insert(to.end(), from.begin(), from.end());
+}
+
+TEST_F(RequestOrder, OfOpeningAndClosing) {
+  const auto camera = plug("3600");
+  program(*camera, 0x1E00, std::array<uint8_t, 6>{0, 1, 0, 10, 0, 20});
+  ASSERT_EQ(CameraInit(0), 0U);
+  Requests expected;
+  append_reads(expected, 0x1D00, 0x1D0B);          // serial number
+  append(expected, {{0xB3, 0, 0}, {0xA8, 0, 0}});  // firmware version, capabilities
+  append_reads(expected, 0x1F00, 0x1F3B);          // settings
+  append_reads(expected, 0x1F3E, 0x1F3E);
+  append_reads(expected, 0x1D20, 0x1D31);  // colour matrix
+  append(expected, {{0xC3, 0x400, 0},
+                    {0xC3, 0x440, 0},
+                    {0xC3, 0x480, 0},  // fixed pattern
+                    {0xB6, 10, 50},
+                    {0xB6, 11, 0},       // exposure: 5 lines of 10 us
+                    {0xA6, 0x3204, 15},  // gain
+                    {0xB2, 0, 0},        // high speed
+                    {0xAB, 4, 1},        // readout mode
+                    {0xB6, 5, 1},        // frames per trigger
+                    {0xB7, 8, 0},
+                    {0xB6, 8, 0},                  // frame rate
+                    {0xA6, 0x3205, 0},             // advanced gain
+                    {0xB4, 0, 0},                  // snap mode
+                    {0xB6, 3, 1},                  // trigger polarity
+                    {0xAC, 3, 0}});                // stored resolution
+  append_reads(expected, 0x1E00, 0x1E05);          // dead pixels
+  append(expected, {{0xAC, 3, 0}, {0xA2, 0, 0}});  // full sensor, start
+  EXPECT_EQ(log(*camera), expected);
+  EXPECT_EQ(camera->counters().resets, 1U);
+
+  camera->clear_requests();
+  CameraFree(0);
+  EXPECT_EQ(log(*camera), (Requests{{0xA3, 0, 0}}));
+}
+
+TEST_F(RequestOrder, TheStoredGeometryIsTriedAndThenTheFullSensorTaken) {
+  const auto camera = plug("3600");
+  const auto geometry_requests = [&] {
+    Requests found = log(*camera);
+    std::erase_if(found, [](const Request& request) {
+      return std::get<0>(request) != 0xAC && std::get<0>(request) != 0xAD;
+    });
+    return found;
+  };
+  program(*camera, kSet0 + 0x1D, std::array<uint8_t, 9>{1, 0, 16, 0, 32, 0, 64, 0, 48});
+  ASSERT_EQ(CameraInit(0), 0U);
+  EXPECT_EQ(geometry_requests(), (Requests{{0xAD, 32, 16}, {0xAD, 32, 16}, {0xAC, 3, 0}}));
+  int width = 0;
+  int height = 0;
+  CameraGetImageSize(0, &width, &height);
+  EXPECT_EQ(std::pair(width, height), std::pair(720, 540));
+  CameraFree(0);
+
+  // An odd region is refused before the camera is asked.
+  program(*camera, kSet0 + 0x1D, std::array<uint8_t, 3>{1, 0, 17});
+  camera->clear_requests();
+  ASSERT_EQ(CameraInit(0), 0U);
+  EXPECT_EQ(geometry_requests(), (Requests{{0xAC, 3, 0}, {0xAC, 3, 0}}));
+  CameraFree(0);
+
+  program(*camera, kSet0 + 0x1C, std::array<uint8_t, 2>{1, 0});
+  camera->clear_requests();
+  ASSERT_EQ(CameraInit(0), 0U);
+  EXPECT_EQ(geometry_requests(), (Requests{{0xAC, 3, 1}, {0xAC, 3, 0}}));
+}
+
+TEST_F(RequestOrder, OpeningSucceedsWhateverTheStoredSettingsAre) {
+  const auto camera = plug("3600,blank");
+  ASSERT_EQ(CameraInit(0), 0U);
+  bool mirrored = false;
+  EXPECT_EQ(CameraGetMirrorX(0, &mirrored), 0U);
+  EXPECT_TRUE(mirrored) << "the switches of a blank camera are all on";
+  double gamma = 0;
+  EXPECT_EQ(CameraGetGamma(0, &gamma), 0U);
+  EXPECT_EQ(gamma, 1.0) << "and values out of range passed over";
+  int width = 0;
+  CameraGetImageSize(0, &width, nullptr);
+  EXPECT_EQ(width, 540) << "rotated";
+  EXPECT_FALSE(query_raw().empty());
+  CameraFree(0);
+
+  camera->inject({.requests = {{.action = Fault::kStall, .which = {13}, .code = kEepromRead}}});
+  ASSERT_EQ(CameraInit(0), 0U) << "no settings can be read";
+  EXPECT_FALSE(query_raw().empty());
+}
+
+TEST_F(RequestOrder, OfApplyingLiveSettingsAgain) {
+  const auto camera = open("3600");
+  CameraSetROI(0, 16, 32, 64, 48);
+  CameraSetExposure(0, 7);
+  CameraSetDelay(0, 3);
+  CameraSetGain(0, 99);
+  camera->clear_requests();
+  EXPECT_EQ(CameraReconnect(0), 0U);
+  Requests found = log(*camera);
+  found.erase(found.begin(), std::ranges::find(found, Request{0xB2, 0, 0}));
+  EXPECT_EQ(found, (Requests{{0xB2, 0, 0},
+                             {0xB6, 10, 70},
+                             {0xB6, 11, 0},
+                             {0xA6, 0x3204, 98},
+                             {0xB6, 10, 70},
+                             {0xB6, 11, 0},
+                             {0xAB, 4, 1},
+                             {0xB6, 5, 1},
+                             {0xA6, 0x3205, 0},
+                             {0xB4, 0, 0},
+                             {0xAD, 32, 16},
+                             {0xAD, 32, 16},
+                             {0xA2, 0, 0}}));
+}
+
+}  // namespace
+}  // namespace kxcam
