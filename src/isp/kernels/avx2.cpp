@@ -67,6 +67,18 @@ struct Avx2 {
   }
   static Bytes equal(Bytes a, Bytes b) { return _mm256_cmpeq_epi8(a, b); }
 
+  static void flatten16(uint8_t* p, double gain, const double* columns) {
+    const __m128i raw = load16(p);
+    const __m128i quarters[4] = {flatten4(raw, gain, columns),
+                                 flatten4(_mm_srli_si128(raw, 4), gain, columns + 4),
+                                 flatten4(_mm_srli_si128(raw, 8), gain, columns + 8),
+                                 flatten4(_mm_srli_si128(raw, 12), gain, columns + 12)};
+    const __m128i flat = _mm_packus_epi16(_mm_packs_epi32(quarters[0], quarters[1]),
+                                          _mm_packs_epi32(quarters[2], quarters[3]));
+    const __m128i saturated = _mm_cmpeq_epi8(raw, _mm_set1_epi8(-1));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm_or_si128(flat, saturated));
+  }
+
   static Bytes no_sums() { return _mm256_setzero_si256(); }
   static Bytes add_sums(Bytes sums, Bytes v) {
     return _mm256_add_epi64(sums, _mm256_sad_epu8(v, _mm256_setzero_si256()));
@@ -129,6 +141,14 @@ struct Avx2 {
 
  private:
   static __m128i load16(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+
+  /// The maximum of what is no number and 0 is 0, in this order of operands.
+  static __m128i flatten4(__m128i levels, double gain, const double* columns) {
+    const __m256d gains = _mm256_sub_pd(_mm256_set1_pd(gain), _mm256_loadu_pd(columns));
+    const __m256d product = _mm256_mul_pd(gains, _mm256_cvtepi32_pd(_mm_cvtepu8_epi32(levels)));
+    const __m256d flat = _mm256_max_pd(product, _mm256_setzero_pd());
+    return _mm256_cvttpd_epi32(_mm256_min_pd(flat, _mm256_set1_pd(255)));
+  }
 
   static void put_beside_fourth(uint8_t* to, Bytes pixels) {
     const Bytes fourth = _mm256_set1_epi32(static_cast<int>(0xFF000000U));

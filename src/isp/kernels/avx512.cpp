@@ -79,6 +79,16 @@ struct Avx512 {
   static bool any_above(Bytes a, Bytes b) { return _mm512_cmpgt_epu8_mask(a, b) != 0; }
   static Bytes equal(Bytes a, Bytes b) { return _mm512_movm_epi8(_mm512_cmpeq_epi8_mask(a, b)); }
 
+  static void flatten16(uint8_t* p, double gain, const double* columns) {
+    const __m128i raw = load16(p);
+    const __m512i wide = _mm512_cvtepu8_epi32(raw);
+    const __m256i low = flatten8(_mm512_castsi512_si256(wide), gain, columns);
+    const __m256i high = flatten8(_mm512_extracti64x4_epi64(wide, 1), gain, columns + 8);
+    const __m512i flat = _mm512_inserti64x4(_mm512_castsi256_si512(low), high, 1);
+    const __mmask16 below_255 = _mm512_cmplt_epi32_mask(wide, _mm512_set1_epi32(255));
+    _mm512_mask_cvtepi32_storeu_epi8(p, below_255, flat);
+  }
+
   static Bytes no_sums() { return _mm512_setzero_si512(); }
   static Bytes add_sums(Bytes sums, Bytes v) {
     return _mm512_add_epi64(sums, _mm512_sad_epu8(v, _mm512_setzero_si512()));
@@ -144,6 +154,13 @@ struct Avx512 {
 
  private:
   static __m128i load16(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+
+  /// The maximum of what is no number and 0 is 0, in this order of operands.
+  static __m256i flatten8(__m256i levels, double gain, const double* columns) {
+    const __m512d gains = _mm512_sub_pd(_mm512_set1_pd(gain), _mm512_loadu_pd(columns));
+    const __m512d flat = _mm512_max_pd(_mm512_mul_pd(gains, _mm512_cvtepi32_pd(levels)), _mm512_setzero_pd());
+    return _mm512_cvttpd_epi32(_mm512_min_pd(flat, _mm512_set1_pd(255)));
+  }
 
   static void put_beside_fourth(uint8_t* to, Bytes pixels) {
     _mm512_mask_storeu_epi8(to, 0x7777777777777777, pixels);

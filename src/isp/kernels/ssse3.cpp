@@ -62,6 +62,18 @@ struct Ssse3 {
   }
   static Bytes equal(Bytes a, Bytes b) { return _mm_cmpeq_epi8(a, b); }
 
+  static void flatten16(uint8_t* p, double gain, const double* columns) {
+    const Bytes raw = load(p);
+    const Bytes zero = _mm_setzero_si128();
+    const Bytes low = _mm_unpacklo_epi8(raw, zero);
+    const Bytes high = _mm_unpackhi_epi8(raw, zero);
+    const Bytes flat_low = _mm_packs_epi32(flatten4(_mm_unpacklo_epi16(low, zero), gain, columns),
+                                           flatten4(_mm_unpackhi_epi16(low, zero), gain, columns + 4));
+    const Bytes flat_high = _mm_packs_epi32(flatten4(_mm_unpacklo_epi16(high, zero), gain, columns + 8),
+                                            flatten4(_mm_unpackhi_epi16(high, zero), gain, columns + 12));
+    store(p, _mm_or_si128(_mm_packus_epi16(flat_low, flat_high), equal(raw, set8(0xFF))));
+  }
+
   static Bytes no_sums() { return _mm_setzero_si128(); }
   static Bytes add_sums(Bytes sums, Bytes v) {
     return _mm_add_epi64(sums, _mm_sad_epu8(v, _mm_setzero_si128()));
@@ -112,6 +124,18 @@ struct Ssse3 {
   }
 
  private:
+  static Bytes flatten4(Bytes levels, double gain, const double* columns) {
+    const Bytes upper = _mm_shuffle_epi32(levels, _MM_SHUFFLE(1, 0, 3, 2));
+    return _mm_unpacklo_epi64(flatten2(levels, gain, columns), flatten2(upper, gain, columns + 2));
+  }
+
+  /// The maximum of what is no number and 0 is 0, in this order of operands.
+  static Bytes flatten2(Bytes levels, double gain, const double* columns) {
+    const __m128d gains = _mm_sub_pd(_mm_set1_pd(gain), _mm_loadu_pd(columns));
+    const __m128d flat = _mm_max_pd(_mm_mul_pd(gains, _mm_cvtepi32_pd(levels)), _mm_setzero_pd());
+    return _mm_cvttpd_epi32(_mm_min_pd(flat, _mm_set1_pd(255)));
+  }
+
   static void put_beside_fourth(uint8_t* to, Bytes pixels) {
     const Bytes fourth = _mm_set1_epi32(static_cast<int>(0xFF000000U));
     store(to, _mm_or_si128(pixels, _mm_and_si128(load(to), fourth)));

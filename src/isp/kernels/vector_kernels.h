@@ -15,15 +15,15 @@ namespace kxcam {
 
 // Raw rows in place
 
-/// A plain loop, which the compiler turns into vectors of V's instruction set.
 template <class V>
 void flatten_row(uint8_t* row, int width, double gain, const double* columns) {
-  for (int x = 0; x < width; ++x) {
+  int x = 0;
+  for (; x + 16 <= width; x += 16) V::flatten16(row + x, gain, columns + x);
+  for (; x < width; ++x) {
     double level = (gain - columns[x]) * row[x];
     level = level > 0 ? level : 0;  // what is no number becomes 0 as well
     level = level < 255 ? level : 255;
-    const auto flat = static_cast<uint8_t>(static_cast<int>(level));
-    row[x] = row[x] == 255 ? row[x] : flat;
+    if (row[x] != 255) row[x] = static_cast<uint8_t>(static_cast<int>(level));
   }
 }
 
