@@ -1,16 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "contenders.h"
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstring>
 #include <random>
+#include <stdexcept>
+#include <utility>
 
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include "core/model_table.h"
+#include "isp/correction_settings.h"
 #include "isp/develop.h"
+#include "isp/raw_corrections.h"
 #include "kxcam/kxcam.h"
 
 namespace kxcam::bench {
@@ -20,7 +25,7 @@ constexpr std::array<double, 9> kCcm = {1.62, -0.45, -0.17, -0.28, 1.51, -0.23, 
 
 struct Task {
   const char* name;
-  uint32_t mode = kBGGR;
+  uint32_t mode = kGRBG;
   int format = KXCAM_FORMAT_COLOR;
   bool apply_matrix = false;
   bool mirror_x = false;
@@ -72,6 +77,22 @@ FrameSettings settings_for(const Task& task, int width, int height) {
   return settings;
 }
 
+/// Entries as a calibration stores them: small multiples of 1/10000.
+std::vector<double> fixed_pattern(int size, uint32_t seed) {
+  std::mt19937 random(seed);
+  std::vector<double> entries(static_cast<size_t>(size));
+  for (double& entry : entries) entry = (static_cast<int>(random() % 400) - 200) * 0.0001;
+  return entries;
+}
+
+int color_model_of_size(int width, int height) {
+  for (const CameraModel& model : model_table) {
+    const bool fits = model.SENSOR_ARRAY.width == width && model.SENSOR_ARRAY.height == height;
+    if (fits && !model.monochrome()) return static_cast<int>(model.PID);
+  }
+  throw std::runtime_error("no colour model of that size");
+}
+
 class Scene {
  public:
   Scene(int width, int height, std::vector<Buffers>& sets) : width_(width), height_(height), sets_(sets) {}
@@ -102,6 +123,58 @@ class Scene {
               cv::Mat result(height_, width_, type, sets_[set].more.data());
               cv::LUT(picture, lut, picture);
               cv::transform(picture, result, matrix);
+            }};
+  }
+
+  /// Raw corrections, tables and matrix.
+  Contender whole_with(CpuLevel level) const {
+    const FrameSettings settings =
+        settings_for({.name = "", .mode = kGRBG, .apply_matrix = true}, width_, height_);
+    FlatField field({width_, height_});
+    field.set_columns(fixed_pattern(width_, 1), fixed_pattern(width_, 2));
+    field.set_rows(fixed_pattern(height_, 3));
+    const RawCorrections corrections = {.dead_pixels = nullptr,
+                                        .flat_field = std::make_shared<const FlatField>(std::move(field)),
+                                        .despeckled = true,
+                                        .placement = {}};
+    return {"whole", std::string(name_of(level)), [=, *this](size_t set) {
+              const MutableImageView raw(sets_[set].raw, width_, height_);
+              correct(level, raw, corrections);
+              develop(level, kGRBG, settings, raw, sets_[set].out.data(), KXCAM_FORMAT_COLOR);
+            }};
+  }
+
+  /// The same through the exported interface, which chooses the level itself.
+  Contender whole_exported() const {
+    constexpr int kCamera = 0;
+    const ISPParam param = {.ccm = {1.62, -0.45, -0.17, -0.28, 1.51, -0.23, -0.04, -0.61, 1.65},
+                            .gamma = 1.4,
+                            .saturation = 1.2,
+                            .contrast = 1.1,
+                            .wb_gain_r = 1.3,
+                            .wb_gain_g = 1.0,
+                            .wb_gain_b = 1.5,
+                            .black_level = 8,
+                            .rotate = 0,
+                            .mirror_x = 0,
+                            .mirror_y = 0,
+                            .enhancement = 1,
+                            .fpn = 1,
+                            .denoise = 1};
+    CameraFree(kCamera);
+    const int product = color_model_of_size(width_, height_);
+    if (CameraInitVirtual(kCamera, product, &param) != 0) throw std::runtime_error("no virtual camera");
+    CameraSetSaturation(kCamera, param.saturation);
+    const auto even = fixed_pattern(width_, 1);
+    const auto odd = fixed_pattern(width_, 2);
+    const auto rows = fixed_pattern(height_, 3);
+    set_fpn_data(kCamera, even.data(), odd.data(), rows.data(), width_, height_);
+    return {"whole, CameraISP", std::string(name_of(cpu_choice().level)), [=, *this](size_t set) {
+              Buffers& buffers = sets_[set];
+              if (CameraISP(kCamera, buffers.raw.data(), buffers.out.data(), width_, height_,
+                            KXCAM_FORMAT_COLOR) != 0) {
+                throw std::runtime_error("CameraISP failed");
+              }
             }};
   }
 
@@ -153,7 +226,9 @@ std::vector<Contender> contenders(int width, int height, std::vector<Buffers>& s
   };
   for (const CpuLevel level : levels) {
     for (const Task& task : kTasks) all.push_back(scene.develop_with(level, task));
+    all.push_back(scene.whole_with(level));
   }
+  all.push_back(scene.whole_exported());
   return all;
 }
 

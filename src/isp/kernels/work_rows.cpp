@@ -61,7 +61,8 @@ WorkRowWindow::Ahead WorkRowWindow::ahead_of(int y) const {
   const int last = frame_.rows.size - 1;
   if (!frame_.turned) return {raw_.row(frame_.rows.flipped(std::min(y + kPrefetchRows, last))).data(), 64};
   // The next strip takes a line of every raw row, and this one's rows take turns in asking for them.
-  const int column = frame_.rows.flipped(std::min((y / kStripRows + 1) * kStripRows, last));
+  // The line of its last column is new; its first one may share a line with this strip.
+  const int column = frame_.rows.flipped(std::min((y / kStripRows + 2) * kStripRows - 1, last));
   const int lines = (frame_.columns.size + 63) / 64;
   const int first = std::min(y % kStripRows * lines, frame_.columns.size - 1);
   return {raw_.row(first).data() + column, raw_.width()};
