@@ -83,7 +83,7 @@ bool process(CameraContext& ctx, const FrameSettings& settings, uint8_t* in, uin
 /// answers for the exposure.
 bool follow_level(CameraContext& ctx, int format) {
   const CameraModel& model = ctx.model();
-  if ((format & KXCAM_FORMAT_RAW) != 0 || converter_of(model.COLOR_MODE, format) == nullptr) return true;
+  if ((format & KXCAM_FORMAT_RAW) != 0 || !is_picture(model.COLOR_MODE, format)) return true;
   const bool grey = (format & KXCAM_FORMAT_GREY) != 0;
   // Colour pictures of all orders but one are exposed before they are balanced.
   const bool balanced_first = grey || model.COLOR_MODE == kBGGR;
