@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
 #include <optional>
 
@@ -37,6 +38,13 @@ constexpr std::optional<BayerPhase> bayer_phase(uint32_t color_mode) {
     default:
       return std::nullopt;
   }
+}
+
+/// The other column (or row) of the 2 x 2 cell; where the frame ends before it, the one on the other
+/// side, which holds the same colours, and the pixel's own in a frame of one column.
+constexpr int cell_partner(int i, int size) {
+  if ((i ^ 1) < size) return i ^ 1;
+  return std::max(i - 1, 0);
 }
 
 }  // namespace kxcam

@@ -38,13 +38,6 @@ struct RowWindow {
   const uint8_t* below;
 };
 
-/// The other column (or row) of the 2 x 2 cell; where the frame ends before it, the one on the other
-/// side, which holds the same colours, and the pixel's own in a frame of one column.
-int cell_partner(int i, int size) {
-  if ((i ^ 1) < size) return i ^ 1;
-  return std::max(i - 1, 0);
-}
-
 /// Border pixels take what they lack from their own cell, without averaging.
 RowColors border_colors(const ImageView& raw, int x, int y, bool green) {
   const int across = cell_partner(x, raw.width());

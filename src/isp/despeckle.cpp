@@ -3,24 +3,18 @@
 
 #include <cstdint>
 
+#include "isp/speckle.h"
+
 namespace kxcam {
-namespace {
-
-constexpr int32_t kMargin = 6;  // the last row and column that are looked at are size - kMargin
-constexpr int kLeastSpeckle = 101;
-constexpr int kTolerance = 50;
-
-}  // namespace
-
 void despeckle(const MutableImageView& frame) {
-  for (int32_t y = kMargin; y <= frame.height() - kMargin; ++y) {
+  for (int32_t y = kSpeckleMargin; y <= frame.height() - kSpeckleMargin; ++y) {
     const auto above = frame.row(y - 2);
     const auto row = frame.row(y);
     const auto below = frame.row(y + 2);
-    for (int32_t x = kMargin; x <= frame.width() - kMargin; ++x) {
+    for (int32_t x = kSpeckleMargin; x <= frame.width() - kSpeckleMargin; ++x) {
       if (row[x] < kLeastSpeckle) continue;
       const int mean = (row[x - 2] + row[x + 2] + above[x] + below[x]) >> 2;
-      if (row[x] > mean + kTolerance) row[x] = static_cast<uint8_t>(mean);
+      if (row[x] > mean + kSpeckleTolerance) row[x] = static_cast<uint8_t>(mean);
     }
   }
 }

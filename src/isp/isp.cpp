@@ -11,48 +11,15 @@
 #include "core/auto_exposure.h"
 #include "core/contexts.h"
 #include "core/last_error.h"
-#include "isp/demosaic.h"
+#include "isp/develop.h"
 #include "isp/frame_settings.h"
 #include "isp/image_view.h"
-#include "isp/mono.h"
 #include "isp/raw_corrections.h"
 #include "isp/white_balance.h"
 #include "kxcam/kxcam.h"
 
 namespace kxcam {
 namespace {
-
-using Converter = int32_t (*)(const FrameSettings&, const ImageView&, uint8_t*, int);
-
-struct Converters {
-  Converter to_grey = nullptr;
-  Converter to_color = nullptr;
-};
-
-Converters converters_of(uint32_t color_mode) {
-  switch (color_mode) {
-    case kRGGB:
-      return {RGGBtoGray8, RGGBtoRGB888};
-    case kBGGR:
-      return {BGGRtoGray8, BGGRtoRGB888};
-    case kGRBG:
-      return {GRBGtoGray8, GRBGtoRGB888};
-    case kGBRG:
-      return {GBRGtoGray8, GBRGtoRGB888};
-    case kMono8:
-    case kMono12:
-      return {RAW8toGray8, RAW8toRGB888};
-    default:
-      return {};
-  }
-}
-
-Converter converter_of(uint32_t color_mode, int format) {
-  const Converters converters = converters_of(color_mode);
-  if ((format & KXCAM_FORMAT_GREY) != 0) return converters.to_grey;
-  if ((format & KXCAM_FORMAT_COLOR) != 0) return converters.to_color;
-  return nullptr;
-}
 
 bool has_pixels(const IndexMap& map, int width, int height) {
   return width >= 1 && height >= 1 && int64_t{width} * height == map.count();
@@ -80,10 +47,9 @@ void measure_white_balance(CameraContext& ctx, FrameSettings& settings, const Im
 void make_picture(CameraContext& ctx, FrameSettings settings, const ImageView& raw, uint8_t* out,
                   int format) {
   const CameraModel& model = ctx.model();
-  const Converter convert = converter_of(model.COLOR_MODE, format);
-  if (convert == nullptr) return;
+  if (!is_picture(model.COLOR_MODE, format)) return;
   if (!model.monochrome()) measure_white_balance(ctx, settings, raw);
-  ctx.mean_level = convert(settings, raw, out, format);
+  ctx.mean_level = develop(cpu_choice().level, model.COLOR_MODE, settings, raw, out, format);
 }
 
 /// `width` and `height` are those of the raw frame, and their product is that of the settings' map.
@@ -103,7 +69,8 @@ bool process(CameraContext& ctx, const FrameSettings& settings, uint8_t* in, uin
   ctx.frames_delivered.add(1);
 
   const MutableImageView raw(frame, width, height);
-  if ((format & KXCAM_FORMAT_UNCORRECTED) == 0) correct(raw, raw_corrections(ctx, width, height));
+  if ((format & KXCAM_FORMAT_UNCORRECTED) == 0)
+    correct(cpu_choice().level, raw, raw_corrections(ctx, width, height));
   if ((format & KXCAM_FORMAT_RAW) != 0) {
     std::ranges::copy(frame, out);
   } else {
@@ -116,7 +83,7 @@ bool process(CameraContext& ctx, const FrameSettings& settings, uint8_t* in, uin
 /// answers for the exposure.
 bool follow_level(CameraContext& ctx, int format) {
   const CameraModel& model = ctx.model();
-  if ((format & KXCAM_FORMAT_RAW) != 0 || converter_of(model.COLOR_MODE, format) == nullptr) return true;
+  if ((format & KXCAM_FORMAT_RAW) != 0 || !is_picture(model.COLOR_MODE, format)) return true;
   const bool grey = (format & KXCAM_FORMAT_GREY) != 0;
   // Colour pictures of all orders but one are exposed before they are balanced.
   const bool balanced_first = grey || model.COLOR_MODE == kBGGR;

@@ -3,6 +3,8 @@
 
 #include "core/isp_flags.h"
 #include "isp/despeckle.h"
+#include "isp/kernels/fast_corrections.h"
+#include "isp/kernels/level_kernels.h"
 
 namespace kxcam {
 namespace {
@@ -25,9 +27,14 @@ RawCorrections raw_corrections(const CameraContext& ctx, int32_t width, int32_t 
   };
 }
 
-void correct(const MutableImageView& frame, const RawCorrections& corrections) {
+void correct(CpuLevel level, const MutableImageView& frame, const RawCorrections& corrections) {
   const FramePlacement& placement = corrections.placement;
   if (corrections.dead_pixels) replace_dead_pixels(frame, placement, corrections.dead_pixels->listed());
+  const RowKernels* kernels = kernels_of(level);
+  if (kernels != nullptr && fast_corrections(*kernels, frame, corrections.flat_field.get(), placement.x0,
+                                             placement.y0, corrections.despeckled)) {
+    return;
+  }
   if (corrections.flat_field) apply_flat_field(frame, *corrections.flat_field, placement.x0, placement.y0);
   if (corrections.despeckled) despeckle(frame);
 }

@@ -6,6 +6,7 @@
 #include "core/camera_context.h"
 #include "isp/frame_placement.h"
 #include "isp/image_view.h"
+#include "isp/kernels/cpu_level.h"
 
 namespace kxcam {
 
@@ -20,7 +21,8 @@ struct RawCorrections {
 /// What is in force for a raw frame of that size.
 RawCorrections raw_corrections(const CameraContext& ctx, int32_t width, int32_t height);
 
-/// Corrects a frame in place: dead pixels, then the flat field, then speckles.
-void correct(const MutableImageView& frame, const RawCorrections& corrections);
+/// Corrects a frame in place: dead pixels, then the flat field, then speckles, by the fastest means of
+/// `level`, which has to be available.
+void correct(CpuLevel level, const MutableImageView& frame, const RawCorrections& corrections);
 
 }  // namespace kxcam

@@ -11,6 +11,7 @@
 #include "camera.h"
 #include "command.h"
 #include "configuration.h"
+#include "isp/kernels/cpu_level.h"
 
 namespace kxcam {
 namespace {
@@ -37,6 +38,7 @@ struct Info {
   int major = 0;
   int minor = 0;
   std::string configuration = configuration_file();
+  CpuChoice processor = cpu_choice();
   AttachedCamera identity;
   int firmware = 0;
   Size maximum;
@@ -100,6 +102,8 @@ std::string as_json(const Info& info) {
   for (const auto& size : info.resolutions) resolutions.push_back(as_json(size));
   const nlohmann::ordered_json json = {{"library", fmt::format("{}.{}", info.major, info.minor)},
                                        {"configuration", info.configuration},
+                                       {"instructions", name_of(info.processor.level)},
+                                       {"instructions_refused", info.processor.refused},
                                        {"index", info.identity.index},
                                        {"name", info.identity.name},
                                        {"model_row", info.identity.model_row},
@@ -130,6 +134,7 @@ std::string as_text(const Info& info) {
   return fmt::format(
       "library          {}.{}\n"
       "configuration    {}\n"
+      "instructions     {}{}\n"
       "camera           {}\n"
       "name             {}\n"
       "model            row {}, product {:04x}\n"
@@ -144,12 +149,13 @@ std::string as_text(const Info& info) {
       "saturation       {:.2f}\n"
       "black level      {}\n"
       "enhancement      {}\n",
-      info.major, info.minor, info.configuration, info.identity.index, info.identity.name,
-      info.identity.model_row, info.identity.product_id, info.identity.serial, info.firmware,
-      info.maximum.width, info.maximum.height, info.depth, info.resolutions.size(), presets,
-      info.picture.width, info.picture.height, info.mirror_x ? "on" : "off", info.mirror_y ? "on" : "off",
-      info.timeout, info.tone.gamma, info.tone.contrast, info.tone.saturation, info.tone.black_level,
-      info.tone.enhancement ? "on" : "off");
+      info.major, info.minor, info.configuration, name_of(info.processor.level),
+      info.processor.refused ? ", not what KXCAM_CPU asks for: unknown or not available" : "",
+      info.identity.index, info.identity.name, info.identity.model_row, info.identity.product_id,
+      info.identity.serial, info.firmware, info.maximum.width, info.maximum.height, info.depth,
+      info.resolutions.size(), presets, info.picture.width, info.picture.height, info.mirror_x ? "on" : "off",
+      info.mirror_y ? "on" : "off", info.timeout, info.tone.gamma, info.tone.contrast, info.tone.saturation,
+      info.tone.black_level, info.tone.enhancement ? "on" : "off");
 }
 
 void run(const Options& options, StandardOutput& output) {

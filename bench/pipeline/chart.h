@@ -1,0 +1,24 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace kxcam::bench {
+
+/// A timing as ratios.
+struct Result {
+  int width;
+  int height;
+  bool cold;
+  std::string task;
+  std::string maker;
+  double to_demosaic;  ///< of OpenCV, same size and input
+  double to_copy;      ///< memcpy of as many bytes as a colour picture moves
+  double spread;
+};
+
+/// Bars of the main tasks at every level for the first size with cold input, as SVG.
+std::string chart(const std::vector<Result>& results);
+
+}  // namespace kxcam::bench

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "isp/develop.h"
+
+#include <cassert>
+#include <optional>
+
+#include "isp/bayer_phase.h"
+#include "isp/demosaic.h"
+#include "isp/kernels/fast_picture.h"
+#include "isp/kernels/level_kernels.h"
+#include "isp/mono.h"
+#include "kxcam/kxcam.h"
+
+namespace kxcam {
+namespace {
+
+using Converter = int32_t (*)(const FrameSettings&, const ImageView&, uint8_t*, int);
+
+Converter reference(uint32_t color_mode, bool grey) {
+  switch (color_mode) {
+    case kRGGB:
+      return grey ? RGGBtoGray8 : RGGBtoRGB888;
+    case kBGGR:
+      return grey ? BGGRtoGray8 : BGGRtoRGB888;
+    case kGRBG:
+      return grey ? GRBGtoGray8 : GRBGtoRGB888;
+    case kGBRG:
+      return grey ? GBRGtoGray8 : GBRGtoRGB888;
+    case kMono8:
+    case kMono12:
+      return grey ? RAW8toGray8 : RAW8toRGB888;
+    default:
+      return nullptr;
+  }
+}
+
+std::optional<int32_t> fast(const RowKernels& kernels, uint32_t color_mode, const FrameSettings& settings,
+                            const ImageView& raw, uint8_t* out, int format) {
+  const bool grey = (format & KXCAM_FORMAT_GREY) != 0;
+  const auto phase = bayer_phase(color_mode);
+  if (phase && grey) return fast_bayer_grey(kernels, *phase, settings, raw, out);
+  if (phase) return fast_bayer_color(kernels, *phase, settings, raw, out, format);
+  if (grey) return fast_mono_grey(kernels, settings, raw, out);
+  return fast_mono_color(kernels, settings, raw, out, format);
+}
+
+}  // namespace
+
+bool is_picture(uint32_t color_mode, int format) {
+  return (format & (KXCAM_FORMAT_GREY | KXCAM_FORMAT_COLOR)) != 0 && reference(color_mode, false) != nullptr;
+}
+
+int32_t develop(CpuLevel level, uint32_t color_mode, const FrameSettings& settings, const ImageView& raw,
+                uint8_t* out, int format) {
+  assert(is_picture(color_mode, format));
+  if (const RowKernels* kernels = kernels_of(level)) {
+    if (const auto mean = fast(*kernels, color_mode, settings, raw, out, format)) return *mean;
+  }
+  return reference(color_mode, (format & KXCAM_FORMAT_GREY) != 0)(settings, raw, out, format);
+}
+
+}  // namespace kxcam

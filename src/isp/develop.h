@@ -1,0 +1,22 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+
+#include "isp/frame_settings.h"
+#include "isp/image_view.h"
+#include "isp/kernels/cpu_level.h"
+
+namespace kxcam {
+
+/// Whether a format asks for a picture (kxcam_format, grey or colour) that can be made of a frame of a
+/// `COLOR_MODE`.
+bool is_picture(uint32_t color_mode, int format);
+
+/// Makes that picture of a raw frame, and returns the mean level: what demosaic.h and mono.h define, by the
+/// fastest means of `level`, which has to be available. Grey comes before colour. Sizes of `raw` and `out`
+/// as there.
+int32_t develop(CpuLevel level, uint32_t color_mode, const FrameSettings& settings, const ImageView& raw,
+                uint8_t* out, int format);
+
+}  // namespace kxcam
