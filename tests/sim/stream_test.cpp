@@ -151,6 +151,10 @@ struct TriggerCase {
   bool takes_first_pulse = false;  ///< for itself
 };
 
+std::ostream& operator<<(std::ostream& out, const TriggerCase& trigger) {
+  return out << trigger.model;
+}
+
 class Triggered : public testing::TestWithParam<TriggerCase> {};
 
 TEST_P(Triggered, OneBurstAPulse) {
