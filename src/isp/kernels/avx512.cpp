@@ -1,5 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Needs AVX-512 BW and VBMI.
+#if defined(__GNUC__) && !defined(__clang__)
+// gcc's own headers leave registers undefined on purpose, and it warns of them where they are inlined.
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+
 #include <immintrin.h>
 
 #include "isp/kernels/vector_kernels.h"
