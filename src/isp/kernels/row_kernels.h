@@ -68,8 +68,9 @@ struct FinishColors {
 /// the processor's average rounds up and on complements that truncates; they have kRowMargin on both
 /// sides, whose content is of no consequence. Raw rows and output are touched within their bounds only.
 struct RowKernels {
-  /// Multiplies the samples below 255 of a raw row by gain - columns[x], truncated and clamped to bytes.
-  void (*flatten)(uint8_t* row, int width, double gain, const double* columns);
+  /// Multiplies the samples below 255 of a raw row by gain - columns[x], truncated and clamped to bytes;
+  /// `rounded` are the columns as floats.
+  void (*flatten)(uint8_t* row, int width, double gain, const double* columns, const float* rounded);
   /// Darkens the speckles among the samples first .. last - 1 of a raw row, from left to right; above and
   /// below are the second rows from it.
   void (*despeckle)(const uint8_t* above, uint8_t* row, const uint8_t* below, int first, int last);

@@ -15,10 +15,23 @@ namespace kxcam {
 
 // Raw rows in place
 
+/// What single precision may be wrong by, for gains up to kGreatestRoundedGain and products up to 256: the
+/// gain, the entry and their difference each are off by 6e-8 of themselves, and so are product and sum.
+inline constexpr float kRoundingError = 2e-4F;
+inline constexpr double kGreatestRoundedGain = 2;
+
+/// Most samples need no double precision: where a single-precision product is further from a whole number
+/// than it may be wrong by, both truncate alike.
 template <class V>
-void flatten_row(uint8_t* row, int width, double gain, const double* columns) {
+void flatten_row(uint8_t* row, int width, double gain, const double* columns, const float* rounded) {
+  const bool rounding = gain <= kGreatestRoundedGain && gain >= -kGreatestRoundedGain;
+  const auto rounded_gain = static_cast<float>(gain);
   int x = 0;
-  for (; x + 16 <= width; x += 16) V::flatten16(row + x, gain, columns + x);
+  for (; x + 16 <= width; x += 16) {
+    if (rounding && V::flatten16_rounded(row + x, rounded_gain, rounded + x)) [[likely]]
+      continue;
+    V::flatten16(row + x, gain, columns + x);
+  }
   for (; x < width; ++x) {
     double level = (gain - columns[x]) * row[x];
     level = level > 0 ? level : 0;  // what is no number becomes 0 as well
