@@ -67,27 +67,47 @@ void despeckle_row(const uint8_t* above, uint8_t* row, const uint8_t* below, int
 
 // Raw rows to work rows
 
+/// Stores complemented samples and adds up those that count.
 template <class V>
-void copy_row(const uint8_t* raw, int width, uint8_t* row) {
-  int x = 0;
-  for (; x + V::kBytes <= width; x += V::kBytes) {
-    V::store(row + x, V::complement(V::load(raw + x)));
+class RowCopy {
+ public:
+  [[gnu::always_inline]] RowCopy(uint16_t counted, uint8_t* row)
+      : counted_(V::set16(counted)), sums_(V::no_sums()), row_(row) {}
+
+  [[gnu::always_inline]] void put(int x, typename V::Bytes samples) {
+    V::store(row_ + x, V::complement(samples));
+    sums_ = V::add_sums(sums_, V::bit_and(samples, counted_));
   }
+
+  uint64_t sum() const { return V::total(sums_); }
+
+ private:
+  typename V::Bytes counted_;
+  typename V::Bytes sums_;
+  uint8_t* row_;
+};
+
+template <class V>
+uint64_t copy_row(const uint8_t* raw, int width, uint16_t counted, uint8_t* row) {
+  RowCopy<V> copy(counted, row);
+  int x = 0;
+  for (; x + V::kBytes <= width; x += V::kBytes) copy.put(x, V::load(raw + x));
   uint8_t rest[V::kBytes] = {};
   std::memcpy(rest, raw + x, width - x);
-  V::store(row + x, V::complement(V::load(rest)));
+  copy.put(x, V::load(rest));
+  return copy.sum();
 }
 
 template <class V>
-void reverse_row(const uint8_t* raw, int width, uint8_t* row) {
+uint64_t reverse_row(const uint8_t* raw, int width, uint16_t counted, uint8_t* row) {
+  RowCopy<V> copy(counted, row);
   int x = 0;
-  for (; x + V::kBytes <= width; x += V::kBytes) {
-    const int from = width - x - V::kBytes;
-    V::store(row + x, V::complement(V::reverse(V::load(raw + from))));
-  }
+  for (; x + V::kBytes <= width; x += V::kBytes)
+    copy.put(x, V::reverse(V::load(raw + width - x - V::kBytes)));
   uint8_t rest[V::kBytes] = {};
   std::memcpy(rest + V::kBytes - (width - x), raw, width - x);
-  V::store(row + x, V::complement(V::reverse(V::load(rest))));
+  copy.put(x, V::reverse(V::load(rest)));
+  return copy.sum();
 }
 
 /// 16 raw columns of V::kBytes rows. Lane k of vector r starts as raw row 16 k + r; four interleavings
