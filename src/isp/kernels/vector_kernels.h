@@ -15,10 +15,11 @@ namespace kxcam {
 
 // Raw rows in place
 
-/// What single precision may be wrong by, for gains up to kGreatestRoundedGain and products up to 256: the
-/// gain, the entry and their difference each are off by 6e-8 of themselves, and so are product and sum.
-inline constexpr float kRoundingError = 2e-4F;
-inline constexpr double kGreatestRoundedGain = 2;
+/// What single precision may be wrong by, for gains up to kGreatestRoundedGain and products up to 256: gain
+/// and entry each are off by 6e-8 of themselves, as are their difference, the product and what is added to
+/// it.
+inline constexpr float kRoundingError = 1e-4F;
+inline constexpr double kGreatestRoundedGain = 1.25;
 
 /// Most samples need no double precision: where a single-precision product is further from a whole number
 /// than it may be wrong by, both truncate alike.
