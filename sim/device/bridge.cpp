@@ -49,7 +49,10 @@ std::optional<uint16_t> find(const std::map<uint16_t, uint16_t>& registers, uint
 }  // namespace
 
 Bridge::Bridge(const CameraOptions& options)
-    : options_(options), eeprom_(options.serial), geometry_(*options.model) {
+    : options_(options),
+      sensor_model_(find_sensor_model(options.model->MID)),
+      eeprom_(options.serial),
+      geometry_(*options.model) {
   if (!options.blank) program_factory_settings(*options.model, eeprom_, flash_);
   if (!options.name.empty()) eeprom_.set_user_name(options.name);
   if (!options.eeprom_file.empty()) eeprom_.back_with(options.eeprom_file);
@@ -60,15 +63,16 @@ Bridge::Bridge(const CameraOptions& options)
 void Bridge::restart() {
   geometry_ = ReadoutGeometry(*options_.model);
   requested_region_.reset();
-  sensor_.clear();
-  if (const auto trigger = sensor_trigger(options_.model->MID)) sensor_[trigger->address] = trigger->power_up;
-  isp_.clear();
-  parameters_.clear();
+  files_ = sensor_model_ != nullptr ? sensor_model_->power_up : RegisterFiles{};
+  if (const auto trigger = sensor_trigger(options_.model->MID)) {
+    files_.sensor[trigger->address] = trigger->power_up;
+  }
   line_settings_.clear();
   gpio_ = 0;
   readout_mode_ = 0;
   high_speed_ = false;
   bridge_triggered_ = false;
+  restart_pending_ = false;
   cpu_held_ = false;
   streaming_ = !options_.model->newer_bridge();  // the older firmware streams from power-up on
 }
@@ -130,7 +134,7 @@ Answer Bridge::write(const ControlSetup& setup, std::span<const uint8_t> data) {
     case kSensorWrite:
       return write_sensor(setup.index, setup.value);
     case kParameterWrite:
-      parameters_[setup.index] = setup.value;
+      files_.parameters[setup.index] = setup.value;
       return {};
     case kRegionOfInterest:
       return request_region(setup, data);
@@ -138,7 +142,7 @@ Answer Bridge::write(const ControlSetup& setup, std::span<const uint8_t> data) {
       return {.stalled = !eeprom_.write(setup.index, static_cast<uint8_t>(setup.value))};
     case kIspWrite:
       if (!has_isp()) return stall();
-      isp_[setup.index] = setup.value;
+      files_.bridge[setup.index] = setup.value;
       return {};
     case kFlashWrite:
       return write_flash(setup, data);
@@ -162,7 +166,11 @@ Answer Bridge::drive_gpio(uint16_t pins, uint16_t levels) {
   const bool pulse = (mask & level & kTriggerLine) != 0;
   const auto latched = static_cast<uint8_t>(mask & ~kTriggerLine);
   gpio_ = static_cast<uint8_t>((gpio_ & ~latched) | (level & latched));
-  return acknowledge(pulse ? Effect::kTriggerPulse : Effect::kNone);
+  return pulse ? pulse_trigger() : acknowledge();
+}
+
+Answer Bridge::pulse_trigger() {
+  return std::exchange(restart_pending_, false) ? acknowledge() : acknowledge(Effect::kTriggerPulse);
 }
 
 Answer Bridge::register_reply(uint16_t value) const {
@@ -215,7 +223,9 @@ Answer Bridge::confirm_region() {
 
 Answer Bridge::set_trigger_mode(uint16_t value) {
   if (!options_.model->newer_bridge()) return stall();
+  const bool triggered = waits_for_trigger();
   bridge_triggered_ = value != 0;
+  after_trigger_switch(triggered);
   return acknowledge(Effect::kStreamChanged);
 }
 
@@ -241,9 +251,20 @@ Answer Bridge::write_fx2(uint16_t address, std::span<const uint8_t> data) {
 }
 
 Answer Bridge::write_sensor(uint16_t address, uint16_t value) {
+  if (sensor_model_ != nullptr &&
+      std::ranges::find(sensor_model_->apart, address) != sensor_model_->apart.end())
+    return {};
   const bool triggered = waits_for_trigger();
-  sensor_[address] = value;
-  return {.effect = waits_for_trigger() == triggered ? Effect::kNone : Effect::kStreamChanged};
+  files_.sensor[address] = value;
+  return {.effect = after_trigger_switch(triggered) ? Effect::kStreamChanged : Effect::kNone};
+}
+
+/// Whether the mode did change.
+bool Bridge::after_trigger_switch(bool was_triggered) {
+  const bool triggered = waits_for_trigger();
+  if (triggered == was_triggered) return false;
+  restart_pending_ = triggered && sensor_model_ != nullptr && sensor_model_->restarts_on_first_pulse;
+  return true;
 }
 
 Answer Bridge::write_flash(const ControlSetup& setup, std::span<const uint8_t> data) {
@@ -273,19 +294,31 @@ bool Bridge::waits_for_trigger() const {
   return bridge_triggered_ || (sensor_register(trigger->address) & trigger->mask) == trigger->triggered;
 }
 
+PixelClock Bridge::pixel_clock() const {
+  if (!options_.model->newer_bridge()) {
+    return high_speed_ ? PixelClock::kOlderBridgeHighSpeed : PixelClock::kOlderBridge;
+  }
+  return options_.speed == UsbSpeed::kSuper ? PixelClock::kSuperSpeedLink : PixelClock::kHighSpeedLink;
+}
+
+std::optional<ShutterState> Bridge::shutter() const {
+  if (sensor_model_ == nullptr) return std::nullopt;
+  return shutter_state(*sensor_model_, files_, geometry_.current().width, pixel_clock());
+}
+
 uint16_t Bridge::snap_count() const {
   const auto lines = line_setting(kLineSnapCount);
   return std::max<uint16_t>(1, lines ? *lines : isp_register(kIspFrameCount));
 }
 
 uint16_t Bridge::sensor_register(uint16_t address) const {
-  return find(sensor_, address).value_or(0);
+  return find(files_.sensor, address).value_or(0);
 }
 uint16_t Bridge::isp_register(uint16_t address) const {
-  return find(isp_, address).value_or(0);
+  return find(files_.bridge, address).value_or(0);
 }
 std::optional<uint16_t> Bridge::parameter(uint16_t index) const {
-  return find(parameters_, index);
+  return find(files_.parameters, index);
 }
 std::optional<uint16_t> Bridge::line_setting(uint16_t index) const {
   return find(line_settings_, index);

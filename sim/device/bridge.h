@@ -10,6 +10,7 @@
 #include "device/camera_options.h"
 #include "device/eeprom.h"
 #include "device/readout_geometry.h"
+#include "device/sensors/sensor_model.h"
 #include "device/spi_flash.h"
 #include "device/transfer.h"
 
@@ -41,6 +42,13 @@ class Bridge {
   uint16_t snap_count() const;
   const ReadoutGeometry& geometry() const { return geometry_; }
 
+  /// Nothing for a sensor whose exposure is fixed.
+  std::optional<ShutterState> shutter() const;
+  /// As of a sensor and a bridge that have nothing in their registers.
+  void erase_registers() { files_ = {}; }
+  /// What the sensor itself has in a register.
+  void preset_sensor(uint16_t address, uint16_t value) { files_.sensor[address] = value; }
+
   uint16_t sensor_register(uint16_t address) const;
   uint16_t isp_register(uint16_t address) const;
   std::optional<uint16_t> parameter(uint16_t index) const;
@@ -60,8 +68,6 @@ class Bridge {
   const SpiFlash& flash() const { return flash_; }
 
  private:
-  using Registers = std::map<uint16_t, uint16_t>;
-
   Answer read(const ControlSetup& setup);
   Answer write(const ControlSetup& setup, std::span<const uint8_t> data);
 
@@ -76,14 +82,18 @@ class Bridge {
   Answer read_eeprom(uint16_t address) const;
 
   Answer write_fx2(uint16_t address, std::span<const uint8_t> data);
+  Answer pulse_trigger();
+  PixelClock pixel_clock() const;
   Answer write_sensor(uint16_t address, uint16_t value);
   Answer request_region(const ControlSetup& setup, std::span<const uint8_t> data);
   Answer write_flash(const ControlSetup& setup, std::span<const uint8_t> data);
   Answer prepare_flash(const ControlSetup& setup);
 
   bool has_isp() const;
+  bool after_trigger_switch(bool was_triggered);
 
   CameraOptions options_;
+  const SensorModel* sensor_model_;  ///< null: none that is known
   Eeprom eeprom_;
   SpiFlash flash_;
   bool firmware_erased_ = false;
@@ -92,15 +102,14 @@ class Bridge {
 
   ReadoutGeometry geometry_;
   std::optional<Readout> requested_region_;
-  Registers sensor_;
-  Registers isp_;
-  Registers parameters_;
+  RegisterFiles files_;
   Registers line_settings_;
   uint8_t gpio_ = 0;
   uint8_t readout_mode_ = 0;
   bool high_speed_ = false;
   bool streaming_ = false;
   bool bridge_triggered_ = false;
+  bool restart_pending_ = false;  ///< the sensor takes the next trigger pulse for itself
 };
 
 }  // namespace kxsim

@@ -15,6 +15,7 @@ namespace kxsim {
 namespace {
 
 constexpr std::string_view kNamePrefix = "Model ";
+constexpr double kBrightest = 1e6;
 
 [[noreturn]] void refuse(std::string_view key, std::string_view value, std::string_view expected) {
   throw BadCameraOptions("option '" + std::string(key) + "=" + std::string(value) + "': expected " +
@@ -64,6 +65,24 @@ std::string text_up_to(size_t length, std::string_view key, std::string_view val
   return std::string(value);
 }
 
+Lighting& lighting_of(CameraOptions& options) {
+  if (!options.lighting) options.lighting.emplace();
+  return *options.lighting;
+}
+
+/// Mains frequency of a lamp that goes out in between.
+Lamp flicker(std::string_view key, std::string_view value) {
+  return {.mains_hz = real(key, value, 1000), .ripple = 1};
+}
+
+/// "FRAME:LEVEL".
+Lighting::Step step(std::string_view key, std::string_view value) {
+  const auto colon = value.find(':');
+  if (colon == std::string_view::npos) refuse(key, value, "FRAME:LEVEL");
+  return {.frame = integer<uint64_t>(key, value.substr(0, colon)),
+          .level = real(key, value.substr(colon + 1), kBrightest)};
+}
+
 UsbSpeed speed(std::string_view key, std::string_view value) {
   if (value == "high") return UsbSpeed::kHigh;
   if (value != "super") refuse(key, value, "high or super");
@@ -90,6 +109,9 @@ const std::map<std::string_view, Setter>& setters() {
       {"noise", [](O& o, S k, S v) { o.noise = flag(k, v); }},
       {"fpn", [](O& o, S k, S v) { o.fixed_pattern = real(k, v, 1); }},
       {"dead", [](O& o, S k, S v) { o.dead_pixels = integer<uint16_t>(k, v); }},
+      {"light", [](O& o, S k, S v) { lighting_of(o).level = real(k, v, kBrightest); }},
+      {"flicker", [](O& o, S k, S v) { lighting_of(o).lamp = flicker(k, v); }},
+      {"step", [](O& o, S k, S v) { lighting_of(o).step = step(k, v); }},
       {"seed", [](O& o, S k, S v) { o.seed = integer<uint64_t>(k, v); }},
   };
   return table;

@@ -3,11 +3,13 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
 
 #include "core/model_table.h"
+#include "device/lighting.h"
 
 namespace kxsim {
 
@@ -31,6 +33,8 @@ struct CameraOptions {
   double fixed_pattern = 0.0;  ///< standard deviation of the row and column gains
   int dead_pixels = 0;
   uint64_t seed = 1;
+  /// Without one every picture is taken at the nominal exposure, whatever the registers say.
+  std::optional<Lighting> lighting;
 
   CameraOptions() = default;
   /// The defaults of that model.
@@ -48,7 +52,7 @@ class BadCameraOptions : public std::runtime_error {
 
 /// Reads "MODEL[,key=value]...", where MODEL is a product id in hexadecimal or a model's name, with or
 /// without the word "Model". Keys: serial, name, fw, features, generic, bytes, blank, wp, fps, speed, eeprom,
-/// noise, fpn, dead, seed. Throws BadCameraOptions.
+/// noise, fpn, dead, seed, light, flicker, step. Throws BadCameraOptions.
 CameraOptions parse_camera_options(std::string_view text);
 
 /// The row with that product id or name; of several rows with one name the first of the newer bridge

@@ -2,6 +2,7 @@
 #include "device/frame_maker.h"
 
 #include <utility>
+#include <vector>
 
 namespace kxsim {
 namespace {
@@ -16,9 +17,24 @@ SensorDescription describe(const CameraOptions& options) {
           .dead_pixels = options.dead_pixels};
 }
 
+/// The lamp's light on each row. Frames begin at their rate, or without one as if at an odd rate, so that no
+/// two see the lamp at the same moment.
+std::vector<float> light_of_rows(const Lamp& lamp, const FrameRequest& request, double frame_rate) {
+  constexpr double kOddFrameMs = 7.31;
+  const double frame_ms = frame_rate > 0 ? 1000 / frame_rate : kOddFrameMs;
+  std::vector<float> rows(static_cast<size_t>(request.readout.height));
+  double start_ms = static_cast<double>(request.number) * frame_ms;
+  for (float& row : rows) {
+    row = static_cast<float>(mean_light(lamp, start_ms, request.shutter->exposure_ms));
+    if (request.shutter->rolling) start_ms += request.shutter->line_ms;
+  }
+  return rows;
+}
+
 }  // namespace
 
-FrameMaker::FrameMaker(const CameraOptions& options) : description_(describe(options)) {}
+FrameMaker::FrameMaker(const CameraOptions& options)
+    : description_(describe(options)), frame_rate_(options.frame_rate), lighting_(options.lighting) {}
 
 void FrameMaker::set_source(FrameSource source) {
   const std::lock_guard lock(mutex_);
@@ -35,6 +51,23 @@ void FrameMaker::set_exposure(const Exposure& exposure) {
   exposure_ = exposure;
 }
 
+void FrameMaker::set_lighting(const std::optional<Lighting>& lighting) {
+  const std::lock_guard lock(mutex_);
+  lighting_ = lighting;
+}
+
+Exposure FrameMaker::exposure_for(const FrameRequest& request) const {
+  if (!lighting_ || !request.shutter) return exposure_;
+  constexpr double kNominalMs = 10;
+  Exposure exposure{
+      .exposure = request.shutter->exposure_ms / kNominalMs * lighting_->level_at(request.number),
+      .gain = request.shutter->gain};
+  if (lighting_->lamp.ripple > 0) {
+    exposure.row_light = light_of_rows(lighting_->lamp, request, frame_rate_);
+  }
+  return exposure;
+}
+
 void FrameMaker::make(const FrameRequest& request, std::span<uint8_t> out) {
   std::unique_lock lock(mutex_);
   if (source_) {
@@ -49,7 +82,7 @@ void FrameMaker::make(const FrameRequest& request, std::span<uint8_t> out) {
     sensor_->set_scene(scene_);
   }
   exposed_scene_ = scene_;
-  const auto exposure = exposure_;
+  const Exposure exposure = exposure_for(request);
   lock.unlock();
   sensor_->expose(request.readout, exposure, request.number, out);
 }

@@ -480,7 +480,8 @@ bool SimulatedCamera::frame_work(Lock& lock) {
   if (!due || *due > now) return false;
   clock_.take(now);
   const auto fault = faults_.next_frame();
-  const FrameRequest request{.number = frame_number_++, .readout = bridge_.geometry().current()};
+  const FrameRequest request{
+      .number = frame_number_++, .readout = bridge_.geometry().current(), .shutter = bridge_.shutter()};
   if (fault && fault->action == FrameFault::Action::kMissing) {
     pause_until_ = now + kMissingFramePause;
     return true;

@@ -86,7 +86,9 @@ class SimulatedCamera {
 
   void set_scene(std::shared_ptr<const Scene> scene) { maker_.set_scene(std::move(scene)); }
   void set_frame_source(FrameSource source) { maker_.set_source(std::move(source)); }
+  /// The exposure where there is no lighting, or no exposure register.
   void set_exposure(const Exposure& exposure) { maker_.set_exposure(exposure); }
+  void set_lighting(const std::optional<Lighting>& lighting) { maker_.set_lighting(lighting); }
   /// A pulse on the external trigger line.
   void trigger();
   void set_gpio_inputs(uint8_t levels);

@@ -233,6 +233,9 @@ void Sensor::expose(const Readout& readout, const Exposure& exposure, uint64_t n
     const size_t count = std::min({kNoiseStretch, width - column, samples - done});
     impl_->collect(window, static_cast<int64_t>(row), static_cast<int64_t>(column), {light.data(), count});
     const uint64_t position = random_bits({impl_->description.seed, kFrameNoise, number, row, column});
+    if (row < exposure.row_light.size()) {
+      for (float& sample : std::span(light).first(count)) sample *= exposure.row_light[row];
+    }
     const float* const noise = impl_->description.noise ? noise_at(position).data() : kNoNoise.data();
     impl_->store(chain, light.data(), noise, count, &out[done * sample_size]);
     done += count;

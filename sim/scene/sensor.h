@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <vector>
 
 #include "core/model_table.h"
 
@@ -37,6 +38,8 @@ struct SensorDescription {
 struct Exposure {
   double exposure = 1.0;
   double gain = 1.0;  ///< amplifies the noise too
+  /// Light of each row read out, relative to the scene's; 1 for rows beyond its end.
+  std::vector<float> row_light = {};
 };
 
 /// A site that does not see: it reads full scale (hot) or 0.

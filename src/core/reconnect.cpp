@@ -27,7 +27,7 @@ void wake_sensor(const CameraContext& context, libusb_device_handle* handle) {
 DeviceHandle change_device(CameraContext& context) {
   detach_device(context);
   if (context.ring != nullptr) context.ring->drop_ready_frames();
-  const DeviceHandle handle = open_camera_with_serial(context.parameter.serial_number, context.model().PID);
+  DeviceHandle handle = open_camera_with_serial(context.parameter.serial_number, context.model().PID);
   if (handle == nullptr) {
     set_last_error(KXCAM_ERROR_NO_DEVICE);
     return nullptr;

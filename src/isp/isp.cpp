@@ -50,7 +50,6 @@ void make_picture(CameraContext& ctx, FrameSettings settings, const ImageView& r
   if (!is_picture(model.COLOR_MODE, format)) return;
   if (!model.monochrome()) measure_white_balance(ctx, settings, raw);
   ctx.mean_level = develop(cpu_choice().level, model.COLOR_MODE, settings, raw, out, format);
-  if (!model.monochrome()) AutoWhiteBalance(ctx);
 }
 
 /// `width` and `height` are those of the raw frame, and their product is that of the settings' map.
@@ -80,12 +79,18 @@ bool process(CameraContext& ctx, const FrameSettings& settings, uint8_t* in, uin
   return true;
 }
 
-/// Lets the camera follow the brightness of a picture that was just made. Only a grey picture answers for it.
-bool follow_brightness(CameraContext& ctx, int format) {
-  if ((format & KXCAM_FORMAT_RAW) != 0) return true;
+/// Lets exposure and white balance follow the level of a picture that was just made. Only a grey picture
+/// answers for the exposure.
+bool follow_level(CameraContext& ctx, int format) {
+  const CameraModel& model = ctx.model();
+  if ((format & KXCAM_FORMAT_RAW) != 0 || !is_picture(model.COLOR_MODE, format)) return true;
   const bool grey = (format & KXCAM_FORMAT_GREY) != 0;
-  if (!grey && (format & KXCAM_FORMAT_COLOR) == 0) return true;
-  return AutoExposure(ctx) || !grey;
+  // Colour pictures of all orders but one are exposed before they are balanced.
+  const bool balanced_first = grey || model.COLOR_MODE == kBGGR;
+  if (!model.monochrome() && balanced_first) AutoWhiteBalance(ctx);
+  const bool exposed = AutoExposure(ctx);
+  if (!model.monochrome() && !balanced_first) AutoWhiteBalance(ctx);
+  return exposed || !grey;
 }
 
 }  // namespace
@@ -100,7 +105,7 @@ bool isp(CameraContext& ctx, uint8_t* in, uint8_t* out, int width, int height, i
   const FrameSettings settings = frame_settings(ctx);
   if (!has_pixels(settings.index_map, width, height)) return fail(KXCAM_ERROR_ARGUMENT);
   if (is_rotated(settings.index_map)) std::swap(width, height);
-  return process(ctx, settings, in, out, width, height, format) && follow_brightness(ctx, format);
+  return process(ctx, settings, in, out, width, height, format) && follow_level(ctx, format);
 }
 
 bool isp_raw_frame(CameraContext& ctx, uint8_t* in, uint8_t* out, const FrameGeometry& geometry, int format) {
@@ -110,7 +115,7 @@ bool isp_raw_frame(CameraContext& ctx, uint8_t* in, uint8_t* out, const FrameGeo
   if (map.width() != geometry.frame_width || map.height() != geometry.frame_height)
     return fail(KXCAM_ERROR_ARGUMENT);
   if (!process(ctx, settings, in, out, geometry.frame_width, geometry.frame_height, format)) return false;
-  follow_brightness(ctx, format);
+  follow_level(ctx, format);
   return true;
 }
 

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // What the pipeline does to a raw frame before it makes a picture of it.
 #include <array>
+#include <atomic>
+#include <thread>
 
 #include "context_fixture.h"
 #include "core/isp_flags.h"
@@ -115,6 +117,34 @@ TEST_F(CorrectedFrame, KeepsItsShapeWhileThePictureIsTurned) {
   std::vector<uint8_t> out(kPixels);
   ASSERT_TRUE(isp(kCamera, frame.data(), out.data(), kHeight, kWidth, KXCAM_FORMAT_RAW));
   EXPECT_EQ(out, std::vector<uint8_t>(kPixels, 45));
+}
+
+// Another thread that changes tables, list and gains acts on whole frames.
+TEST_F(CorrectedFrame, IsCorrectedWithOneSetOfTables) {
+  const ContextRef ctx = open_imperfect(kRGGB);
+  const std::vector<double> halved(34, 0.375);
+  const std::vector<double> kept(34, -0.125);
+  ASSERT_TRUE(set_fpn_data(kCamera, kept.data(), kept.data(), nullptr, 34, 0));
+  std::atomic<bool> done = false;
+  std::thread setter([&] {
+    for (int i = 0; !done; ++i) {
+      const auto& columns = i % 2 == 0 ? halved : kept;
+      set_fpn_data(kCamera, columns.data(), columns.data(), nullptr, 34, 0);
+      set_wb_gain(kCamera, 1.5, 1.0, 0.5);
+      one_push_wb(kCamera);
+      ctx->dead_pixels.store(std::make_shared<const DeadPixelList>());
+    }
+  });
+  for (int i = 0; i < 500; ++i) {
+    std::vector<uint8_t> frame(kPixels, 80);
+    std::vector<uint8_t> out(3 * kPixels);
+    EXPECT_TRUE(isp(kCamera, frame.data(), out.data(), kWidth, kHeight, KXCAM_FORMAT_COLOR));
+    // The gain is 1 - 0.125 - 0.375 or 1 - 0.125 + 0.125.
+    EXPECT_TRUE(frame[0] == 40 || frame[0] == 80) << int{frame[0]};
+    EXPECT_EQ(frame, std::vector<uint8_t>(kPixels, frame[0]));
+  }
+  done = true;
+  setter.join();
 }
 
 /// Nearly grey cells all over.

@@ -95,8 +95,7 @@ TEST_F(Reconnect, RegisterAccessComesBackWithoutAStream) {
 }
 
 TEST_F(Reconnect, WakesTheOldSensorAgain) {
-  const auto camera = plug("0300,fw=0x4700");
-  ASSERT_EQ(CameraInit(0), 0U);
+  const auto camera = open("0300,fw=0x4700");
   bus_.replug(camera);
   camera->clear_requests();
   EXPECT_EQ(CameraReconnect(0), 0U);

@@ -114,6 +114,15 @@ TEST_F(RequestOrder, OpeningSucceedsWhateverTheStoredSettingsAre) {
   camera->inject({.requests = {{.action = Fault::kStall, .which = {13}, .code = kEepromRead}}});
   ASSERT_EQ(CameraInit(0), 0U) << "no settings can be read";
   EXPECT_FALSE(query_raw().empty());
+  CameraFree(0);
+  camera->clear_faults();
+
+  camera->inject({.requests = {{.action = Fault::kGarbage, .which = {13}, .code = kEepromRead},
+                               {.action = Fault::kGarbage, .code = 0xC3}}});
+  for (int n = 0; n < 5; ++n) {
+    ASSERT_EQ(CameraInit(0), 0U) << "or are noise";
+    CameraFree(0);
+  }
 }
 
 TEST_F(RequestOrder, OfApplyingLiveSettingsAgain) {

@@ -4,6 +4,7 @@
 #include <kxcam/kxcam.h>
 
 #include "camera.h"
+#include "control.h"
 
 namespace kxcam {
 namespace {
@@ -49,6 +50,15 @@ void apply_tone(const CameraSettings& settings, const Camera& camera) {
   if (settings.enhancement) camera.require("setting enhancement", CameraSetEnhancement(index, true));
 }
 
+// The duration of a line depends on the geometry, so this comes after it.
+void apply_exposure(const CameraSettings& settings, const Camera& camera) {
+  if (settings.gain) camera.require("setting the gain", CameraSetGain(camera.index(), *settings.gain));
+  if (settings.exposure_ms) write_control(camera, find_control("exposure-ms"), *settings.exposure_ms);
+  if (!settings.auto_exposure) return;
+  camera.require("switching automatic exposure", CameraSetAEC(camera.index(), true));
+  camera.require("switching automatic gain", CameraSetAGC(camera.index(), true));
+}
+
 }  // namespace
 
 void add_settings_options(CLI::App& command, CameraSettings& settings) {
@@ -71,6 +81,20 @@ void add_settings_options(CLI::App& command, CameraSettings& settings) {
       ->type_name("90|180|270")
       ->check(CLI::IsMember({90, 180, 270}).description(""))
       ->group(geometry);
+
+  const std::string exposure = "Exposure";
+  auto* exposure_ms = command.add_option("--exposure-ms", settings.exposure_ms, "Exposure in milliseconds")
+                          ->type_name("MS")
+                          ->check(CLI::Range(0.0, 3'600'000.0).description(""))
+                          ->group(exposure);
+  auto* gain = command.add_option("--gain", settings.gain, "1 to 255")
+                   ->type_name("G")
+                   ->check(CLI::Range(1, 255).description(""))
+                   ->group(exposure);
+  command.add_flag("--auto", settings.auto_exposure, "Let exposure and gain follow the brightness")
+      ->excludes(exposure_ms)
+      ->excludes(gain)
+      ->group(exposure);
 
   const std::string tone = "Tone (not for raw frames)";
   command.add_option("--gamma", settings.gamma, "0.3 to 2.0")
@@ -95,6 +119,7 @@ void add_settings_options(CLI::App& command, CameraSettings& settings) {
 void apply(const CameraSettings& settings, const Camera& camera) {
   apply_geometry(settings, camera);
   apply_tone(settings, camera);
+  apply_exposure(settings, camera);
 }
 
 }  // namespace kxcam

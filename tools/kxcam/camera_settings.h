@@ -22,6 +22,9 @@ struct CameraSettings {
   std::optional<double> saturation;
   std::optional<int> black_level;
   bool enhancement = false;
+  std::optional<double> exposure_ms;
+  std::optional<int> gain;
+  bool auto_exposure = false;  ///< and gain
 
   bool changes_orientation() const { return mirror_x || mirror_y || rotate != 0; }
 };

@@ -3,6 +3,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <fmt/format.h>
@@ -12,6 +13,7 @@
 #include "camera.h"
 #include "camera_settings.h"
 #include "command.h"
+#include "control.h"
 #include "diagnosis.h"
 #include "file_name_pattern.h"
 #include "image_writer.h"
@@ -31,6 +33,7 @@ struct Options {
   std::optional<PixelFormat> format;
   std::optional<FileType> type;
   CameraSettings settings;
+  bool trigger = false;
 
   bool to_standard_output() const { return output == "-"; }
 };
@@ -77,6 +80,8 @@ class Capture {
   }
 
   void run() {
+    if (options_.settings.auto_exposure) settle();
+    if (options_.trigger) write_control(camera_, find_control("trigger"), 1);
     for (int i = 0; i < options_.skip; ++i) take_frame();
     StatusLine line;
     for (int i = 1; i <= options_.frames; ++i) {
@@ -88,7 +93,30 @@ class Capture {
 
  private:
   void take_frame() {
-    const int code = camera_.query(format_, std::chrono::milliseconds(options_.timeout), frame_);
+    if (options_.trigger) camera_.require("triggering", CameraTriggerShot(camera_.index()));
+    take_frame(format_);
+  }
+
+  /// Lets automatic exposure come to rest: it follows grey frames, and not every one.
+  void settle() {
+    constexpr int kMostFrames = 200;
+    constexpr int kRestFrames = 16;
+    int rest = 0;
+    auto last = exposure_and_gain();
+    for (int i = 0; i < kMostFrames && rest < kRestFrames; ++i) {
+      take_frame(PixelFormat::kGrey);
+      const auto now = exposure_and_gain();
+      rest = now == last ? rest + 1 : 0;
+      last = now;
+    }
+  }
+
+  std::pair<double, double> exposure_and_gain() const {
+    return {read_control(camera_, find_control("exposure")), read_control(camera_, find_control("gain"))};
+  }
+
+  void take_frame(PixelFormat format) {
+    const int code = camera_.query(format, std::chrono::milliseconds(options_.timeout), frame_);
     if (interrupted()) throw Error(ExitCode::kFailure, "interrupted");
     if (code == 0) return;
     if (code != KXCAM_ERROR_NO_FRAME) throw camera_error(camera_.index(), "taking a frame", code);
@@ -153,6 +181,8 @@ void add_capture_command(CLI::App& app, Command& chosen) {
       ->check(CLI::IsMember(file_type_names()).description(""));
   add_timeout_option(*command, options->timeout);
   add_settings_options(*command, options->settings);
+  command->add_flag("--trigger", options->trigger, "Take each frame with a software trigger")
+      ->group("Exposure");
   command->callback(
       [options, &chosen] { chosen = [options](StandardOutput& output) { run(*options, output); }; });
 }

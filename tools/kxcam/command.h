@@ -19,6 +19,8 @@ using Command = std::function<void(StandardOutput&)>;
 void add_list_command(CLI::App& app, Command& chosen);
 void add_info_command(CLI::App& app, Command& chosen);
 void add_capture_command(CLI::App& app, Command& chosen);
+/// Three subcommands: controls, get and set.
+void add_control_commands(CLI::App& app, Command& chosen);
 void add_stream_command(CLI::App& app, Command& chosen);
 
 /// Options that several commands have.

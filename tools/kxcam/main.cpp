@@ -27,7 +27,11 @@ constexpr const char* kExamples =
     "  kxcam capture -n 20 -o 'run/%04d.pgm'       twenty grey pictures\n"
     "  kxcam capture --roi 64,64,640,480 -o a.png  part of the sensor\n"
     "  kxcam capture --type ppm -o - | display     a picture to another program\n"
+    "  kxcam capture --exposure-ms 20 --gain 32    exposed for 20 ms\n"
+    "  kxcam capture --auto                        exposed by the camera's own measure\n"
     "  kxcam stream --seconds 10                   frame rate and losses\n"
+    "  kxcam controls                              every setting and its range\n"
+    "  kxcam set gain=32 exposure-ms=5             change some\n"
     "\n"
     "Exit status: 0 success, 1 failure, 2 usage, 3 no such camera, 4 no permission,\n"
     "5 in use, 6 no configuration file, 7 no frame.";
@@ -46,6 +50,7 @@ void build(CLI::App& app, Command& chosen) {
   add_info_command(app, chosen);
   add_capture_command(app, chosen);
   add_stream_command(app, chosen);
+  add_control_commands(app, chosen);
   app.footer(kExamples);  // last, or every subcommand takes it over
 }
 

@@ -35,9 +35,9 @@ constexpr int32_t kSharedClocks = 121;  ///< spread over the lines of the exposu
 std::optional<LineTiming> line_timing(CameraContext& camera, int32_t /*line_length*/) {
   const int32_t e = std::max<int32_t>(camera.parameter.exposure, 1);
   const double clocks = static_cast<double>(kSharedClocks) / e + kFixedClocks;
-  return LineTiming{
-      .line_time_ms = clocks * kClockMs,
-      .flicker_lines = lines_per_half_period(camera, kFlickerClockHz, kSharedClocks / e + kFixedClocks)};
+  const int32_t whole_clocks = kSharedClocks / e + kFixedClocks;
+  return LineTiming{.line_time_ms = clocks * kClockMs,
+                    .flicker_lines = lines_per_half_period(camera, kFlickerClockHz, whole_clocks)};
 }
 
 /// The shutter register counts the lines of the frame before the exposure begins.

@@ -106,8 +106,9 @@ CameraContext& SensorTest::open_model(uint32_t product_id, uint16_t features) {
   EXPECT_TRUE(occupy_slot(kCamera, context_));
 
   constexpr uint32_t kPresentFrameLength = 0x15;
+  camera_->modify([](kxsim::Bridge& bridge) { bridge.erase_registers(); });
   isp_write(*context_, kPresentFrameLength, kFrameLength);
-  preset_sensor(0x301A, 0);  // the one register that is not 0 after power-up
+  forget_requests();
   return *context_;
 }
 
@@ -122,8 +123,7 @@ void SensorTest::close() {
 }
 
 void SensorTest::preset_sensor(uint16_t reg, uint16_t value) {
-  EXPECT_TRUE(sccb_write(*context_, reg, value));
-  forget_requests();
+  camera_->modify([=](kxsim::Bridge& bridge) { bridge.preset_sensor(reg, value); });
 }
 
 void SensorTest::break_requests(uint8_t code) {

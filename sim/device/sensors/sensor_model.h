@@ -1,0 +1,77 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <vector>
+
+namespace kxsim {
+
+/// Registers that were written or are not 0 after power-up, by address.
+using Registers = std::map<uint16_t, uint16_t>;
+
+/// The register files behind one USB connector.
+struct RegisterFiles {
+  Registers sensor = {};
+  Registers bridge = {};
+  Registers parameters = {};
+};
+
+/// Everything outside the registers that the pixel clock depends on.
+enum class PixelClock { kOlderBridge, kOlderBridgeHighSpeed, kHighSpeedLink, kSuperSpeedLink };
+
+/// What a sensor makes of its registers.
+struct ShutterState {
+  double line_ms = 0;      ///< duration of a line
+  double exposure_ms = 0;  ///< of every row
+  double gain = 1;         ///< 1 = unamplified
+  bool rolling = true;     ///< rows start a line after each other rather than together
+};
+
+/// A number that registers make up together: the sum of their parts, each shifted to its place.
+struct RegisterPart {
+  uint16_t address = 0;
+  int shift = 0;           ///< to the left; negative: to the right
+  bool in_bridge = false;  ///< else in the sensor
+};
+using RegisterNumber = std::vector<RegisterPart>;
+
+uint32_t number_in(const RegisterFiles& files, const RegisterNumber& parts);
+
+/// What the duration of a line may depend on.
+struct LineConditions {
+  const RegisterFiles& files;
+  int width = 0;  ///< pixels read out of the line
+  PixelClock clock = PixelClock::kOlderBridge;
+  double lines = 0;  ///< of the exposure
+};
+
+/// How a sensor reads its registers: the description of the device's makers, which shares nothing with a
+/// driver's.
+struct SensorModel {
+  std::vector<uint32_t> ids;  ///< of the colour sensors; the monochrome ones are like them
+  RegisterFiles power_up;     ///< what is not 0 then
+
+  // Exposure in lines: (lines - idle_lines) / lines_divisor + lines_offset.
+  RegisterNumber lines;
+  RegisterNumber idle_lines = {};  ///< of a frame, before the exposure begins
+  int lines_divisor = 1;
+  int lines_offset = 0;
+
+  double (*gain)(const RegisterFiles& files);
+
+  double (*line_ms)(const LineConditions& at);
+  bool rolling = true;
+  /// Registers that read as something else than what was written.
+  std::vector<uint16_t> apart = {};
+  /// The first pulse in trigger mode only starts the sensor anew.
+  bool restarts_on_first_pulse = false;
+};
+
+/// Null for a sensor whose exposure is fixed.
+const SensorModel* find_sensor_model(uint32_t sensor_id);
+
+/// For a readout of that width.
+ShutterState shutter_state(const SensorModel& model, const RegisterFiles& files, int width, PixelClock clock);
+
+}  // namespace kxsim
