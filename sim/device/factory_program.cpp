@@ -23,7 +23,7 @@ constexpr std::array<uint8_t, 64> kNeutralSettings = {
     0,    16,                    // gain
     0,    5,                     // exposure
     0,    100,  0, 100,          // gamma, contrast in hundredths
-    0x10, 0,                     // switches: everything that can be switched off is on but a fixed frame rate
+    0x30, 0,                     // switches: no fixed frame rate, the driver may expose; nothing else is off
     0,    100,  0, 100, 0, 100,  // white-balance gains in hundredths
     0,    0,                     // black level
     0,    70,                    // auto-exposure target

@@ -11,7 +11,6 @@
 #include <unistd.h>
 
 #include "core/contexts.h"
-#include "core/isp_flags.h"
 #include "core/sensor_family.h"
 #include "kxcam/kxcam.h"
 #include "usbfs/virtual_bus.h"
@@ -63,7 +62,11 @@ std::vector<const CameraModel*> exposable_models() {
   return models;
 }
 
-ExposureRun::ExposureRun(const CameraModel& model, const Options& options) : options_(options) {
+void PrintTo(const CameraModel* model, std::ostream* out) {
+  *out << std::hex << std::uppercase << "MID_" << model->MID << std::dec;
+}
+
+ExposureRun::ExposureRun(const CameraModel& model, const Options& options) {
   configure();
   kxsim::CameraOptions device(model);
   device.frame_rate = 0;
@@ -74,11 +77,9 @@ ExposureRun::ExposureRun(const CameraModel& model, const Options& options) : opt
   kxsim::VirtualBus::instance().plug(camera_);
   must(CameraInit(kCamera), "CameraInit");
   context_ = context_at(kCamera);
-  context_->parameter.isp_flags.set_bits(kSoftwareExposureAllowed | kFrameRateFree, true);
-  must(CameraSetAntiFlicker(kCamera, anti_flicker_mode(options.mains_hz)), "CameraSetAntiFlicker");
   must(CameraSetGain(kCamera, 16), "CameraSetGain");
   must(CameraSetExposure(kCamera, options.first_exposure), "CameraSetExposure");
-  must(CameraSetROI(kCamera, 0, 0, kWidth, kHeight), "CameraSetROI");
+  set_mains(options.mains_hz);
   must(CameraSetAETarget(kCamera, kTarget), "CameraSetAETarget");
   // The target is a third of white. Under a lamp it lies between one and two half-periods.
   constexpr double kWhiteUnderLampMs = 3 * 12;
@@ -99,9 +100,17 @@ ExposureRun::~ExposureRun() {
 }
 
 void ExposureRun::set_level(double level) {
-  kxsim::Lighting lighting{.level = level * white_at_level_1_};
-  if (options_.mains_hz != 0) lighting.lamp = {.mains_hz = double(options_.mains_hz), .ripple = 1};
-  camera_->set_lighting(lighting);
+  lighting_.level = level * white_at_level_1_;
+  camera_->set_lighting(lighting_);
+}
+
+void ExposureRun::set_mains(int hz) {
+  mains_hz_ = hz;
+  lighting_.lamp = hz == 0 ? kxsim::Lamp{} : kxsim::Lamp{.mains_hz = double(hz), .ripple = 1};
+  camera_->set_lighting(lighting_);
+  must(CameraSetAntiFlicker(kCamera, anti_flicker_mode(hz)), "CameraSetAntiFlicker");
+  // The half-period is counted with the geometry.
+  must(CameraSetROI(kCamera, 0, 0, kWidth, kHeight), "CameraSetROI");
 }
 
 std::vector<uint8_t> ExposureRun::picture() {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <iosfwd>
 #include <memory>
 #include <optional>
 #include <string>
@@ -13,6 +14,9 @@ namespace kxcam {
 
 /// One model of every sensor family whose exposure has a register, of its newest bridge.
 std::vector<const CameraModel*> exposable_models();
+
+/// The model's name in the reports of GoogleTest.
+void PrintTo(const CameraModel* model, std::ostream* out);
 
 /// An open camera in front of a grey field, with a small window for speed, whose exposure loop runs. At level
 /// 1 the target is met at about 200 lines of the gain it starts with, or under a lamp at 12 ms.
@@ -42,18 +46,20 @@ class ExposureRun {
   std::optional<Outcome> settle(int most_frames);
   /// Changes the light, as in Options.
   void set_level(double level);
+  void set_mains(int hz);
   /// A grey picture; throws std::runtime_error when none comes.
   std::vector<uint8_t> picture();
 
   static constexpr int kWidth = 320;
   static constexpr int kHeight = 400;
   static constexpr int kTarget = 70;
-  int band() const { return options_.mains_hz == 0 ? 5 : 30; }
+  int band() const { return mains_hz_ == 0 ? 5 : 30; }
   CameraContext& context() { return *context_; }
   kxsim::SimulatedCamera& camera() const { return *camera_; }
 
  private:
-  const Options options_;
+  int mains_hz_ = 0;
+  kxsim::Lighting lighting_;
   double white_at_level_1_ = 1;
   std::shared_ptr<kxsim::SimulatedCamera> camera_;
   std::shared_ptr<CameraContext> context_;

@@ -53,6 +53,8 @@ class TriggeredStream : public testing::TestWithParam<const CameraModel*> {
     expect_silence();
   }
 
+  void expect_shots_at_any_time();
+
   std::optional<ExposureRun> run_;
 };
 
@@ -68,12 +70,15 @@ TEST_P(TriggeredStream, GivesOnePicturePerShotAndNoneWithout) {
   EXPECT_EQ(CameraTriggerShot(0), 0U);
   expect_triggered_frames(burst);
 
+  CameraSetSnapNum(0, 1);
+  expect_shots_at_any_time();
+
   ASSERT_EQ(CameraSetSnapMode(0, kFreeRunning), 0U);
   for (int frame = 0; frame < 10; ++frame) EXPECT_EQ(next_frame(), 10);
 }
 
-TEST_P(TriggeredStream, ShotsMayComeFastAndFromAnotherThread) {
-  ASSERT_EQ(CameraSetSnapMode(0, kTriggered), 0U);
+/// Shots faster than the frames, and one from another thread while a query waits.
+void TriggeredStream::expect_shots_at_any_time() {
   for (int shot = 0; shot < 10; ++shot) EXPECT_EQ(CameraTriggerShot(0), 0U);
   int frames = 0;
   for (auto frame = next_frame(); frame; frame = next_frame(100ms)) {
@@ -90,7 +95,7 @@ TEST_P(TriggeredStream, ShotsMayComeFastAndFromAnotherThread) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Sensor, TriggeredStream, testing::ValuesIn(exposable_models()),
-                         [](const auto& sensor) { return fmt::format("{:04X}", sensor.param->MID); });
+                         [](const auto& sensor) { return fmt::format("MID_{:X}", sensor.param->MID); });
 
 }  // namespace
 }  // namespace kxcam

@@ -50,7 +50,7 @@ TEST(CameraOptions, EveryKeyIsTaken) {
   const auto options = parse_camera_options(
       "5MP-C,serial=ABC,name=my "
       "cam,fw=0x8312,features=7,generic,bytes=1,blank,wp,fps=2.5,speed=high,eeprom=/x,"
-      "noise=0,fpn=0.02,dead=20,seed=99");
+      "noise=0,fpn=0.02,dead=20,seed=99,light=0.5,flicker=60,step=40:2.5");
   EXPECT_EQ(options.serial, "ABC");
   EXPECT_EQ(options.name, "my cam");
   EXPECT_EQ(options.firmware, 0x8312U);
@@ -63,6 +63,10 @@ TEST(CameraOptions, EveryKeyIsTaken) {
   EXPECT_EQ(options.fixed_pattern, 0.02);
   EXPECT_EQ(options.dead_pixels, 20);
   EXPECT_EQ(options.seed, 99U);
+  ASSERT_TRUE(options.lighting);
+  EXPECT_EQ(options.lighting->lamp.mains_hz, 60);
+  EXPECT_EQ(options.lighting->level_at(39), 0.5);
+  EXPECT_EQ(options.lighting->level_at(40), 2.5);
 }
 
 TEST(CameraOptions, MistakesAreNamed) {
@@ -70,7 +74,8 @@ TEST(CameraOptions, MistakesAreNamed) {
   EXPECT_THAT(complaint(""), HasSubstr("unknown model"));
   EXPECT_THAT(complaint("0x3500,colour=red"), AllOf(HasSubstr("colour"), HasSubstr("serial")));
   for (const char* bad : {"fps=fast", "fps=-1", "fps=nan", "fps=1e9", "serial=1234567890123", "serial",
-                          "fw=", "fw=12x", "features=65536", "dead=-1", "speed=low", "noise=yes", "name="}) {
+                          "fw=", "fw=12x", "features=65536", "dead=-1", "speed=low", "noise=yes",
+                          "name=", "light=-1", "flicker=mains", "step=40", "step=4.5:1", "step=4:x"}) {
     EXPECT_THAT(complaint(std::string("0x3500,") + bad), HasSubstr("expected")) << bad;
   }
 }
