@@ -25,6 +25,7 @@ ours >"$layer/before"
 inside sh -c 'dpkg --install /packages/*.deb'
 inside test -f /etc/kxusb.conf
 inside kxsim run --camera 3600 --conf /etc/kxusb.conf -- kxcam list | grep -q '0.3MP-C'
+# shellcheck disable=SC2016 # it is the inner shell that asks pkg-config
 inside sh -c 'cc -o /first_picture /usr/share/doc/libkxcam-dev/examples/first_picture.c $(pkg-config --cflags --libs kxcam)'
 inside kxsim run --camera 3600 -- /first_picture | head -c 2 | grep -q P6
 

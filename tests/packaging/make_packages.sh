@@ -4,4 +4,5 @@ set -eu
 rm -rf "$2"
 cpack --config "$1/CPackConfig.cmake" -B "$2"
 rm -r "$2/_CPack_Packages"
-[ "$(ls "$2" | grep -c '\.deb$')" -eq 4 ]
+set -- "$2"/*.deb
+[ $# -eq 4 ]
