@@ -16,7 +16,7 @@ constexpr std::array<std::string_view, 6> kShown = {
 constexpr int kWidth = 760;
 constexpr int kLabels = 260;
 constexpr int kBar = 16;
-constexpr double kUnit = 40;  // of OpenCV's demosaic
+constexpr double kUnit = 22;  // of OpenCV's demosaic
 
 std::string_view color_of(std::string_view maker) {
   if (maker == "scalar") return "#9aa5b1";

@@ -47,4 +47,26 @@ TEST(Stream, AnInterruptEndsItWithTheSummary) {
   }
 }
 
+TEST(Stream, GoesOnWithACameraThatComesBackOnAnotherPort) {
+  const Cameras loose{{"3600,fps=40"}, "unplug after 20 frames back after 800ms on port 3"};
+  const Result result = run(loose, {"stream", "--reconnect", "-n", "50", "--json"});
+  ASSERT_EQ(result.status, 0) << result.error;
+  const json stream = json::parse(result.output);
+  EXPECT_EQ(stream.at("frames"), 50);
+  EXPECT_EQ(stream.at("reconnects"), 1);
+  EXPECT_GT(stream.at("seconds_away"), 0.0);
+  EXPECT_THAT(result.error, HasSubstr("camera 0 is gone; waiting for it\ncamera 0 is back after"));
+  const Result without = run(loose, {"stream", "-n", "50", "--timeout", "600"});
+  EXPECT_EQ(without.status, 1);
+  EXPECT_THAT(without.error, HasSubstr("does not answer any more"));
+}
+
+TEST(Stream, WaitsForALostCameraNoLongerThanAskedFor) {
+  const Cameras lost{{"3600,fps=40"}, "unplug after 5 frames"};
+  const Result result = run(lost, {"stream", "--reconnect", "--seconds", "2"});
+  EXPECT_EQ(result.status, 1);
+  EXPECT_THAT(result.output, HasSubstr("is gone; waiting for it\n"));
+  EXPECT_THAT(result.output, HasSubstr("frames     5 ("));
+}
+
 }  // namespace

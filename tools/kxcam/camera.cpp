@@ -16,12 +16,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-int library_error() {
-  int code = 0;
-  CameraGetLastError(&code);
-  return code;
-}
-
 AttachedCamera find_camera(int index) {
   require_configuration();
   auto cameras = attached_cameras();
@@ -36,16 +30,8 @@ AttachedCamera find_camera(int index) {
 
 }  // namespace
 
-Camera::Camera(int index) : identity_(find_camera(index)) {
+Camera::Camera(int index) : OpenCamera(find_camera(index)) {
   if (CameraInit(index) != 0) throw open_error(index, library_error());
-}
-
-Camera::~Camera() {
-  CameraFree(index());
-}
-
-void Camera::require(const std::string& action, uint32_t status) const {
-  if (status != 0) throw camera_error(index(), action, library_error());
 }
 
 std::size_t Camera::frame_bytes(PixelFormat format) const {
@@ -58,6 +44,7 @@ std::size_t Camera::frame_bytes(PixelFormat format) const {
 // signal is noticed within half a second.
 int Camera::query(PixelFormat format, std::chrono::milliseconds limit, std::vector<uint8_t>& frame) const {
   const auto deadline = Clock::now() + limit;
+  CameraSetTimeout(index(), 0);
   frame.resize(frame_bytes(format));
   int size = static_cast<int>(frame.size());
   for (;;) {
@@ -81,6 +68,10 @@ Picture Camera::describe(PixelFormat format, const std::vector<uint8_t>& frame) 
 bool Camera::answers() const {
   int count = 0;
   return CameraGetResolutionCount(index(), &count) == 0;
+}
+
+bool Camera::come_back() const {
+  return CameraReconnect(index()) == 0;
 }
 
 }  // namespace kxcam

@@ -4,29 +4,19 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <string>
 #include <vector>
 
-#include "attached.h"
+#include "open_camera.h"
 #include "picture.h"
 #include "pixel_format.h"
 
 namespace kxcam {
 
-/// An open, streaming camera. It is closed when the object goes, whatever the reason.
-class Camera {
+/// An open, streaming camera.
+class Camera : public OpenCamera {
  public:
   /// Opens camera `index`; throws Error that tells why it cannot be.
   explicit Camera(int index);
-  ~Camera();
-  Camera(const Camera&) = delete;
-  Camera& operator=(const Camera&) = delete;
-
-  int index() const { return identity_.index; }
-  const AttachedCamera& identity() const { return identity_; }
-
-  /// Throws Error with the library's reason when `status` is a failure.
-  void require(const std::string& action, uint32_t status) const;
 
   /// Bytes of a frame in the format, as the camera is set now.
   std::size_t frame_bytes(PixelFormat format) const;
@@ -41,8 +31,8 @@ class Camera {
   /// Whether the camera still answers a request.
   bool answers() const;
 
- private:
-  AttachedCamera identity_;
+  /// Looks for the camera that was lost, on any port; false when it is not there (yet).
+  bool come_back() const;
 };
 
 }  // namespace kxcam

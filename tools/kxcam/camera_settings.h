@@ -6,9 +6,10 @@
 
 #include <CLI/App.hpp>
 
-namespace kxcam {
+#include "assignment.h"
+#include "open_camera.h"
 
-class Camera;
+namespace kxcam {
 
 /// What the user wants changed before the first frame; the rest stays as the camera has it.
 struct CameraSettings {
@@ -25,13 +26,18 @@ struct CameraSettings {
   std::optional<double> exposure_ms;
   std::optional<int> gain;
   bool auto_exposure = false;  ///< and gain
+  bool one_push = false;       ///< white balance, measured on the first picture
+  std::vector<Assignment> controls;
 
   bool changes_orientation() const { return mirror_x || mirror_y || rotate != 0; }
 };
 
+/// Options for all of them.
 void add_settings_options(CLI::App& command, CameraSettings& settings);
+/// Those for settings that act on the picture and not on the sensor, raw frames being as they are.
+void add_picture_options(CLI::App& command, CameraSettings& settings);
 
 /// Throws Error when the camera refuses one.
-void apply(const CameraSettings& settings, const Camera& camera);
+void apply(const CameraSettings& settings, const OpenCamera& camera);
 
 }  // namespace kxcam

@@ -22,6 +22,9 @@ void add_capture_command(CLI::App& app, Command& chosen);
 /// Three subcommands: controls, get and set.
 void add_control_commands(CLI::App& app, Command& chosen);
 void add_stream_command(CLI::App& app, Command& chosen);
+/// With subcommands save, load, store and reset.
+void add_params_command(CLI::App& app, Command& chosen);
+void add_develop_command(CLI::App& app, Command& chosen);
 
 /// Options that several commands have.
 void add_camera_option(CLI::App& command, int& index);

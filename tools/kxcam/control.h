@@ -7,7 +7,7 @@
 #include <string_view>
 #include <vector>
 
-#include "camera.h"
+#include "open_camera.h"
 
 namespace kxcam {
 
@@ -24,6 +24,10 @@ struct Control {
   std::optional<double> (*get)(int camera);
   /// Status of the library.
   uint32_t (*set)(int camera, double value);
+
+  /// What a reset makes of it; nothing where the control is but another view of one further on.
+  std::optional<double> neutral;
+  double stored_step = 1;  ///< what the camera's memory keeps is that much apart
 };
 
 std::span<const Control> all_controls();
@@ -41,8 +45,8 @@ std::string value_text(const Control& control, double value);
 std::string range_text(const Control& control);
 
 /// Throws Error when the camera does not offer the control.
-double read_control(const Camera& camera, const Control& control);
+double read_control(const OpenCamera& camera, const Control& control);
 /// Throws Error when the camera refuses the value.
-void write_control(const Camera& camera, const Control& control, double value);
+void write_control(const OpenCamera& camera, const Control& control, double value);
 
 }  // namespace kxcam

@@ -6,10 +6,10 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "assignment.h"
 #include "camera.h"
 #include "command.h"
 #include "control.h"
-#include "error.h"
 
 namespace kxcam {
 namespace {
@@ -19,20 +19,6 @@ struct Options {
   bool json = false;
   std::vector<std::string> arguments;
 };
-
-struct Assignment {
-  const Control* control;
-  double value;
-};
-
-Assignment parse_assignment(const std::string& text) {
-  const auto equals = text.find('=');
-  if (equals == std::string::npos) {
-    throw Error(ExitCode::kUsage, fmt::format("{} is no assignment", text), "Write NAME=VALUE.");
-  }
-  const Control& control = find_control(text.substr(0, equals));
-  return {.control = &control, .value = parse_value(control, text.substr(equals + 1))};
-}
 
 std::string assignment_text(const Camera& camera, const Control& control) {
   return fmt::format("{}={}\n", control.name, value_text(control, read_control(camera, control)));
@@ -50,8 +36,7 @@ void set(const Options& options, StandardOutput& output) {
   std::vector<Assignment> assignments;
   for (const std::string& text : options.arguments) assignments.push_back(parse_assignment(text));
   const Camera camera(options.camera);
-  for (const Assignment& assignment : assignments)
-    write_control(camera, *assignment.control, assignment.value);
+  write_assignments(camera, assignments);
   for (const Assignment& assignment : assignments) output.print(assignment_text(camera, *assignment.control));
 }
 

@@ -40,6 +40,12 @@ std::string usbfs_memory_limit() {
 
 }  // namespace
 
+int library_error() {
+  int code = 0;
+  CameraGetLastError(&code);
+  return code;
+}
+
 std::string error_text(int code) {
   switch (code) {
     case KXCAM_ERROR_INDEX:

@@ -10,6 +10,9 @@
 
 namespace kxcam {
 
+/// The code of the library's last failure.
+int library_error();
+
 /// What a code of the library's last_error means.
 std::string error_text(int code);
 

@@ -12,6 +12,7 @@
 #include "command.h"
 #include "configuration.h"
 #include "isp/kernels/cpu_level.h"
+#include "stored_settings.h"
 
 namespace kxcam {
 namespace {
@@ -49,6 +50,7 @@ struct Info {
   int depth = 0;
   int timeout = 0;
   Tone tone;
+  bool blank = false;  ///< nothing was ever stored in it
 };
 
 // The count comes from the device, which can claim any number up to 255.
@@ -90,6 +92,7 @@ Info read_info(const Camera& camera) {
   camera.require("reading the depth", CameraGetImageDepth(index, &info.depth));
   camera.require("reading the time-out", CameraGetTimeout(index, &info.timeout));
   info.tone = read_tone(camera);
+  info.blank = has_blank_settings(camera);
   return info;
 }
 
@@ -117,6 +120,7 @@ std::string as_json(const Info& info) {
                                        {"mirror_y", info.mirror_y},
                                        {"depth", info.depth},
                                        {"timeout_ms", info.timeout},
+                                       {"stored_settings", info.blank ? "blank" : "loaded"},
                                        {"tone",
                                         {{"gamma", info.tone.gamma},
                                          {"contrast", info.tone.contrast},
@@ -144,6 +148,7 @@ std::string as_text(const Info& info) {
       "resolutions      {}{}\n"
       "picture          {} x {}, mirror X {}, mirror Y {}\n"
       "time-out         {} ms\n"
+      "stored settings  {}\n"
       "gamma            {:.2f}\n"
       "contrast         {:.2f}\n"
       "saturation       {:.2f}\n"
@@ -154,8 +159,10 @@ std::string as_text(const Info& info) {
       info.identity.index, info.identity.name, info.identity.model_row, info.identity.product_id,
       info.identity.serial, info.firmware, info.maximum.width, info.maximum.height, info.depth,
       info.resolutions.size(), presets, info.picture.width, info.picture.height, info.mirror_x ? "on" : "off",
-      info.mirror_y ? "on" : "off", info.timeout, info.tone.gamma, info.tone.contrast, info.tone.saturation,
-      info.tone.black_level, info.tone.enhancement ? "on" : "off");
+      info.mirror_y ? "on" : "off", info.timeout,
+      info.blank ? "blank, nothing was ever stored; `kxcam params reset` stores the factory's" : "loaded",
+      info.tone.gamma, info.tone.contrast, info.tone.saturation, info.tone.black_level,
+      info.tone.enhancement ? "on" : "off");
 }
 
 void run(const Options& options, StandardOutput& output) {

@@ -32,6 +32,8 @@ constexpr const char* kExamples =
     "  kxcam stream --seconds 10                   frame rate and losses\n"
     "  kxcam controls                              every setting and its range\n"
     "  kxcam set gain=32 exposure-ms=5             change some\n"
+    "  kxcam params save line3.conf                all settings as a text file\n"
+    "  kxcam develop --model 3500 -o a.png a.raw   a picture of a raw frame\n"
     "\n"
     "Exit status: 0 success, 1 failure, 2 usage, 3 no such camera, 4 no permission,\n"
     "5 in use, 6 no configuration file, 7 no frame.";
@@ -51,6 +53,8 @@ void build(CLI::App& app, Command& chosen) {
   add_capture_command(app, chosen);
   add_stream_command(app, chosen);
   add_control_commands(app, chosen);
+  add_params_command(app, chosen);
+  add_develop_command(app, chosen);
   app.footer(kExamples);  // last, or every subcommand takes it over
 }
 

@@ -2,6 +2,7 @@
 #include <chrono>
 #include <memory>
 #include <optional>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -27,6 +28,7 @@ using std::chrono::milliseconds;
 // Errors other than a missing frame come at once and again and again: the stream is over.
 constexpr int kMostErrorsInARow = 10;
 constexpr milliseconds kPauseAfterError{10};
+constexpr milliseconds kPauseBetweenSearches{250};
 
 struct Options {
   int camera = 0;
@@ -35,6 +37,7 @@ struct Options {
   int timeout = kDefaultTimeoutMs;
   std::optional<PixelFormat> format;
   bool json = false;
+  bool reconnect = false;
   CameraSettings settings;
 };
 
@@ -51,6 +54,15 @@ class Reporter {
       line_.show(text);
     } else {
       output_.print(text + "\n");
+    }
+  }
+
+  void announce(const std::string& event) {
+    line_.show("");
+    if (silent_) {
+      fmt::print(stderr, "{}\n", event);
+    } else {
+      output_.print(event + "\n");
     }
   }
 
@@ -74,6 +86,7 @@ class Stream {
   void run(Reporter& reporter) {
     while (!finished()) {
       take_frame();
+      if (failure_ && options_.reconnect && !camera_.answers()) wait_for_return(reporter);
       reporter.report(statistics_, elapsed());
     }
   }
@@ -105,10 +118,12 @@ class Stream {
   }
 
   void note_silence() {
-    if (Clock::now() - quiet_since_ < milliseconds(options_.timeout)) return;
-    quiet_since_ = Clock::now();
-    statistics_.add_timeout();
-    if (!camera_.answers()) failure_ = camera_gone_error(camera_.index());
+    const bool too_long = Clock::now() - quiet_since_ >= milliseconds(options_.timeout);
+    if (too_long) {
+      quiet_since_ = Clock::now();
+      statistics_.add_timeout();
+    }
+    if ((too_long || options_.reconnect) && !camera_.answers()) failure_ = camera_gone_error(camera_.index());
   }
 
   void note_error(int code) {
@@ -118,6 +133,26 @@ class Stream {
     } else {
       std::this_thread::sleep_for(kPauseAfterError);
     }
+  }
+
+  /// Until the camera is back, the stream is to end anyway or the user interrupts it. The failure stays when
+  /// it is not back by then.
+  void wait_for_return(Reporter& reporter) {
+    const Error gone = *failure_;
+    const auto since = Clock::now();
+    reporter.announce(fmt::format("camera {} is gone; waiting for it", camera_.index()));
+    failure_.reset();
+    bool back = false;
+    while (!finished() && !(back = camera_.come_back())) std::this_thread::sleep_for(kPauseBetweenSearches);
+    if (!back) {
+      if (!interrupted()) failure_ = gone;
+      return;
+    }
+    const StreamStatistics::Seconds away = Clock::now() - since;
+    statistics_.add_absence(away);
+    errors_in_a_row_ = 0;
+    quiet_since_ = Clock::now();
+    reporter.announce(fmt::format("camera {} is back after {:.1f} s", camera_.index(), away.count()));
   }
 
   const Options& options_;
@@ -173,6 +208,8 @@ void add_stream_command(CLI::App& app, Command& chosen) {
       ->check(CLI::Range(1, 1'000'000'000).description(""));
   add_format_option(*command, options->format);
   add_timeout_option(*command, options->timeout);
+  command->add_flag("--reconnect", options->reconnect,
+                    "Go on when a camera that was lost is plugged in again, into any port");
   add_json_option(*command, options->json);
   add_settings_options(*command, options->settings);
   command->callback(

@@ -16,6 +16,11 @@ void StreamStatistics::add_frame(std::size_t bytes) {
   bytes_ += bytes;
 }
 
+void StreamStatistics::add_absence(Seconds duration) {
+  ++absences_;
+  absent_ += duration;
+}
+
 StreamStatistics::Rates StreamStatistics::rates(uint64_t frames, uint64_t bytes, Seconds elapsed) {
   const double seconds = elapsed.count();
   if (!(seconds > 0)) return {};
@@ -43,6 +48,7 @@ std::string StreamStatistics::summary(Seconds elapsed) const {
   for (const auto& [code, count] : errors_) {
     text += fmt::format("errors     {} (code {}: {})\n", count, code, error_text(code));
   }
+  if (absences_ > 0) text += fmt::format("reconnects {} ({:.1f} s away)\n", absences_, absent_.count());
   return text;
 }
 
@@ -56,6 +62,8 @@ nlohmann::ordered_json StreamStatistics::json(Seconds elapsed) const {
           {"bytes", bytes_},
           {"megabytes_per_second", all.megabytes},
           {"timeouts", timeouts_},
+          {"reconnects", absences_},
+          {"seconds_away", absent_.count()},
           {"errors", std::move(errors)}};
 }
 

@@ -19,6 +19,8 @@ class StreamStatistics {
   void add_frame(std::size_t bytes);
   void add_timeout() { ++timeouts_; }
   void add_error(int code) { ++errors_[code]; }
+  /// The camera was gone for so long.
+  void add_absence(Seconds duration);
 
   uint64_t frames() const { return frames_; }
 
@@ -39,6 +41,8 @@ class StreamStatistics {
   uint64_t frames_ = 0;
   uint64_t bytes_ = 0;
   uint64_t timeouts_ = 0;
+  uint64_t absences_ = 0;
+  Seconds absent_{0};
   std::map<int, uint64_t> errors_;  ///< by the library's code
 
   uint64_t shown_frames_ = 0;

@@ -1,0 +1,135 @@
+// SPDX-License-Identifier: Apache-2.0
+// Pictures of raw frames without a camera are those that the camera would have made.
+#include <filesystem>
+#include <fstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "saved_picture.h"
+#include "simulated_run.h"
+#include "temporary_folder.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+using testing::HasSubstr;
+
+// The scene stands still, so that every frame of it is the same.
+const Cameras kColour{{"3600,noise=0,fps=0,seed=3"}};
+const Cameras kMono12{{"369B,noise=0,fps=0"}};
+
+class Develop : public testing::Test {
+ protected:
+  std::string file(const std::string& name) const { return folder_.path() / name; }
+
+  static void succeed(const Result& result) { EXPECT_EQ(result.status, 0) << result.error; }
+
+  void capture(const Cameras& cameras, const std::string& name, std::vector<std::string> options = {}) {
+    options.insert(options.begin(), {"capture", "-o", file(name)});
+    succeed(run(cameras, options));
+  }
+
+  Result develop(std::vector<std::string> options) const {
+    options.insert(options.begin(), "develop");
+    return run_with_configuration("/nonexistent", options);
+  }
+
+  std::vector<int> png(const std::string& name) const { return read_png(read_file(file(name))).samples; }
+
+ private:
+  TemporaryFolder folder_;
+};
+
+TEST_F(Develop, MakesWhatTheCameraMakes) {
+  const std::vector<std::vector<std::string>> settings = {
+      {},
+      {"--gamma", "1.6", "--mirror-x", "--rotate", "90", "--set", "wb-red=1.5", "--set", "denoise=off"},
+      {"--one-push", "--saturation", "1.7", "--black-level", "12"},
+      {"--format", "grey", "--set", "rotate-90=on"}};
+  capture(kColour, "frame.raw");
+  for (const auto& options : settings) {
+    SCOPED_TRACE(testing::PrintToString(options));
+    capture(kColour, "expected.png", options);
+    std::vector<std::string> arguments = {"--model", "3600", file("frame.raw"), "-o", file("made.png")};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    succeed(develop(arguments));
+    EXPECT_EQ(png("made.png"), png("expected.png"));
+  }
+  capture(kMono12, "frame12.raw");
+  capture(kMono12, "expected.png");
+  succeed(develop({"--model", "369B", file("frame12.raw"), "-o", file("made.png")}));
+  EXPECT_EQ(png("made.png"), png("expected.png"));
+}
+
+TEST_F(Develop, PassesColoursThroughTheMatrix) {
+  capture(kColour, "frame.raw");
+  succeed(develop(
+      {"--model", "3600", file("frame.raw"), "-o", file("swapped.png"), "--matrix", "0,0,1,0,1,0,1,0,0"}));
+  succeed(develop({"--model", "3600", file("frame.raw"), "-o", file("plain.png")}));
+  const auto plain = png("plain.png");
+  auto swapped = png("swapped.png");
+  ASSERT_NE(swapped, plain);
+  for (size_t i = 0; i + 2 < swapped.size(); i += 3) std::swap(swapped[i], swapped[i + 2]);
+  EXPECT_EQ(swapped, plain);
+}
+
+TEST_F(Develop, TakesBatchesOfFilesWithSeveralFrames) {
+  capture(kColour, "one.raw");
+  std::ofstream(file("two.raw"), std::ios::binary)
+      << read_file(file("one.raw")) << read_file(file("one.raw"));
+  const Result result = develop(
+      {"--model", "3600", file("two.raw"), file("one.raw"), "-o", file("%02d.png"), "--format", "raw"});
+  succeed(result);
+  EXPECT_THAT(result.output, HasSubstr("03.png: 720 x 540 raw"));
+  EXPECT_EQ(png("03.png"), png("01.png"));
+  EXPECT_FALSE(fs::exists(file("04.png")));
+}
+
+TEST_F(Develop, TakesFramesOfAPartOfTheSensor) {
+  capture(kColour, "part.raw", {"--resolution", "1"});
+  capture(kColour, "expected.png", {"--resolution", "1"});
+  const std::vector<std::string> arguments = {
+      "--model", "3600", "--width", "360", "--height", "270", file("part.raw"), "-o", file("made.png")};
+  succeed(develop(arguments));
+  const SavedPicture made = read_png(read_file(file("made.png")));
+  const SavedPicture expected = read_png(read_file(file("expected.png")));
+  ASSERT_EQ(made.width, 360);
+  ASSERT_EQ(made.height, 270);
+  // The last column and row have other neighbours.
+  for (int y = 0; y < 268; ++y) {
+    const auto row = [&](const SavedPicture& picture) {
+      const auto* first = picture.samples.data() + size_t{360} * 3 * static_cast<size_t>(y);
+      return std::vector<int>(first, first + size_t{358} * 3);
+    };
+    ASSERT_EQ(row(made), row(expected)) << y;
+  }
+}
+
+TEST_F(Develop, RefusesWhatIsNoFrame) {
+  std::ofstream(file("short.raw")) << std::string(720 * 540 - 1, 'x');
+  std::ofstream(file("empty.raw"));
+  std::ofstream(file("whole.raw")) << std::string(720 * 540, 'x');
+  const std::pair<std::vector<std::string>, std::string> mistakes[] = {
+      {{"--model", "3600", file("short.raw")}, "holds 388799 bytes, and a frame has 388800"},
+      {{"--model", "3600", file("empty.raw")}, "holds 0 bytes"},
+      {{"--model", "3501", file("whole.raw")}, "there is no model 3501"},
+      {{"--model", "0.3MP-M", file("whole.raw")}, "several models are called 0.3MP-M"},
+      {{"--model", "3600", "--width", "721", file("whole.raw")}, "721 x 540"},
+      {{"--model", "3600", "--width", "722", file("whole.raw")}, "722 x 540"},
+      {{"--model", "3600", "--width", "360", "--one-push", file("whole.raw")}, "whole sensor"},
+      {{"--model", "3600", "--width", "360", "--set", "mirror-x=on", file("whole.raw")}, "whole sensor"},
+      {{"--model", "3600", "--set", "gain=3", "--set", "gamma=3", file("whole.raw")}, "0.3..2"},
+      {{"--model", "3600", "--matrix", "1,0,0", file("whole.raw")}, "--matrix"},
+      {{file("whole.raw")}, "--model"}};
+  for (auto [arguments, answer] : mistakes) {
+    arguments.insert(arguments.end(), {"-o", file("x.png")});
+    const Result result = develop(arguments);
+    EXPECT_EQ(result.status, 2) << answer;
+    EXPECT_THAT(result.error, HasSubstr(answer));
+    EXPECT_FALSE(fs::exists(file("x.png")));
+  }
+  EXPECT_EQ(develop({"--model", "3600", file("nosuch"), "-o", file("x.png")}).status, 1);
+}
+
+}  // namespace

@@ -1,0 +1,144 @@
+// SPDX-License-Identifier: Apache-2.0
+// Settings that are kept: in a file, and in the memory of a camera between runs.
+#include <fstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "saved_picture.h"
+#include "simulated_run.h"
+#include "temporary_folder.h"
+
+namespace {
+
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+class Params : public testing::Test {
+ protected:
+  std::string file(const std::string& name) const { return folder_.path() / name; }
+
+  /// A camera that keeps its memory from one run to the next.
+  Cameras camera(const std::string& options = "3500", const std::string& memory = "memory") const {
+    return {{options + ",eeprom=" + file(memory)}};
+  }
+
+  std::string write(const std::string& name, const std::string& text) const {
+    std::ofstream(file(name)) << text;
+    return file(name);
+  }
+
+  static std::string output_of(const Cameras& cameras, const std::vector<std::string>& arguments) {
+    const Result result = run(cameras, arguments);
+    EXPECT_EQ(result.status, 0) << testing::PrintToString(arguments) << '\n' << result.error;
+    return result.output;
+  }
+
+  /// The settings of a camera without the lines that say which one it is.
+  static std::string settings_of(const Cameras& cameras) {
+    const std::string text = output_of(cameras, {"params", "save", "-"});
+    return text.substr(text.find("\n\n"));
+  }
+
+ private:
+  TemporaryFolder folder_;
+};
+
+TEST_F(Params, AFileCarriesAllSettingsToAnotherCamera) {
+  // Hundredths that binary fractions miss, and a target that the black level is taken from at every open.
+  output_of(camera(), {"params", "store", "gain=33", "gamma=1.14", "saturation=0.29", "target=60",
+                       "black-level=10", "frame-rate=8.2", "mirror-x=on", "rotate-90=on", "wb-red=3",
+                       "trigger=on", "exposure=70000", "denoise=off", "anti-flicker=60hz"});
+  output_of(camera(), {"params", "save", file("a.conf")});
+  const std::string text = read_file(file("a.conf"));
+  EXPECT_THAT(text, AllOf(HasSubstr("\ngain               = 33          # 1..255\n"),
+                          HasSubstr("\ngamma              = 1.14        # 0.3..2\n"),
+                          HasSubstr("\ntarget             = 60          # levels, 0..255\n"),
+                          HasSubstr("\nexposure           = 70000       # lines, "),
+                          HasSubstr("\nrotate-90          = on          # off|on\n"),
+                          HasSubstr("# global-reset       this camera has none\n"),
+                          HasSubstr("serial KXSIM0000001"), Not(HasSubstr("exposure-ms"))));
+
+  const Cameras other = camera("3500", "other");
+  ASSERT_NE(settings_of(other), settings_of(camera()));
+  output_of(other, {"params", "load", file("a.conf")});
+  EXPECT_EQ(settings_of(other), settings_of(camera())) << "in the next run";
+  output_of(other, {"params", "load", file("a.conf")});
+  EXPECT_EQ(settings_of(other), settings_of(camera())) << "nothing drifts";
+}
+
+TEST_F(Params, AFileMayBeShortAndForAnotherModel) {
+  const auto name =
+      write("b.conf", "# by hand\r\n\r\n  gain=12 # louder\r\nglobal-reset = on\nmirror-y = on");
+  EXPECT_THAT(output_of(camera(), {"params", "load", name}), HasSubstr("global-reset left out"));
+  EXPECT_EQ(output_of(camera(), {"get", "gain", "mirror-y", "exposure"}),
+            "gain=12\nmirror-y=on\nexposure=5\n");
+}
+
+TEST_F(Params, AMistakeIsReportedWithItsLineAndNothingChanges) {
+  const std::string before = settings_of(camera());
+  const std::pair<std::string, std::string> mistakes[] = {
+      {"gain = 3\ncolour = 7\n", "x.conf:2: there is no control colour"},
+      {"gain = 3\n\n# gain\ntarget = 256\n", "x.conf:4: 256 is no value of target\nGive 0..255."},
+      {"gain = 3\ngain = 4\n", "x.conf:2: gain has a value already\nIt is in line 1."},
+      {"gain = 3\nhello\n", "x.conf:2: hello is no assignment"},
+      {"gain =\n", "x.conf:1: nothing is no value of gain"},
+      {"exposure-ms = 3\n", "x.conf:1: exposure-ms has no place in a file"},
+      {std::string(70'000, '#'), "too long"}};
+  for (const auto& [text, answer] : mistakes) {
+    const Result result = run(camera(), {"params", "load", write("x.conf", text)});
+    EXPECT_EQ(result.status, 2) << answer;
+    EXPECT_THAT(result.error, HasSubstr(answer));
+  }
+  EXPECT_EQ(run(camera(), {"params", "load", file("nosuch")}).status, 1);
+  EXPECT_EQ(run(camera(), {"params", "load", "/"}).status, 1);
+  EXPECT_EQ(run(camera(), {"params", "store", "gain=3", "gamma=9"}).status, 2);
+  EXPECT_EQ(settings_of(camera()), before);
+}
+
+TEST_F(Params, ResetPutsABlankCameraRight) {
+  const Cameras blank = camera("3500,blank");
+  const auto stored = [&] {
+    return nlohmann::json::parse(output_of(blank, {"info", "--json"}))["stored_settings"];
+  };
+  EXPECT_EQ(stored(), "blank");
+  EXPECT_THAT(output_of(blank, {"info"}), HasSubstr("kxcam params reset"));
+  output_of(blank, {"params", "reset"});
+  EXPECT_EQ(stored(), "loaded");
+  EXPECT_EQ(
+      output_of(blank, {"get", "mirror-x", "mirror-y", "rotate-90", "auto-exposure", "strobe", "delay"}),
+      "mirror-x=off\nmirror-y=off\nrotate-90=off\nauto-exposure=off\nstrobe=on\ndelay=0\n");
+}
+
+TEST_F(Params, TheSlotsAreApart) {
+  output_of(camera(), {"params", "store", "--slot", "1", "gain=99"});
+  EXPECT_EQ(output_of(camera(), {"get", "gain"}), "gain=16\n");
+  EXPECT_THAT(output_of(camera(), {"params", "save", "-", "--slot", "1"}), HasSubstr("= 99 "));
+}
+
+TEST_F(Params, SettingsThatTheCameraDoesNotKeepAreNamed) {
+  const Result protected_memory = run(camera("3500,wp"), {"params", "store", "gain=44", "mirror-x=on"});
+  EXPECT_EQ(protected_memory.status, 1);
+  EXPECT_THAT(protected_memory.error, HasSubstr("did not keep gain, mirror-x\n"));
+  const Result too_large = run(camera(), {"params", "store", "delay=70000"});
+  EXPECT_THAT(too_large.error, HasSubstr("did not keep delay\n"));
+  EXPECT_EQ(run(camera(), {"params", "store", "target=250", "black-level=10"}).status, 2);
+}
+
+// Whatever mixture of old and new settings a power cut leaves, the camera opens and a file puts it right.
+TEST_F(Params, AFilePutsACameraRightAfterAPowerCut) {
+  const auto name = write("c.conf", "gain = 120\nexposure = 300\nframe-rate = 5\nmirror-x = on\n");
+  for (const int bytes : {0, 3, 40}) {
+    Cameras dying = camera();
+    dying.faults = "eeprom dies after " + std::to_string(bytes);
+    EXPECT_EQ(run(dying, {"params", "load", name}).status, 1) << bytes;
+    output_of(camera(), {"params", "load", name});
+    EXPECT_EQ(output_of(camera(), {"get", "gain", "exposure", "frame-rate", "mirror-x"}),
+              "gain=120\nexposure=300\nframe-rate=5\nmirror-x=on\n");
+    output_of(camera(), {"params", "reset"});
+  }
+}
+
+}  // namespace
