@@ -44,7 +44,7 @@ done
 c++ -std=c++17 -pedantic -Wall -Werror -o "$work/by-pkg-config/first_picture_cpp" "$examples/first_picture.cpp" $flags
 test_examples "$work/by-pkg-config"
 
-cmake -S "$examples" -B "$work/by-cmake" -DCMAKE_PREFIX_PATH="$prefix" >"$work/log"
+cmake -G Ninja -S "$examples" -B "$work/by-cmake" -DCMAKE_PREFIX_PATH="$prefix" >"$work/log"
 grep -q "kxcam_DIR:PATH=$prefix/" "$work/by-cmake/CMakeCache.txt"
 cmake --build "$work/by-cmake" >"$work/log"
 test_examples "$work/by-cmake"
@@ -59,4 +59,4 @@ if(kxcam_FOUND OR NOT kxcam_CONSIDERED_VERSIONS)
   message(FATAL_ERROR "version 2 was asked for, and found: '${kxcam_FOUND}', of '${kxcam_CONSIDERED_VERSIONS}'")
 endif()
 END
-cmake -S "$work/newer" -B "$work/newer/build" -DCMAKE_PREFIX_PATH="$prefix" >"$work/log"
+cmake -G Ninja -S "$work/newer" -B "$work/newer/build" -DCMAKE_PREFIX_PATH="$prefix" >"$work/log"
