@@ -14,8 +14,8 @@
 #include <nlohmann/json.hpp>
 #include <opencv2/core.hpp>
 
-#include "chart.h"
 #include "contenders.h"
+#include "report.h"
 
 namespace kxcam::bench {
 namespace {
@@ -25,6 +25,7 @@ struct Options {
   bool quick = false;
   std::string json;
   std::string chart;
+  std::string table;
 };
 
 void flush(const std::vector<uint8_t>& bytes) {
@@ -97,6 +98,7 @@ void run(const Options& options) {
     for (const Result& result : all) json.push_back(as_json(result));
     std::ofstream(options.json) << json.dump(2) << '\n';
   }
+  if (!options.table.empty()) std::ofstream(options.table) << table(all);
   if (!options.chart.empty()) std::ofstream(options.chart) << chart(all);
 }
 
@@ -109,6 +111,7 @@ int main(int argc, char** argv) {
   app.add_option("--rounds", options.rounds, "Runs of every contender")->check(CLI::Range(3, 1000));
   app.add_flag("--quick", options.quick, "The smaller frame size only");
   app.add_option("--json", options.json, "File for the ratios");
+  app.add_option("--table", options.table, "File for a table of them (Markdown)");
   app.add_option("--chart", options.chart, "File for a picture of them (SVG)");
   CLI11_PARSE(app, argc, argv);
   kxcam::bench::run(options);

@@ -71,18 +71,20 @@ enum kxcam_format {
 
 /** Settings of a virtual camera; see CameraInitVirtual(). */
 typedef struct ISPParam {
-  double ccm[9];                          /**< colour matrix, row-major; row = output R, G, B */
-  double gamma;                           /**< 0.3..2.0 */
-  double saturation;                      /**< 0.0..2.0 */
-  double contrast;                        /**< 0.3..2.0 */
-  double wb_gain_r, wb_gain_g, wb_gain_b; /**< 0.0..3.0 */
-  int32_t black_level;                    /**< 0..255 */
-  uint8_t rotate;                         /**< switches: 0 off, else on */
-  uint8_t mirror_x;
-  uint8_t mirror_y;
-  uint8_t enhancement;
-  uint8_t fpn;
-  uint8_t denoise;
+  double ccm[9];       /**< colour matrix, row-major; row = output R, G, B */
+  double gamma;        /**< 0.3..2.0 */
+  double saturation;   /**< 0.0..2.0 */
+  double contrast;     /**< 0.3..2.0 */
+  double wb_gain_r;    /**< white-balance gain of red, 0.0..3.0 */
+  double wb_gain_g;    /**< of green */
+  double wb_gain_b;    /**< of blue */
+  int32_t black_level; /**< 0..255 */
+  uint8_t rotate;      /**< 90 degrees clockwise; this and all below: 0 off, else on */
+  uint8_t mirror_x;    /**< left to right */
+  uint8_t mirror_y;    /**< top to bottom */
+  uint8_t enhancement; /**< `ccm` instead of the identity */
+  uint8_t fpn;         /**< even out the fixed pattern */
+  uint8_t denoise;     /**< remove single bright pixels */
 } ISPParam;
 
 /** Code of the last failure of any call in this process (#kxcam_error); -1 until then. */
@@ -141,7 +143,8 @@ KXCAM_API uint32_t CameraGetLastError(int* error);
  * stored in, is passed over. Of the stored switches none is: in such a camera all of them are on, mirror
  * and rotation among them. Settings that cannot be loaded do not fail the call. Takes about half a second on
  * the models that are reset at open. Errors: 1; 6 when the index is open already; 5 on an empty bus; 4 when
- * the camera is not there or its model is unknown. Exclusive. */
+ * the camera is not there or its model is unknown. A missing configuration file or a device that may not be
+ * opened fails without a code. Exclusive. */
 KXCAM_API uint32_t CameraInit(int camera);
 
 /** @brief Opens a camera for register access only: no frame buffers, no reader thread, no streaming.

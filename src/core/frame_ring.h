@@ -11,6 +11,7 @@
 #include <span>
 
 #include "core/frame_geometry.h"
+#include "sync/fair_mutex.h"
 
 namespace kxcam {
 
@@ -79,7 +80,7 @@ class FrameRing {
 
   size_t buffer_size_;
   std::array<Slot, kHostBufferCount> slots_;
-  std::mutex query_mutex_;  ///< serialises consumers for the whole of their wait
+  FairMutex query_mutex_;   ///< serialises consumers for the whole of their wait
   std::mutex state_mutex_;  ///< guards the states of the slots and the indices
   int write_index_ = 0;
   int read_index_ = 0;

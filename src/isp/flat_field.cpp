@@ -21,6 +21,10 @@ void replace_first(std::vector<double>& table, std::span<const double> entries) 
   std::ranges::copy(entries, table.begin());
 }
 
+float rounded(double entry) {
+  return static_cast<float>(entry);
+}
+
 double entry_at(std::span<const double> table, int64_t i) {
   return i >= 0 && i < std::ssize(table) ? table[static_cast<size_t>(i)] : 0.0;
 }
@@ -30,11 +34,15 @@ double entry_at(std::span<const double> table, int64_t i) {
 FlatField::FlatField(const SensorSize& sensor)
     : column_table_a_(static_cast<size_t>(sensor.width)),
       column_table_b_(static_cast<size_t>(sensor.width)),
-      row_table_(static_cast<size_t>(sensor.height)) {}
+      row_table_(static_cast<size_t>(sensor.height)),
+      rounded_table_a_(column_table_a_.size()),
+      rounded_table_b_(column_table_b_.size()) {}
 
 void FlatField::set_columns(std::span<const double> even_rows, std::span<const double> odd_rows) {
   replace_first(column_table_a_, even_rows);
   replace_first(column_table_b_, odd_rows);
+  std::ranges::transform(column_table_a_, rounded_table_a_.begin(), rounded);
+  std::ranges::transform(column_table_b_, rounded_table_b_.begin(), rounded);
   find_out_if_flat();
 }
 

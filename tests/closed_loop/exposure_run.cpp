@@ -76,6 +76,8 @@ ExposureRun::ExposureRun(const CameraModel& model, const Options& options) {
   kxsim::VirtualBus::instance().unplug_all();
   kxsim::VirtualBus::instance().plug(camera_);
   must(CameraInit(kCamera), "CameraInit");
+  constexpr int kPatienceMs = 30'000;  // the first frame has the full size
+  must(CameraSetTimeout(kCamera, kPatienceMs), "CameraSetTimeout");
   context_ = context_at(kCamera);
   must(CameraSetGain(kCamera, 16), "CameraSetGain");
   must(CameraSetExposure(kCamera, options.first_exposure), "CameraSetExposure");

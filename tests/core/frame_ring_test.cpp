@@ -42,12 +42,12 @@ TEST_F(FrameRingTest, BuffersHoldTwoBytesAPixelAndTheSlackOfATransfer) {
 
 TEST_F(FrameRingTest, WriterWaitsForABufferUntilOneIsReleasedOrItIsStopped) {
   for (int i = 0; i < kHostBufferCount; ++i) fill();
+  const uint64_t start = GetTickCount();
   std::thread consumer([&] {
     const int i = take().value();
     sysdelay(20);
     ring_.release(i);
   });
-  const uint64_t start = GetTickCount();
   EXPECT_EQ(ring_.wait_for_free_buffer(running_), 0);
   EXPECT_GE(GetTickCount() - start, 19U);
   consumer.join();

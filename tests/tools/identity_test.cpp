@@ -66,6 +66,19 @@ TEST(Info, DescribesTheCamera) {
   EXPECT_THAT(text.output, HasSubstr("8310"));
 }
 
+TEST(Info, TellsWhetherTheInstructionSetIsTheOneAskedFor) {
+  const Cameras cameras{{"369B"}};
+  const auto info_under = [&](const std::string& wish) {
+    const Result result = run_shell(cameras, "KXCAM_CPU=" + wish + " \"$KXCAM\" info --json");
+    EXPECT_EQ(result.status, 0) << result.error;
+    return json::parse(result.output);
+  };
+  const json scalar = info_under("scalar");
+  EXPECT_EQ(scalar.at("instructions"), "scalar");
+  EXPECT_EQ(scalar.at("instructions_refused"), false);
+  EXPECT_EQ(info_under("abacus").at("instructions_refused"), true);
+}
+
 // The camera's memory is not to be trusted with the terminal.
 TEST(List, ShowsNoControlCharactersOfTheCamera) {
   const Result result = run({{"3600,name=a\033[2Jb"}}, {"list"});

@@ -38,4 +38,9 @@ void write_frame_length(CameraContext& camera, int64_t lines) {
   isp_write(camera, kFrameLengthHigh, static_cast<uint32_t>(lines >> 16));
 }
 
+void write_blanking(CameraContext& camera, uint32_t reg, uint32_t blanking) {
+  const FrameGeometry geometry = camera.geometry;
+  sccb_write(camera, reg, static_cast<uint32_t>(geometry.frame_height) + blanking);
+}
+
 }  // namespace kxcam

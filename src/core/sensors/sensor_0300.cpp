@@ -2,7 +2,7 @@
 #include "core/camera_context.h"
 #include "core/last_error.h"
 #include "core/sensor_family.h"
-#include "core/sensors/gain_stages.h"
+#include "core/sensors/doubler_gain.h"
 #include "core/sensors/line_clock.h"
 #include "core/sensors/register_sequence.h"
 #include "core/sensors/snapshot_register.h"

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/camera_context.h"
 #include "core/sensor_family.h"
-#include "core/sensors/gain_stages.h"
+#include "core/sensors/doubler_gain.h"
 #include "core/sensors/line_clock.h"
 #include "core/sensors/mode_bits.h"
 #include "core/sensors/register_sequence.h"

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/camera_context.h"
 #include "core/sensor_family.h"
+#include "core/sensors/frame_length.h"
 #include "core/sensors/line_clock.h"
 #include "core/sensors/line_length_register.h"
 #include "core/sensors/register_sequence.h"
@@ -39,11 +40,6 @@ bool write_loop_gain(CameraContext& camera, int32_t gain) {
   return sccb_write(camera, kGlobalGain, g > 32 ? (g + 42) << 7 | 32 : 74U << 7 | (g - 1));
 }
 
-void write_delay(CameraContext& camera, int32_t lines) {
-  const FrameGeometry geometry = camera.geometry;
-  sccb_write(camera, kFrameLength, static_cast<uint32_t>(lines) + geometry.frame_height + kLeastBlanking);
-}
-
 }  // namespace
 
 extern const SensorFamily sensor_0510{
@@ -56,7 +52,7 @@ extern const SensorFamily sensor_0510{
     .write_gain = write_gain,
     .write_loop_exposure = write_value<kShutterLines>,
     .write_loop_gain = write_loop_gain,
-    .write_delay = write_delay,
+    .write_delay = delay_by_blanking<kFrameLength, kLeastBlanking>,
     .switch_trigger = switch_streaming_bit,
 };
 

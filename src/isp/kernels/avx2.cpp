@@ -67,6 +67,23 @@ struct Avx2 {
   }
   static Bytes equal(Bytes a, Bytes b) { return _mm256_cmpeq_epi8(a, b); }
 
+  /// Does nothing and returns false if rounding might matter. The minimum of 1000 and what is no number is
+  /// the latter, in this order of operands, and becomes a negative integer.
+  static bool flatten16_rounded(uint8_t* p, float gain, const float* columns) {
+    const __m128i raw = load16(p);
+    const Rounded first = flatten8_rounded(raw, gain, columns);
+    const Rounded second = flatten8_rounded(_mm_srli_si128(raw, 8), gain, columns + 8);
+    const __m256i sure = _mm256_and_si256(_mm256_cmpeq_epi32(first.low, first.high),
+                                          _mm256_cmpeq_epi32(second.low, second.high));
+    if (_mm256_movemask_epi8(sure) != -1) return false;
+    const __m256i words =
+        _mm256_permute4x64_epi64(_mm256_packs_epi32(first.low, second.low), _MM_SHUFFLE(3, 1, 2, 0));
+    const __m128i flat = _mm_packus_epi16(_mm256_castsi256_si128(words), _mm256_extracti128_si256(words, 1));
+    const __m128i saturated = _mm_cmpeq_epi8(raw, _mm_set1_epi8(-1));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(p), _mm_or_si128(flat, saturated));
+    return true;
+  }
+
   static void flatten16(uint8_t* p, double gain, const double* columns) {
     const __m128i raw = load16(p);
     const __m128i quarters[4] = {flatten4(raw, gain, columns),
@@ -141,6 +158,19 @@ struct Avx2 {
 
  private:
   static __m128i load16(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+
+  struct Rounded {
+    __m256i low;
+    __m256i high;
+  };
+
+  static Rounded flatten8_rounded(__m128i levels, float gain, const float* columns) {
+    const __m256 gains = _mm256_sub_ps(_mm256_set1_ps(gain), _mm256_loadu_ps(columns));
+    const __m256 product = _mm256_mul_ps(gains, _mm256_cvtepi32_ps(_mm256_cvtepu8_epi32(levels)));
+    const __m256 flat = _mm256_min_ps(_mm256_set1_ps(1000), product);
+    return {_mm256_cvttps_epi32(_mm256_sub_ps(flat, _mm256_set1_ps(kRoundingError))),
+            _mm256_cvttps_epi32(_mm256_add_ps(flat, _mm256_set1_ps(kRoundingError)))};
+  }
 
   /// The maximum of what is no number and 0 is 0, in this order of operands.
   static __m128i flatten4(__m128i levels, double gain, const double* columns) {

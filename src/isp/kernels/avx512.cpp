@@ -1,5 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Needs AVX-512 BW and VBMI.
+#if defined(__GNUC__) && !defined(__clang__)
+// gcc's own headers leave registers undefined on purpose, and it warns of them where they are inlined.
+#pragma GCC diagnostic ignored "-Wuninitialized"
+#pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
+#endif
+
 #include <immintrin.h>
 
 #include "isp/kernels/vector_kernels.h"
@@ -78,6 +84,20 @@ struct Avx512 {
   static Bytes maximum(Bytes a, Bytes b) { return _mm512_max_epu8(a, b); }
   static bool any_above(Bytes a, Bytes b) { return _mm512_cmpgt_epu8_mask(a, b) != 0; }
   static Bytes equal(Bytes a, Bytes b) { return _mm512_movm_epi8(_mm512_cmpeq_epi8_mask(a, b)); }
+
+  /// Does nothing and returns false if rounding might matter. The minimum of 1000 and what is no number is
+  /// the latter, in this order of operands, and becomes a negative integer.
+  static bool flatten16_rounded(uint8_t* p, float gain, const float* columns) {
+    const __m512i wide = _mm512_cvtepu8_epi32(load16(p));
+    const __m512 gains = _mm512_sub_ps(_mm512_set1_ps(gain), _mm512_loadu_ps(columns));
+    const __m512 flat = _mm512_min_ps(_mm512_set1_ps(1000), _mm512_mul_ps(gains, _mm512_cvtepi32_ps(wide)));
+    const __m512i low = _mm512_cvttps_epi32(_mm512_sub_ps(flat, _mm512_set1_ps(kRoundingError)));
+    const __m512i high = _mm512_cvttps_epi32(_mm512_add_ps(flat, _mm512_set1_ps(kRoundingError)));
+    if (_mm512_cmpneq_epi32_mask(low, high) != 0) return false;
+    const __mmask16 below_255 = _mm512_cmplt_epi32_mask(wide, _mm512_set1_epi32(255));
+    _mm512_mask_cvtusepi32_storeu_epi8(p, below_255, _mm512_max_epi32(low, _mm512_setzero_si512()));
+    return true;
+  }
 
   static void flatten16(uint8_t* p, double gain, const double* columns) {
     const __m128i raw = load16(p);

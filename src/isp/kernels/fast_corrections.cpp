@@ -25,9 +25,11 @@ bool fast_corrections(const RowKernels& kernels, const MutableImageView& frame, 
   }
   const auto row_of = [&](int32_t y) { return frame.row(y).data(); };
   const auto flatten = [&](int32_t y) {
-    const auto columns = (y & 1) == 0 ? field->column_table_a() : field->column_table_b();
-    kernels.flatten(row_of(y), width, 1.0 - field->row_table()[static_cast<size_t>(y0 + y)],
-                    columns.data() + x0);
+    const bool even = (y & 1) == 0;
+    const double gain = 1.0 - field->row_table()[static_cast<size_t>(y0) + static_cast<size_t>(y)];
+    const double* columns = (even ? field->column_table_a() : field->column_table_b()).data() + x0;
+    const float* rounded = (even ? field->rounded_table_a() : field->rounded_table_b()).data() + x0;
+    kernels.flatten(row_of(y), width, gain, columns, rounded);
   };
   // A row is despeckled as soon as the second row below it is flat.
   constexpr int32_t kReach = 2;

@@ -20,6 +20,11 @@ namespace {
 /// Pictures from this size on are written past the caches.
 constexpr size_t kStreamedBytes = size_t{1} << 20;
 
+/// Every second column.
+uint16_t columns_from(int first) {
+  return first == 0 ? kEvenColumns : kOddColumns;
+}
+
 /// Memory that begins at a cache line; none when there is none left.
 class WorkMemory {
  public:
@@ -45,17 +50,17 @@ struct Output {
   int bytes_per_pixel;
 };
 
-/// A picture in the making: the rows that are worked on, and the sum of the samples that count for the
-/// mean level.
+/// A picture in the making.
 class Picture {
  public:
-  Picture(const RowKernels& kernels, const ImageView& raw, const IndexMap& map, const Output& output)
+  Picture(const RowKernels& kernels, const ImageView& raw, const OrientedFrame& frame,
+          const WorkRowWindow::Counted& counted, const Output& output)
       : kernels_(kernels),
         output_(output),
-        frame_(map),
+        frame_(frame),
         stride_(work_row_stride(frame_.columns.size)),
         memory_(WorkRowWindow::memory_size(frame_) + 3 * stride_),
-        window_(kernels, raw, frame_, memory_.data() + 3 * stride_) {}
+        window_(kernels, raw, frame_, counted, memory_.data() + 3 * stride_) {}
 
   bool has_memory() const { return memory_.data() != nullptr; }
   const OrientedFrame& frame() const { return frame_; }
@@ -64,12 +69,8 @@ class Picture {
   int height() const { return frame_.rows.size; }
   uint8_t* plane(int i) const { return memory_.data() + i * stride_ + kRowMargin; }
 
-  /// Makes row `y` and its neighbours available and counts the samples of `columns`.
-  void enter_row(int y, uint16_t columns) {
-    window_.advance_to(std::min(y + 1, height() - 1));
-    const int samples = columns == kAllColumns ? width() : (width() + (columns == kEvenColumns ? 1 : 0)) / 2;
-    sum_ += uint64_t{255} * samples - kernels_.sum(row(y), width(), columns);
-  }
+  /// Makes row `y` and its neighbours available.
+  void enter_row(int y) { window_.advance_to(std::min(y + 1, height() - 1)); }
 
   const uint8_t* row(int y) const { return window_.row(y); }
   WorkRows rows_around(int y) const { return {row(y - 1), row(y), row(y + 1)}; }
@@ -86,7 +87,7 @@ class Picture {
     output_.finish_row(*output_.finish, task);
   }
 
-  int32_t mean(int weight) const { return static_cast<int32_t>(sum_ * weight / height() / width()); }
+  int32_t mean(int weight) const { return static_cast<int32_t>(window_.sum() * weight / height() / width()); }
 
  private:
   const RowKernels& kernels_;
@@ -95,7 +96,6 @@ class Picture {
   size_t stride_;
   WorkMemory memory_;
   WorkRowWindow window_;
-  uint64_t sum_ = 0;
 };
 
 void arrange_curve(const RowKernels& kernels, const Curve& curve, Lookup& lookup) {
@@ -140,7 +140,7 @@ RowTask inner_row(const Picture& picture, int own, int green_x, int y) {
   RowTask task{};
   task.interpolate = true;
   task.rows = picture.rows_around(y);
-  task.green_columns = green_x == 0 ? kEvenColumns : kOddColumns;
+  task.green_columns = columns_from(green_x);
   task.own_is_first = own == 0;
   border_pixel(picture, own, green_x, 0, y, task.border_pixels[0]);
   border_pixel(picture, own, green_x, picture.width() - 1, y, task.border_pixels[1]);
@@ -150,13 +150,15 @@ RowTask inner_row(const Picture& picture, int own, int green_x, int y) {
 /// `red_channel`: 0, or 2 for B, G, R bytes.
 std::optional<int32_t> demosaic(const RowKernels& kernels, BayerPhase raw_phase, const ImageView& raw,
                                 const IndexMap& map, int red_channel, const Output& output) {
-  Picture picture(kernels, raw, map, output);
+  const OrientedFrame frame(map);
+  const BayerPhase phase = frame.turn(raw_phase);
+  Picture picture(kernels, raw, frame, {columns_from(phase.green_x(0)), columns_from(phase.green_x(1))},
+                  output);
   if (!picture.has_memory()) return std::nullopt;
-  const BayerPhase phase = picture.frame().turn(raw_phase);
   for (int y = 0; y < picture.height(); ++y) {
     const int green_x = phase.green_x(y);
     const int own = phase.red_row(y) ? red_channel : 2 - red_channel;
-    picture.enter_row(y, green_x == 0 ? kEvenColumns : kOddColumns);
+    picture.enter_row(y);
     const auto make_row = picture.is_border_row(y) ? border_row : inner_row;
     picture.write_row(y, make_row(picture, own, green_x, y));
   }
@@ -233,11 +235,11 @@ std::optional<int32_t> fast_mono_color(const RowKernels& kernels, const FrameSet
   const PixelLayout layout(format);
   Finish finish;
   arrange_curve(kernels, settings.curves->mono_curve, finish.lookups[0]);
-  Picture picture(kernels, raw, settings.index_map,
+  Picture picture(kernels, raw, OrientedFrame(settings.index_map), {kAllColumns, kAllColumns},
                   {of_pixel(kernels.mono, layout), &finish, out, layout.bytes});
   if (!picture.has_memory()) return std::nullopt;
   for (int y = 0; y < picture.height(); ++y) {
-    picture.enter_row(y, kAllColumns);
+    picture.enter_row(y);
     picture.write_row(y, picture.is_border_row(y) ? mono_row(picture, y) : smoothed_row(picture, y));
   }
   _mm_sfence();
@@ -249,10 +251,11 @@ std::optional<int32_t> fast_mono_grey(const RowKernels& kernels, const FrameSett
   if (!has_shape_of(settings.index_map, raw)) return std::nullopt;
   Finish finish;
   arrange_curve(kernels, settings.curves->mono_curve, finish.lookups[0]);
-  Picture picture(kernels, raw, settings.index_map, {kernels.mono_grey, &finish, out, 1});
+  Picture picture(kernels, raw, OrientedFrame(settings.index_map), {kAllColumns, kAllColumns},
+                  {kernels.mono_grey, &finish, out, 1});
   if (!picture.has_memory()) return std::nullopt;
   for (int y = 0; y < picture.height(); ++y) {
-    picture.enter_row(y, kAllColumns);
+    picture.enter_row(y);
     picture.write_row(y, mono_row(picture, y));
   }
   _mm_sfence();

@@ -68,8 +68,9 @@ struct FinishColors {
 /// the processor's average rounds up and on complements that truncates; they have kRowMargin on both
 /// sides, whose content is of no consequence. Raw rows and output are touched within their bounds only.
 struct RowKernels {
-  /// Multiplies the samples below 255 of a raw row by gain - columns[x], truncated and clamped to bytes.
-  void (*flatten)(uint8_t* row, int width, double gain, const double* columns);
+  /// Multiplies the samples below 255 of a raw row by gain - columns[x], truncated and clamped to bytes;
+  /// `rounded` are the columns as floats.
+  void (*flatten)(uint8_t* row, int width, double gain, const double* columns, const float* rounded);
   /// Darkens the speckles among the samples first .. last - 1 of a raw row, from left to right; above and
   /// below are the second rows from it.
   void (*despeckle)(const uint8_t* above, uint8_t* row, const uint8_t* below, int first, int last);
@@ -77,15 +78,16 @@ struct RowKernels {
   /// Arranges a table for the kernels below.
   void (*arrange)(const uint8_t* table, Lookup& lookup);
 
-  /// Complemented copy of a raw row, from left to right or from right to left.
-  void (*copy_row)(const uint8_t* raw, int width, uint8_t* row);
-  void (*reverse_row)(const uint8_t* raw, int width, uint8_t* row);
+  /// Complemented copy of a raw row, from left to right or from right to left. Returns the sum of the raw
+  /// samples that `counted` columns of the copy come from.
+  uint64_t (*copy_row)(const uint8_t* raw, int width, uint16_t counted, uint8_t* row);
+  uint64_t (*reverse_row)(const uint8_t* raw, int width, uint16_t counted, uint8_t* row);
   /// `columns` raw columns as work rows of `width` samples: sample x of row i comes from
   /// raw[x * raw_stride + i] and goes to rows[i * row_stride + x].
   void (*transpose)(const uint8_t* raw, ptrdiff_t raw_stride, int width, int columns, uint8_t* rows,
                     ptrdiff_t row_stride);
 
-  /// Sum of the complemented samples of some columns.
+  /// Sum of the samples of a work row, complemented as they are, in some columns.
   uint64_t (*sum)(const uint8_t* row, int width, uint16_t columns);
 
   // Bilinear demosaic, then:

@@ -62,6 +62,26 @@ struct Ssse3 {
   }
   static Bytes equal(Bytes a, Bytes b) { return _mm_cmpeq_epi8(a, b); }
 
+  /// Does nothing and returns false if rounding might matter. The minimum of 1000 and what is no number is
+  /// the latter, in this order of operands, and becomes a negative integer.
+  static bool flatten16_rounded(uint8_t* p, float gain, const float* columns) {
+    const Bytes raw = load(p);
+    const Bytes zero = _mm_setzero_si128();
+    const Bytes halves[2] = {_mm_unpacklo_epi8(raw, zero), _mm_unpackhi_epi8(raw, zero)};
+    Bytes sure = set8(0xFF);
+    Bytes flat[2];
+    for (int i = 0; i < 2; ++i) {
+      const Rounded first = flatten4_rounded(_mm_unpacklo_epi16(halves[i], zero), gain, columns + 8 * i);
+      const Rounded second = flatten4_rounded(_mm_unpackhi_epi16(halves[i], zero), gain, columns + 8 * i + 4);
+      sure = _mm_and_si128(sure, _mm_and_si128(_mm_cmpeq_epi32(first.low, first.high),
+                                               _mm_cmpeq_epi32(second.low, second.high)));
+      flat[i] = _mm_packs_epi32(first.low, second.low);
+    }
+    if (_mm_movemask_epi8(sure) != 0xFFFF) return false;
+    store(p, _mm_or_si128(_mm_packus_epi16(flat[0], flat[1]), equal(raw, set8(0xFF))));
+    return true;
+  }
+
   static void flatten16(uint8_t* p, double gain, const double* columns) {
     const Bytes raw = load(p);
     const Bytes zero = _mm_setzero_si128();
@@ -124,6 +144,18 @@ struct Ssse3 {
   }
 
  private:
+  struct Rounded {
+    Bytes low;
+    Bytes high;
+  };
+
+  static Rounded flatten4_rounded(Bytes levels, float gain, const float* columns) {
+    const __m128 gains = _mm_sub_ps(_mm_set1_ps(gain), _mm_loadu_ps(columns));
+    const __m128 flat = _mm_min_ps(_mm_set1_ps(1000), _mm_mul_ps(gains, _mm_cvtepi32_ps(levels)));
+    return {_mm_cvttps_epi32(_mm_sub_ps(flat, _mm_set1_ps(kRoundingError))),
+            _mm_cvttps_epi32(_mm_add_ps(flat, _mm_set1_ps(kRoundingError)))};
+  }
+
   static Bytes flatten4(Bytes levels, double gain, const double* columns) {
     const Bytes upper = _mm_shuffle_epi32(levels, _MM_SHUFFLE(1, 0, 3, 2));
     return _mm_unpacklo_epi64(flatten2(levels, gain, columns), flatten2(upper, gain, columns + 2));

@@ -29,10 +29,11 @@ size_t WorkRowWindow::memory_size(const OrientedFrame& frame) {
 }
 
 WorkRowWindow::WorkRowWindow(const RowKernels& kernels, const ImageView& raw, const OrientedFrame& frame,
-                             uint8_t* memory)
+                             const Counted& counted, uint8_t* memory)
     : kernels_(kernels),
       raw_(raw),
       frame_(frame),
+      counted_(counted),
       first_slot_(memory + kRowMargin),
       stride_(work_row_stride(frame.columns.size)) {}
 
@@ -54,7 +55,7 @@ void WorkRowWindow::advance_to(int y) {
 
 void WorkRowWindow::load_row(int y) {
   const auto load = frame_.columns.mirrored ? kernels_.reverse_row : kernels_.copy_row;
-  load(raw_.row(frame_.rows.flipped(y)).data(), raw_.width(), slot(y));
+  sum_ += load(raw_.row(frame_.rows.flipped(y)).data(), raw_.width(), counted_[y & 1], slot(y));
 }
 
 WorkRowWindow::Ahead WorkRowWindow::ahead_of(int y) const {
@@ -78,6 +79,14 @@ void WorkRowWindow::load_strip(int first) {
   const uint8_t* raw = raw_.row(frame_.columns.flipped(0)).data() + frame_.rows.flipped(up ? last : first);
   kernels_.transpose(raw, frame_.columns.mirrored ? -raw_step : raw_step, frame_.columns.size, count,
                      slot(up ? last : first), up ? -row_step : row_step);
+  for (int y = first; y <= last; ++y) add_up(y);
+}
+
+void WorkRowWindow::add_up(int y) {
+  const int width = frame_.columns.size;
+  const uint16_t counted = counted_[y & 1];
+  const int samples = counted == kAllColumns ? width : (width + (counted == kEvenColumns ? 1 : 0)) / 2;
+  sum_ += uint64_t{255} * samples - kernels_.sum(row(y), width, counted);
 }
 
 }  // namespace kxcam

@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 
+#include <cmath>
+
 #include "core/auto_exposure.h"
 #include "core/isp_flags.h"
 #include "device/vendor_request.h"
@@ -68,7 +70,7 @@ class LoopWrites : public SensorTest {
     parameter.isp_flags = kFrameRateFree | kAutoGain;
     parameter.gain = 1;
     // Twice the exposure is the share of a frame that asks for this gain.
-    parameter.exposure = static_cast<int>((gain - 3.5) * 960 / 28 / 2 + 0.5);
+    parameter.exposure = static_cast<int>(std::lround((gain - 3.5) * 960 / 28 / 2));
     return run(200, gain, parameter.gain);
   }
 

@@ -18,6 +18,9 @@ struct Result {
   double spread;
 };
 
+/// The timings with cold input as a table in Markdown: a row for a task and its maker, columns for each size.
+std::string table(const std::vector<Result>& results);
+
 /// Bars of the main tasks at every level for the first size with cold input, as SVG.
 std::string chart(const std::vector<Result>& results);
 

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "chart.h"
+#include "report.h"
 
+#include <algorithm>
 #include <array>
 #include <string_view>
+#include <utility>
 
 #include <fmt/format.h>
 
@@ -14,7 +16,7 @@ constexpr std::array<std::string_view, 6> kShown = {
 constexpr int kWidth = 760;
 constexpr int kLabels = 260;
 constexpr int kBar = 16;
-constexpr double kUnit = 40;  // of OpenCV's demosaic
+constexpr double kUnit = 22;  // of OpenCV's demosaic
 
 std::string_view color_of(std::string_view maker) {
   if (maker == "scalar") return "#9aa5b1";
@@ -25,6 +27,31 @@ std::string_view color_of(std::string_view maker) {
 }
 
 }  // namespace
+
+std::string table(const std::vector<Result>& results) {
+  std::vector<std::pair<int, int>> sizes;
+  for (const Result& r : results) {
+    const std::pair size(r.width, r.height);
+    if (std::ranges::find(sizes, size) == sizes.end()) sizes.push_back(size);
+  }
+  std::string heads = "| | by |";
+  std::string rule = "|---|---|";
+  for (const auto& [width, height] : sizes) {
+    heads += fmt::format(" {0} x {1}: x demosaic | x memcpy |", width, height);
+    rule += "---|---|";
+  }
+  std::string rows;
+  for (const Result& first : results) {
+    if (!first.cold || std::pair(first.width, first.height) != sizes.front()) continue;
+    rows += fmt::format("| {} | {} |", first.task, first.maker);
+    for (const Result& r : results) {
+      if (!r.cold || r.task != first.task || r.maker != first.maker) continue;
+      rows += fmt::format(" {:.2f} | {:.2f} |", r.to_demosaic, r.to_copy);
+    }
+    rows += "\n";
+  }
+  return heads + "\n" + rule + "\n" + rows;
+}
 
 std::string chart(const std::vector<Result>& results) {
   std::string bars;

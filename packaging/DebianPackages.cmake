@@ -1,0 +1,60 @@
+# Four packages, one per component: `cpack` in the build folder makes those that were built.
+set(packages_lib libkxcam${PROJECT_VERSION_MAJOR})
+set(packages_dev libkxcam-dev)
+set(packages_tools kxcam-tools)
+set(packages_sim kxcam-sim)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_COMPONENTS_ALL lib dev)
+if(TARGET kxcam_tool)
+  list(APPEND CPACK_COMPONENTS_ALL tools)
+endif()
+if(TARGET kxsim)
+  list(APPEND CPACK_COMPONENTS_ALL sim)
+endif()
+foreach(component IN LISTS CPACK_COMPONENTS_ALL)
+  string(TOUPPER ${component} key)
+  set(CPACK_DEBIAN_${key}_PACKAGE_NAME ${packages_${component}})
+  install(FILES ${PROJECT_SOURCE_DIR}/LICENSE DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${packages_${component}}
+          RENAME copyright COMPONENT ${component})
+endforeach()
+
+set(CPACK_PACKAGE_NAME kxcam)
+set(CPACK_PACKAGE_VENDOR kxcam)
+set(CPACK_PACKAGE_CONTACT "kxcam maintainers <maintainers@kxcam.example>")
+# The configuration file lies outside the prefix.
+set(CPACK_SET_DESTDIR ON)
+set(CPACK_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "") # each package has its own
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_COMPONENTS_GROUPING IGNORE)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+# The tool needs a library that comes from a package beside its own.
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/src)
+set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
+
+set(CPACK_COMPONENT_LIB_DESCRIPTION
+    "driver library for industrial USB cameras\nFinds, opens, configures and reads the cameras, and turns raw frames into pictures.")
+set(CPACK_DEBIAN_LIB_PACKAGE_SECTION libs)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
+set(CPACK_DEBIAN_LIB_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/debian/conffiles)
+
+set(CPACK_COMPONENT_DEV_DESCRIPTION
+    "driver library for industrial USB cameras - development files\nHeader, pkg-config file, CMake package, guide and examples.")
+set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEV_PACKAGE_SHLIBDEPS OFF)
+# pkg-config wants to see what the library needs itself, too.
+set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "${packages_lib} (= ${PROJECT_VERSION}), libusb-1.0-0-dev")
+
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION
+    "look at, take and measure pictures of industrial USB cameras\nThe command kxcam.")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION graphics)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${packages_lib} (>= ${PROJECT_VERSION})")
+
+set(CPACK_COMPONENT_SIM_DESCRIPTION
+    "simulated industrial USB cameras\nThe command kxsim runs any program against simulated cameras, without hardware or root.")
+set(CPACK_DEBIAN_SIM_PACKAGE_SECTION devel)
+include(CPack)

@@ -1,0 +1,559 @@
+/* SPDX-License-Identifier: Apache-2.0 */
+/* Every exported function from C99: at an index where nothing is open, on a camera and on a virtual one. */
+#include <stdio.h>
+#include <stdlib.h>
+#include <string.h>
+
+#include <kxcam/kxcam.h>
+
+#include "simulated_bus.h"
+
+enum { WIDTH = 720, HEIGHT = 540, PRODUCT_ID = 0x3600, UNTOUCHED = -77 };
+#define CAMERA_OPTIONS "3600,serial=EVERYONE0001,name=bench,features=5,fps=0,noise=0"
+
+/* How a call ends: 0, or the code of its failure; KXCAM_ERROR_NONE_YET when it fails without one. */
+enum outcome {
+  DONE = 0,
+  SILENT = KXCAM_ERROR_NONE_YET,
+  ARGUMENT = KXCAM_ERROR_ARGUMENT,
+  NOT_OPEN = KXCAM_ERROR_NOT_OPEN,
+  NO_DEVICE = KXCAM_ERROR_NO_DEVICE,
+  IN_USE = KXCAM_ERROR_IN_USE,
+  UNSUPPORTED = KXCAM_ERROR_NOT_SUPPORTED
+};
+
+enum stage { CLOSED, LIVE, VIRTUAL };
+static const char* const stage_names[] = {"closed", "live", "virtual"};
+
+static enum stage stage;
+static int failures = 0;
+
+static void expect(bool condition, const char* function, const char* what) {
+  if (condition) return;
+  printf("%s camera: %s: %s (last_error %d)\n", stage_names[stage], function, what, last_error);
+  ++failures;
+}
+
+static void forget_errors(void) {
+  last_error = KXCAM_ERROR_NONE_YET;
+}
+
+static bool ended(uint32_t result, enum outcome outcome) {
+  return outcome == DONE ? result == 0 : result == 1 && last_error == (int)outcome;
+}
+
+/* What is expected at this stage: `live` and `without_device` where something is open. */
+static enum outcome at_stage(enum outcome live, enum outcome without_device) {
+  if (stage == CLOSED) return NOT_OPEN;
+  return stage == LIVE ? live : without_device;
+}
+
+/* --- Settings: what was set is what one gets, twice, so that it was not there by chance. --- */
+
+#define SETTING(noun) #noun, CameraSet##noun, CameraGet##noun
+
+struct integer_setting {
+  const char* name;
+  uint32_t (*set)(int, int);
+  uint32_t (*get)(int, int*);
+  int values[2];
+  enum outcome set_without_device;
+  enum outcome get_without_device;
+};
+
+static const struct integer_setting integer_settings[] = {
+    {SETTING(ResolutionMode), {0, 1}, NO_DEVICE, DONE},
+    {SETTING(LineHeight), {3, 2}, DONE, DONE},
+    {SETTING(LineTrigger), {1, 0}, DONE, DONE},
+    {SETTING(Timeout), {700, 50000}, DONE, DONE},
+    {SETTING(Interpolation), {1, 0}, DONE, DONE},
+    {SETTING(BlackLevel), {9, 0}, DONE, DONE},
+    {SETTING(Exposure), {40, 90}, NO_DEVICE, DONE},
+    {SETTING(Gain), {20, 16}, DONE, DONE},
+    {SETTING(AdvancedGain), {2, 0}, DONE, DONE},
+    {SETTING(AETarget), {90, 70}, DONE, DONE},
+    {SETTING(AntiFlicker), {1, 2}, DONE, DONE},
+    {SETTING(Delay), {5, 0}, NO_DEVICE, NO_DEVICE},
+    {SETTING(SnapNum), {3, 1}, NO_DEVICE, DONE},
+    {SETTING(StrobePolarity), {0, 1}, DONE, DONE},
+    {SETTING(TriggerDelay), {120, 0}, DONE, UNSUPPORTED},
+    {SETTING(StrobeDelay), {130, 0}, DONE, UNSUPPORTED},
+    {SETTING(StrobeDuration), {140, 0}, DONE, UNSUPPORTED},
+    {SETTING(DebouncerTime), {15, 0}, DONE, UNSUPPORTED},
+    {SETTING(SnapMode), {2, 1}, NO_DEVICE, DONE},
+};
+
+static void check_integer_setting(int camera, const struct integer_setting* setting) {
+  const enum outcome set = at_stage(DONE, setting->set_without_device);
+  const enum outcome get = at_stage(DONE, setting->get_without_device);
+  for (int i = 0; i < 2; ++i) {
+    int value = UNTOUCHED;
+    forget_errors();
+    expect(ended(setting->set(camera, setting->values[i]), set), setting->name, "set");
+    forget_errors();
+    expect(ended(setting->get(camera, &value), get), setting->name, "get");
+    if (set == DONE && get == DONE) expect(value == setting->values[i], setting->name, "another value");
+    if (get != DONE) expect(value == UNTOUCHED, setting->name, "a failed getter wrote its output");
+  }
+}
+
+struct real_setting {
+  const char* name;
+  uint32_t (*set)(int, double);
+  uint32_t (*get)(int, double*);
+};
+
+static const struct real_setting real_settings[] = {
+    {SETTING(Gamma)},
+    {SETTING(Contrast)},
+    {SETTING(Saturation)},
+};
+
+static void check_real_setting(int camera, const struct real_setting* setting) {
+  static const double values[] = {1.5, 1.0};
+  const enum outcome outcome = at_stage(DONE, DONE);
+  for (int i = 0; i < 2; ++i) {
+    double value = UNTOUCHED;
+    forget_errors();
+    expect(ended(setting->set(camera, values[i]), outcome), setting->name, "set");
+    forget_errors();
+    expect(ended(setting->get(camera, &value), outcome), setting->name, "get");
+    expect(value == (outcome == DONE ? values[i] : UNTOUCHED), setting->name, "another value");
+  }
+}
+
+struct switch_setting {
+  const char* name;
+  uint32_t (*set)(int, bool);
+  uint32_t (*get)(int, bool*);
+  bool false_on_failure;
+  enum outcome set_without_device;
+  enum outcome get_without_device;
+};
+
+static const struct switch_setting switch_settings[] = {
+    {SETTING(MirrorX), true, DONE, DONE},
+    {SETTING(MirrorY), true, DONE, DONE},
+    {SETTING(AEC), true, DONE, DONE},
+    {SETTING(AGC), true, DONE, DONE},
+    {SETTING(AWB), true, DONE, DONE},
+    {SETTING(Enhancement), true, DONE, DONE},
+    {SETTING(Highspeed), true, NO_DEVICE, DONE},
+    {SETTING(GlobalReset), true, DONE, UNSUPPORTED},
+    {SETTING(Denoise), false, DONE, DONE},
+    {SETTING(FPN), false, DONE, DONE},
+    {"Strobe", CameraEnableStrobe, CameraGetStrobe, false, DONE, SILENT},
+};
+
+static void check_switch_setting(int camera, const struct switch_setting* setting) {
+  const enum outcome set = at_stage(DONE, setting->set_without_device);
+  const enum outcome get = at_stage(DONE, setting->get_without_device);
+  for (int i = 0; i < 2; ++i) {
+    const bool on = i == 0;
+    bool state = !on;
+    forget_errors();
+    expect(ended(setting->set(camera, on), set), setting->name, "set");
+    forget_errors();
+    expect(ended(setting->get(camera, &state), get), setting->name, "get");
+    if (set == DONE && get == DONE) expect(state == on, setting->name, "another state");
+    if (get != DONE && setting->false_on_failure) expect(!state, setting->name, "a failed getter says on");
+  }
+}
+
+/* --- All else: each function makes its call, checks its outputs and returns the result. --- */
+
+static void expect_output(uint32_t result, int value, int right, const char* function) {
+  expect(value == (result == 0 ? right : UNTOUCHED), function, "output");
+}
+
+static uint32_t firm_version(int camera) {
+  int version = UNTOUCHED;
+  const uint32_t result = CameraGetFirmVersion(camera, &version);
+  expect_output(result, version, stage == LIVE ? 0x8310 : 0, __func__);
+  return result;
+}
+
+static uint32_t trigger_polarity(int camera) {
+  bool active_high = true;
+  uint32_t result = CameraSetTriggerPolarity(camera, 0);
+  if (result != 0) return result;
+  result = CameraGetTriggerPolarity(camera, &active_high);
+  expect(!active_high, __func__, "another state");
+  return result;
+}
+
+static uint32_t get_trigger_polarity(int camera) {
+  bool active_high = true;
+  return CameraGetTriggerPolarity(camera, &active_high);
+}
+
+static uint32_t frame_rate(int camera) {
+  return CameraSetFrameRate(camera, false, 12.5);
+}
+
+static uint32_t get_frame_rate(int camera) {
+  bool fixed = true;
+  double fps = UNTOUCHED;
+  const uint32_t result = CameraGetFrameRate(camera, &fixed, &fps);
+  if (stage == LIVE) expect(!fixed && fps == 12.5, __func__, "another rate");
+  return result;
+}
+
+static uint32_t resolution_count(int camera) {
+  int count = UNTOUCHED;
+  const uint32_t result = CameraGetResolutionCount(camera, &count);
+  expect(result == 0 ? count >= 1 : count == UNTOUCHED, __func__, "output");
+  return result;
+}
+
+static uint32_t resolution_max(int camera) {
+  int width = UNTOUCHED;
+  int height = UNTOUCHED;
+  const uint32_t result = CameraGetResolutionMax(camera, &width, &height);
+  expect_output(result, width, WIDTH, __func__);
+  expect_output(result, height, HEIGHT, __func__);
+  return result;
+}
+
+static uint32_t resolution(int camera) {
+  int width = UNTOUCHED;
+  int height = UNTOUCHED;
+  const uint32_t result = CameraGetResolution(camera, 0, &width, &height);
+  expect_output(result, width, WIDTH, __func__);
+  expect_output(result, height, HEIGHT, __func__);
+  return result;
+}
+
+static uint32_t select_resolution(int camera) {
+  int width = UNTOUCHED;
+  int height = UNTOUCHED;
+  const uint32_t result = CameraSetResolution(camera, 0, &width, &height);
+  expect_output(result, width, WIDTH, __func__);
+  expect_output(result, height, HEIGHT, __func__);
+  return result;
+}
+
+static uint32_t image_size(int camera) {
+  int width = UNTOUCHED;
+  int height = UNTOUCHED;
+  const uint32_t result = CameraGetImageSize(camera, &width, &height);
+  expect_output(result, width, WIDTH, __func__);
+  expect_output(result, height, HEIGHT, __func__);
+  return result;
+}
+
+static uint32_t region(int camera) {
+  int width = UNTOUCHED;
+  int height = UNTOUCHED;
+  const uint32_t result = CameraSetROI(camera, 64, 32, 320, 256);
+  if (result != 0) return result;
+  CameraGetImageSize(camera, &width, &height);
+  expect(width == 320 && height == 256, __func__, "another size");
+  return CameraSetResolution(camera, 0, NULL, NULL);
+}
+
+static uint32_t quarter_turn(int camera) {
+  int width = UNTOUCHED;
+  int height = UNTOUCHED;
+  const uint32_t result = CameraSetRotate(camera, 90);
+  if (result != 0) return result;
+  CameraGetImageSize(camera, &width, &height);
+  expect(width == HEIGHT && height == WIDTH, __func__, "the picture is not turned");
+  return CameraSetRotate(camera, 90);
+}
+
+static uint32_t image_depth(int camera) {
+  int bits = UNTOUCHED;
+  const uint32_t result = CameraGetImageDepth(camera, &bits);
+  expect_output(result, bits, 8, __func__);
+  return result;
+}
+
+static uint32_t image_buffer_size(int camera) {
+  int size = UNTOUCHED;
+  const uint32_t result = CameraGetImageBufferSize(camera, &size, KXCAM_FORMAT_COLOR);
+  expect_output(result, size, WIDTH * HEIGHT * 3, __func__);
+  return result;
+}
+
+static uint32_t isp_image_buffer_size(int camera) {
+  int size = UNTOUCHED;
+  const uint32_t result =
+      CameraGetISPImageBufferSize(camera, &size, 100, 50, KXCAM_FORMAT_COLOR | KXCAM_FORMAT_32BIT);
+  expect_output(result, size, 100 * 50 * 4, __func__);
+  return result;
+}
+
+static uint8_t picture[WIDTH * HEIGHT * 4];
+static uint8_t raw[WIDTH * HEIGHT];
+
+static bool has_content(const uint8_t* bytes, size_t size) {
+  for (size_t i = 1; i < size; ++i) {
+    if (bytes[i] != bytes[0]) return true;
+  }
+  return false;
+}
+
+static uint32_t query_raw(int camera) {
+  int size = WIDTH * HEIGHT;
+  const uint32_t result = CameraQueryImage(camera, raw, &size, KXCAM_FORMAT_RAW);
+  expect(has_content(raw, sizeof raw) == (stage != CLOSED && result == 0), __func__, "the frame");
+  return result;
+}
+
+static uint32_t query_in_ring(int camera) {
+  int size = WIDTH * HEIGHT;
+  int place = UNTOUCHED;
+  const uint32_t result = CameraQueryImage2(camera, raw, &size, &place, KXCAM_FORMAT_GREY);
+  expect(result == 0 ? place >= 0 && place <= 4 : place == UNTOUCHED, __func__, "place in the ring");
+  memset(raw, 0, sizeof raw);
+  return result;
+}
+
+static uint32_t query_words(int camera) {
+  int pixels = WIDTH * HEIGHT;
+  uint32_t* words = calloc((size_t)pixels, sizeof *words);
+  if (words == NULL) abort();
+  const uint32_t result = CameraQueryImageLV(camera, words, &pixels, KXCAM_FORMAT_COLOR);
+  expect(has_content((const uint8_t*)words, sizeof picture) == (result == 0), __func__, "the picture");
+  free(words);
+  return result;
+}
+
+static uint32_t develop(int camera) {
+  memset(picture, 0, sizeof picture);
+  memset(raw, 200, sizeof raw / 2);
+  const uint32_t result = CameraISP(camera, raw, picture, WIDTH, HEIGHT, KXCAM_FORMAT_COLOR);
+  const size_t last = (size_t)WIDTH * HEIGHT * 3 - 1;
+  expect(result == 0 ? picture[0] > 100 && picture[last] < 50 : picture[0] == 0, __func__, "the picture");
+  memset(raw, 0, sizeof raw);
+  return result;
+}
+
+static uint32_t mean_level(int camera) {
+  int level = UNTOUCHED;
+  const uint32_t result = CameraGetAvg(camera, &level);
+  expect(result == 0 ? level >= 0 && level <= 255 : level == UNTOUCHED, __func__, "output");
+  return result;
+}
+
+static uint32_t exposure_unit(int camera) {
+  double milliseconds = UNTOUCHED;
+  const uint32_t result = CameraGetExposureUnit(camera, &milliseconds);
+  expect(result == 0 ? milliseconds >= 0 && milliseconds < 1 : milliseconds == UNTOUCHED, __func__, "output");
+  return result;
+}
+
+static uint32_t exposure_time(int camera) {
+  int lines = 0;
+  double unit = 0;
+  double milliseconds = UNTOUCHED;
+  const uint32_t result = CameraGetExposureTime(camera, &milliseconds);
+  if (result != 0) return result;
+  CameraGetExposure(camera, &lines);
+  CameraGetExposureUnit(camera, &unit);
+  expect(milliseconds == lines * unit, __func__, "not lines times unit");
+  return result;
+}
+
+static uint32_t white_balance_gains(int camera) {
+  return CameraSetWBGain(camera, 1.5, 1.0, 2.0);
+}
+
+static uint32_t get_white_balance_gains(int camera) {
+  double r = UNTOUCHED;
+  double g = UNTOUCHED;
+  double b = UNTOUCHED;
+  const uint32_t result = CameraGetWBGain(camera, &r, &g, &b);
+  expect(result == 0 ? r == 1.5 && g == 1.0 && b == 2.0 : r == UNTOUCHED, __func__, "output");
+  return result;
+}
+
+static uint32_t lookup_table(int camera) {
+  static const uint8_t table[] = {3, 1, 4};
+  return CameraSetLUT(camera, table, 3);
+}
+
+static uint32_t get_lookup_table(int camera) {
+  uint8_t table[] = {0, 0, 0, 9};
+  int length = 3;
+  const uint32_t result = CameraGetLUT(camera, table, &length);
+  static const uint8_t stored[] = {3, 1, 4, 9};
+  expect((memcmp(table, stored, sizeof stored) == 0) == (result == 0), __func__, "output");
+  return result;
+}
+
+static uint32_t software_trigger(int camera) {
+  CameraSetSnapMode(camera, 2);
+  forget_errors();
+  const uint32_t result = CameraTriggerShot(camera);
+  const int code = last_error;
+  CameraSetSnapMode(camera, 1);
+  last_error = code;
+  return result;
+}
+
+static uint32_t drive_lines(int camera) {
+  return CameraSetGPIO(camera, 0x03, 0x01);
+}
+
+static uint32_t read_lines(int camera) {
+  int lines = UNTOUCHED;
+  const uint32_t result = CameraGetGPIO(camera, &lines);
+  expect(result == 0 ? lines >= 0 && lines <= 255 : lines == UNTOUCHED, __func__, "output");
+  return result;
+}
+
+static uint32_t save_settings(int camera) {
+  return CameraSaveParameter(camera, 1);
+}
+
+static uint32_t load_settings(int camera) {
+  int gain = 0;
+  CameraSetGain(camera, 55);
+  forget_errors();
+  const uint32_t result = CameraLoadParameter(camera, 1);
+  if (result != 0) return result;
+  CameraGetGain(camera, &gain);
+  expect(gain == 16, __func__, "the stored gain is not back");
+  return result;
+}
+
+static uint32_t serial_number(int camera) {
+  char serial[13] = "";
+  const uint32_t result = CameraReadSerialNumber(camera, serial, sizeof serial);
+  const char* right = result == 0 && stage == LIVE ? "EVERYONE0001" : "";
+  expect(strcmp(serial, right) == 0, __func__, "output");
+  return result;
+}
+
+static uint32_t user_data(int camera) {
+  return CameraWriteUserData(camera, "bay 7", 5);
+}
+
+static uint32_t read_user_data(int camera) {
+  char data[6] = "";
+  const uint32_t result = CameraReadUserData(camera, data, 5);
+  expect(strcmp(data, result == 0 ? "bay 7" : "") == 0, __func__, "output");
+  return result;
+}
+
+struct operation {
+  const char* name;
+  uint32_t (*call)(int);
+  enum outcome without_device;
+};
+
+static const struct operation operations[] = {
+    {"FirmVersion", firm_version, DONE},
+    {"Reset", CameraReset, DONE},
+    {"SetTriggerPolarity", trigger_polarity, NO_DEVICE},
+    {"GetTriggerPolarity", get_trigger_polarity, DONE},
+    {"SetFrameRate", frame_rate, NO_DEVICE},
+    {"GetFrameRate", get_frame_rate, DONE},
+    {"GetResolutionCount", resolution_count, NO_DEVICE},
+    {"GetResolutionMax", resolution_max, NO_DEVICE},
+    {"GetResolution", resolution, NO_DEVICE},
+    {"SetResolution", select_resolution, NO_DEVICE},
+    {"SetROI", region, NO_DEVICE},
+    {"SetRotate", quarter_turn, DONE},
+    {"GetImageSize", image_size, DONE},
+    {"GetImageDepth", image_depth, DONE},
+    {"GetImageBufferSize", image_buffer_size, DONE},
+    {"GetISPImageBufferSize", isp_image_buffer_size, DONE},
+    {"QueryImage", query_raw, NO_DEVICE},
+    {"QueryImage2", query_in_ring, NO_DEVICE},
+    {"QueryImageLV", query_words, NO_DEVICE},
+    {"ISP", develop, DONE},
+    {"GetAvg", mean_level, DONE},
+    {"GetExposureUnit", exposure_unit, DONE},
+    {"GetExposureTime", exposure_time, DONE},
+    {"SetWBGain", white_balance_gains, DONE},
+    {"GetWBGain", get_white_balance_gains, DONE},
+    {"OnePushWB", CameraOnePushWB, DONE},
+    {"SetLUT", lookup_table, DONE},
+    {"GetLUT", get_lookup_table, DONE},
+    {"ClearHostBuffer", CameraClearHostBuffer, NO_DEVICE},
+    {"TriggerShot", software_trigger, NO_DEVICE},
+    {"SetGPIO", drive_lines, NO_DEVICE},
+    {"GetGPIO", read_lines, NO_DEVICE},
+    {"SaveParameter", save_settings, NO_DEVICE},
+    {"LoadParameter", load_settings, NO_DEVICE},
+    {"ReadSerialNumber", serial_number, DONE},
+    {"WriteUserData", user_data, NO_DEVICE},
+    {"ReadUserData", read_user_data, NO_DEVICE},
+    {"Reconnect", CameraReconnect, NO_DEVICE},
+};
+
+#define COUNT(table) (sizeof(table) / sizeof *(table))
+
+static void check_camera(int camera) {
+  for (size_t i = 0; i < COUNT(integer_settings); ++i) check_integer_setting(camera, &integer_settings[i]);
+  for (size_t i = 0; i < COUNT(real_settings); ++i) check_real_setting(camera, &real_settings[i]);
+  for (size_t i = 0; i < COUNT(switch_settings); ++i) check_switch_setting(camera, &switch_settings[i]);
+  for (size_t i = 0; i < COUNT(operations); ++i) {
+    forget_errors();
+    const uint32_t result = operations[i].call(camera);
+    expect(ended(result, at_stage(DONE, operations[i].without_device)), operations[i].name, "result");
+  }
+}
+
+/* The camera on the bus is the same at every stage. */
+static void check_discovery(void) {
+  char serial[16] = "";
+  char name[64] = "";
+  int count = 0;
+  int row = UNTOUCHED;
+  int product_id = UNTOUCHED;
+  int code = UNTOUCHED;
+  expect(CameraGetCount(&count) == 0 && count == 1, "GetCount", "one camera");
+  expect(CameraGetName(0, serial, name) == 0, "GetName", "result");
+  expect(strcmp(serial, "EVERYONE0001") == 0 && strcmp(name, "bench(0)") == 0, "GetName", "outputs");
+  expect(CameraGetID(0, &row, &product_id) == 0, "GetID", "result");
+  expect(row == 41 && product_id == PRODUCT_ID, "GetID", "outputs");
+  expect(CameraGetName(1, serial, name) == 1, "GetName", "there is no second camera");
+  expect(CameraGetID(-1, &row, &product_id) == 1 && last_error == KXCAM_ERROR_INDEX, "GetID", "index");
+  expect(CameraGetLastError(&code) == 0 && code == KXCAM_ERROR_INDEX, "GetLastError", "copy");
+}
+
+static void expect_occupied(int camera) {
+  forget_errors();
+  expect(ended(CameraInit(camera), IN_USE), "Init", "the index is taken");
+  forget_errors();
+  expect(ended(CameraInitIO(camera), IN_USE), "InitIO", "the index is taken");
+  forget_errors();
+  expect(ended(CameraInitVirtual(camera, PRODUCT_ID, NULL), IN_USE), "InitVirtual", "the index is taken");
+}
+
+int main(void) {
+  int major = 0;
+  int minor = 0;
+  plug_in_camera(CAMERA_OPTIONS);
+
+  stage = CLOSED;
+  expect(CameraGetVersion(&major, &minor) == 0 && major == 2019 && minor == 1013, "GetVersion", "version");
+  expect(logfile[0] == '\0' && pidfile[0] == '\0', "logfile, pidfile", "nothing was configured");
+  check_discovery();
+  check_camera(0);
+  expect(CameraFree(0) == 0, "Free", "freeing nothing");
+
+  stage = LIVE;
+  expect(CameraInit(0) == 0, "Init", "result");
+  expect_occupied(0);
+  check_camera(0);
+  expect(CameraFree(0) == 0, "Free", "result");
+
+  expect(CameraInitIO(0) == 0, "InitIO", "result");
+  expect_occupied(0);
+  expect(CameraFree(0) == 0, "Free", "result");
+
+  stage = VIRTUAL;
+  expect(CameraInitVirtual(7, PRODUCT_ID, NULL) == 0, "InitVirtual", "result");
+  expect_occupied(7);
+  check_camera(7);
+  expect(CameraFree(7) == 0, "Free", "result");
+
+  check_discovery();
+  expect(unplug_cameras() == 0, "Free", "a device node is left open");
+  return failures == 0 ? 0 : 1;
+}

@@ -1,0 +1,56 @@
+#!/bin/sh
+# Looks into the Debian packages: packages_test.sh PACKAGES
+set -eu
+packages=$1
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+package() { echo "$packages/$1"_*_*.deb; }
+
+# expect PACKAGE PATH...: it holds these
+expect() {
+  name=$1
+  shift
+  dpkg-deb --fsys-tarfile "$(package "$name")" | tar -t | sed 's/^\.//' >"$work/$name.files"
+  for path in "$@"; do
+    grep -qE "^$path\$" "$work/$name.files" || { echo "$name lacks $path"; cat "$work/$name.files"; exit 1; }
+  done
+  if grep -vE '^/(usr|etc)?(/|$)' "$work/$name.files"; then echo "$name: outside /usr and /etc"; exit 1; fi
+  dpkg-deb -x "$(package "$name")" "$work/root"
+}
+
+# depends PACKAGE PATTERN...: on each of them
+depends() {
+  name=$1
+  shift
+  on=$(dpkg-deb -f "$(package "$name")" Depends)
+  for pattern in "$@"; do
+    echo ", $on," | grep -qE ", $pattern( \([^)]*\))?," || { echo "$name depends on $on, not on $pattern"; exit 1; }
+  done
+}
+
+lib='/usr/lib(/[a-z0-9_-]+)?'
+expect libkxcam1 "$lib/libkxcam\.so\.1" "$lib/libkxcam\.so\.1\.[0-9.]+" /etc/kxusb.conf \
+  /usr/lib/udev/rules.d/70-kxcam.rules /usr/share/doc/libkxcam1/copyright
+expect libkxcam-dev "$lib/libkxcam\.so" /usr/include/kxcam/kxcam.h "$lib/pkgconfig/kxcam\.pc" \
+  "$lib/cmake/kxcam/kxcamConfig\.cmake" /usr/share/doc/libkxcam-dev/guide.md \
+  /usr/share/doc/libkxcam-dev/examples/first_picture.c
+expect kxcam-tools /usr/bin/kxcam /usr/share/man/man1/kxcam.1 /usr/share/bash-completion/completions/kxcam
+expect kxcam-sim /usr/bin/kxsim "$lib/kxcam/libkxsim-usbfs\.so" /usr/share/man/man1/kxsim.1
+
+# No file is in two packages: they install beside each other.
+[ -z "$(cat "$work"/*.files | grep -v '/$' | sort | uniq -d)" ]
+
+version=$(dpkg-deb -f "$(package libkxcam1)" Version)
+depends libkxcam1 libc6 'libusb-1\.0-0'
+depends libkxcam-dev "libkxcam1 \(= $version\)" 'libusb-1\.0-0-dev'
+depends kxcam-tools "libkxcam1 \(>= $version\)" libc6 'libpng16-16'
+depends kxcam-sim libc6
+
+dpkg-deb -e "$(package libkxcam1)" "$work/control"
+[ "$(cat "$work/control/conffiles")" = /etc/kxusb.conf ]
+grep -q '^libkxcam 1 libkxcam1' "$work/control/shlibs"
+grep -q ldconfig "$work/control/postinst"
+
+# What was unpacked works.
+"$work/root/usr/bin/kxsim" run --conf "$work/root/etc/kxusb.conf" -- "$work/root/usr/bin/kxcam" list | grep -q 5MP-C
