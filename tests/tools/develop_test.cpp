@@ -96,11 +96,11 @@ TEST_F(Develop, TakesFramesOfAPartOfTheSensor) {
   const SavedPicture expected = read_png(read_file(file("expected.png")));
   ASSERT_EQ(made.width, 360);
   ASSERT_EQ(made.height, 270);
-  // The last column and row have other neighbours.
-  for (int y = 0; y < 268; ++y) {
+  // Bright pixels by the right and the lower edge are left alone, unless the frame goes on there.
+  for (int y = 0; y < 262; ++y) {
     const auto row = [&](const SavedPicture& picture) {
       const auto* first = picture.samples.data() + size_t{360} * 3 * static_cast<size_t>(y);
-      return std::vector<int>(first, first + size_t{358} * 3);
+      return std::vector<int>(first, first + size_t{352} * 3);
     };
     ASSERT_EQ(row(made), row(expected)) << y;
   }

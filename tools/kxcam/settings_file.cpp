@@ -59,7 +59,7 @@ class Parser {
       throw Error(ExitCode::kUsage, fmt::format("{} has no place in a file", assignment.control->name),
                   "It is a view of another setting: `kxcam params save -` shows them.");
     }
-    const auto [earlier, is_new] = found_.try_emplace(assignment.control, assignment.value, number_);
+    const auto [earlier, is_new] = found_.try_emplace(assignment.control, Found{assignment.value, number_});
     if (!is_new) {
       throw Error(ExitCode::kUsage, fmt::format("{} has a value already", assignment.control->name),
                   fmt::format("It is in line {}.", earlier->second.line));

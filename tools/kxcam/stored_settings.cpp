@@ -102,6 +102,10 @@ std::vector<std::string_view> write_settings(const OpenCamera& camera, std::span
 }
 
 void write_neutral_settings(const OpenCamera& camera) {
+  // A square picture does not show that it is turned, but that of a blank camera always is.
+  if (has_blank_settings(camera) && !find_control("rotate-90").get(camera.index())) {
+    camera.require("turning the picture back", CameraSetRotate(camera.index(), 90));
+  }
   std::vector<Assignment> settings;
   for (const Control& control : all_controls()) {
     if (control.neutral) settings.push_back({&control, *control.neutral});
