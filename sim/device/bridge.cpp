@@ -222,7 +222,6 @@ Answer Bridge::confirm_region() {
 }
 
 Answer Bridge::set_trigger_mode(uint16_t value) {
-  if (!options_.model->newer_bridge()) return stall();
   const bool triggered = waits_for_trigger();
   bridge_triggered_ = value != 0;
   after_trigger_switch(triggered);

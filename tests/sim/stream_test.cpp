@@ -188,8 +188,8 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(TriggerCase{"0x3500", 0x1E, 0x0100, 0}, TriggerCase{"0x0300", 0x1E, 0x0500, 0},
                     TriggerCase{"0x303B", 0x07, 0x0010, 0}, TriggerCase{"0x0200", 0x301A, 0x0100, 0x0104},
                     TriggerCase{"0x312B", 0x301A, 0x01D8, 0x01DC}, TriggerCase{"0x0410", 0x3222, 3, 1, true},
-                    TriggerCase{"0x3E6B", 0x0B, 0x104, 6}, TriggerCase{"0x392B", 0, 0, 0},
-                    TriggerCase{"0x3130", 0, 0, 0, true}));
+                    TriggerCase{"0x3E6B", 0x0B, 0x104, 6}, TriggerCase{"0x0E00", 0, 0, 0},
+                    TriggerCase{"0x392B", 0, 0, 0}, TriggerCase{"0x3130", 0, 0, 0, true}));
 
 }  // namespace
 }  // namespace kxsim
