@@ -16,6 +16,7 @@ struct Result {
   double to_demosaic;  ///< of OpenCV, same size and input
   double to_copy;      ///< memcpy of as many bytes as a colour picture moves
   double spread;
+  double megapixels_per_second;  ///< printed only: it does not carry over to other machines
 };
 
 /// The timings with cold input as a table in Markdown: a row for a task and its maker, columns for each size.
