@@ -13,9 +13,12 @@
 namespace {
 
 std::atomic<int> allocations = 0;
+std::atomic<bool> exhausted = false;
 
-void* counted(void* memory) {
+template <class Allocate>
+void* counted(Allocate allocate) {
   ++allocations;
+  void* memory = exhausted ? nullptr : allocate();
   if (memory == nullptr) throw std::bad_alloc();
   return memory;
 }
@@ -24,11 +27,11 @@ void* counted(void* memory) {
 
 // The other forms of new and delete come down to these.
 void* operator new(size_t bytes) {
-  return counted(std::malloc(bytes));
+  return counted([=] { return std::malloc(bytes); });
 }
 void* operator new(size_t bytes, std::align_val_t alignment) {
   const auto unit = static_cast<size_t>(alignment);
-  return counted(std::aligned_alloc(unit, (bytes + unit - 1) / unit * unit));
+  return counted([=] { return std::aligned_alloc(unit, (bytes + unit - 1) / unit * unit); });
 }
 void operator delete(void* memory) noexcept {
   std::free(memory);
@@ -91,6 +94,30 @@ TEST_F(FrameAllocations, AreOfTheFirstFramesOnly) {
         vacate_slot(kCamera);
       }
     }
+  }
+}
+
+TEST_F(FrameAllocations, AreDoneWithoutWhenMemoryRunsOut) {
+  constexpr int kWidth = 32;
+  constexpr int kHeight = 16;
+  for (const uint32_t mode : {kGBRG, kMono8, kMono12}) {
+    SCOPED_TRACE(mode);
+    const ContextRef ctx = open(mode);
+    set_map(*ctx, IndexMap(kWidth, kHeight, false, true, false));
+    std::vector<uint8_t> frame = noise(size_t{2} * kWidth * kHeight, mode);
+    std::vector<uint8_t> scarce(size_t{3} * kWidth * kHeight);
+    std::vector<uint8_t> plenty(scarce.size());
+    const auto make = [&](std::vector<uint8_t>& out) {
+      return isp(kCamera, frame.data(), out.data(), kWidth, kHeight,
+                 KXCAM_FORMAT_COLOR | KXCAM_FORMAT_UNCORRECTED);
+    };
+    exhausted = true;
+    const bool made = make(scarce);
+    exhausted = false;
+    EXPECT_EQ(made, mode != kMono12);
+    EXPECT_TRUE(make(plenty));
+    EXPECT_EQ(scarce == plenty, made);
+    vacate_slot(kCamera);
   }
 }
 

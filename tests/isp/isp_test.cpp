@@ -107,8 +107,8 @@ TEST_F(Isp, ReducesTwelveBitSamplesByTheUserTable) {
   };
   EXPECT_EQ(levels(kUncorrectedGrey), (std::vector<uint8_t>{0xFF, 0x12, 0x01, 0x80, 0x45, 0x0F, 0xC0}));
   ASSERT_TRUE(set_lut(kCamera, lut.data(), 4096));
-  std::vector<uint8_t> expected;
-  for (const int sample : samples) expected.push_back(static_cast<uint8_t>(sample % 251));
+  std::vector<uint8_t> expected(kWidth);
+  std::ranges::transform(samples, expected.begin(), [](int v) { return static_cast<uint8_t>(v % 251); });
   EXPECT_EQ(levels(kUncorrectedRaw), expected);
   EXPECT_EQ(levels(kUncorrectedGrey), expected);
   EXPECT_EQ(ctx->mean_level, std::accumulate(expected.begin(), expected.end(), 0) / kWidth);

@@ -35,15 +35,19 @@ struct Output {
 class Picture {
  public:
   Picture(const RowKernels& kernels, const ImageView& raw, const OrientedFrame& frame,
-          const WorkRowWindow::Counted& counted, const Output& output, WorkMemory& memory)
+          const WorkRowWindow::Counted& counted, const Output& output, uint8_t* memory)
       : kernels_(kernels),
         output_(output),
         frame_(frame),
         stride_(work_row_stride(frame_.columns.size)),
-        memory_(memory.reserve(WorkRowWindow::memory_size(frame_) + 3 * stride_)),
+        memory_(memory),
         window_(kernels, raw, frame_, counted, memory_ + 3 * stride_) {}
 
-  bool has_memory() const { return memory_ != nullptr; }
+  /// What a picture of a frame has to be given to work in; null when memory runs out.
+  static uint8_t* reserve(WorkMemory& memory, const OrientedFrame& frame) {
+    return memory.reserve(WorkRowWindow::memory_size(frame) + 3 * work_row_stride(frame.columns.size));
+  }
+
   const OrientedFrame& frame() const { return frame_; }
   bool is_border_row(int y) const { return y == 0 || y == height() - 1; }
   int width() const { return frame_.columns.size; }
@@ -133,10 +137,11 @@ std::optional<int32_t> demosaic(const RowKernels& kernels, BayerPhase raw_phase,
                                 const IndexMap& map, int red_channel, const Output& output,
                                 WorkMemory& memory) {
   const OrientedFrame frame(map);
+  uint8_t* rows = Picture::reserve(memory, frame);
+  if (rows == nullptr) return std::nullopt;
   const BayerPhase phase = frame.turn(raw_phase);
   Picture picture(kernels, raw, frame, {columns_from(phase.green_x(0)), columns_from(phase.green_x(1))},
-                  output, memory);
-  if (!picture.has_memory()) return std::nullopt;
+                  output, rows);
   for (int y = 0; y < picture.height(); ++y) {
     const int green_x = phase.green_x(y);
     const int own = phase.red_row(y) ? red_channel : 2 - red_channel;
@@ -217,10 +222,12 @@ std::optional<int32_t> fast_mono_color(const RowKernels& kernels, const FrameSet
   if (!has_shape_of(settings.index_map, raw)) return std::nullopt;
   const PixelLayout layout(format);
   Finish finish;
+  const OrientedFrame frame(settings.index_map);
+  uint8_t* rows = Picture::reserve(memory, frame);
+  if (rows == nullptr) return std::nullopt;
   arrange_curve(kernels, settings.curves->mono_curve, finish.lookups[0]);
-  Picture picture(kernels, raw, OrientedFrame(settings.index_map), {kAllColumns, kAllColumns},
-                  {of_pixel(kernels.mono, layout), &finish, out, layout.bytes}, memory);
-  if (!picture.has_memory()) return std::nullopt;
+  Picture picture(kernels, raw, frame, {kAllColumns, kAllColumns},
+                  {of_pixel(kernels.mono, layout), &finish, out, layout.bytes}, rows);
   for (int y = 0; y < picture.height(); ++y) {
     picture.enter_row(y);
     picture.write_row(y, picture.is_border_row(y) ? mono_row(picture, y) : smoothed_row(picture, y));
@@ -233,10 +240,12 @@ std::optional<int32_t> fast_mono_grey(const RowKernels& kernels, const FrameSett
                                       const ImageView& raw, uint8_t* out, WorkMemory& memory) {
   if (!has_shape_of(settings.index_map, raw)) return std::nullopt;
   Finish finish;
+  const OrientedFrame frame(settings.index_map);
+  uint8_t* rows = Picture::reserve(memory, frame);
+  if (rows == nullptr) return std::nullopt;
   arrange_curve(kernels, settings.curves->mono_curve, finish.lookups[0]);
-  Picture picture(kernels, raw, OrientedFrame(settings.index_map), {kAllColumns, kAllColumns},
-                  {kernels.mono_grey, &finish, out, 1}, memory);
-  if (!picture.has_memory()) return std::nullopt;
+  Picture picture(kernels, raw, frame, {kAllColumns, kAllColumns}, {kernels.mono_grey, &finish, out, 1},
+                  rows);
   for (int y = 0; y < picture.height(); ++y) {
     picture.enter_row(y);
     picture.write_row(y, mono_row(picture, y));
