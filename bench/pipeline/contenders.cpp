@@ -101,7 +101,7 @@ class Scene {
     const FrameSettings settings = settings_for(task, width_, height_);
     return {task.name, std::string(name_of(level)), [=, *this](size_t set) {
               const ImageView raw(sets_[set].raw, width_, height_);
-              develop(level, task.mode, settings, raw, sets_[set].out.data(), task.format);
+              develop(level, task.mode, settings, raw, sets_[set].out.data(), task.format, sets_[set].memory);
             }};
   }
 
@@ -140,7 +140,8 @@ class Scene {
     return {"whole", std::string(name_of(level)), [=, *this](size_t set) {
               const MutableImageView raw(sets_[set].raw, width_, height_);
               correct(level, raw, corrections);
-              develop(level, kGRBG, settings, raw, sets_[set].out.data(), KXCAM_FORMAT_COLOR);
+              develop(level, kGRBG, settings, raw, sets_[set].out.data(), KXCAM_FORMAT_COLOR,
+                      sets_[set].memory);
             }};
   }
 

@@ -5,6 +5,7 @@
 #include <memory>
 #include <vector>
 
+#include "isp/frame_memory.h"
 #include "isp/kernels/cpu_level.h"
 #include "measurement.h"
 
@@ -18,6 +19,7 @@ struct Buffers {
       raw;  ///< two frames' worth: the second is for copying as many bytes as a picture moves
   std::vector<uint8_t> out;   ///< a colour picture
   std::vector<uint8_t> more;  ///< another one, for methods that need it
+  WorkMemory memory;
 };
 
 /// Names of tasks that others are compared with.

@@ -18,7 +18,9 @@
 #include "isp/color_matrix.h"
 #include "isp/dead_pixels.h"
 #include "isp/flat_field.h"
+#include "isp/frame_memory.h"
 #include "isp/tone_curves.h"
+#include "isp/user_lut.h"
 #include "sync/cmylock.h"
 #include "sync/crwlockimpl.h"
 #include "sync/published.h"
@@ -27,8 +29,6 @@
 namespace kxcam {
 
 struct SensorFamily;
-
-using UserLut = std::array<uint8_t, 4096>;
 
 /// An open USB device; the last holder closes it, so that a request that runs in another thread while
 /// the camera is being closed ends on a valid handle.
@@ -96,6 +96,7 @@ struct CameraContext {
   Published<const ColorMatrix> matrix;
   Published<const UserLut> user_lut;
   Relaxed<int32_t> mean_level = 0;  ///< mean raw green (or mono) level of the last processed frame
+  FrameMemoryPool frame_memory;
 
   // Corrections of the raw frame.
   Published<const DeadPixelList> dead_pixels;

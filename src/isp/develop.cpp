@@ -35,13 +35,13 @@ Converter reference(uint32_t color_mode, bool grey) {
 }
 
 std::optional<int32_t> fast(const RowKernels& kernels, uint32_t color_mode, const FrameSettings& settings,
-                            const ImageView& raw, uint8_t* out, int format) {
+                            const ImageView& raw, uint8_t* out, int format, WorkMemory& memory) {
   const bool grey = (format & KXCAM_FORMAT_GREY) != 0;
   const auto phase = bayer_phase(color_mode);
-  if (phase && grey) return fast_bayer_grey(kernels, *phase, settings, raw, out);
-  if (phase) return fast_bayer_color(kernels, *phase, settings, raw, out, format);
-  if (grey) return fast_mono_grey(kernels, settings, raw, out);
-  return fast_mono_color(kernels, settings, raw, out, format);
+  if (phase && grey) return fast_bayer_grey(kernels, *phase, settings, raw, out, memory);
+  if (phase) return fast_bayer_color(kernels, *phase, settings, raw, out, format, memory);
+  if (grey) return fast_mono_grey(kernels, settings, raw, out, memory);
+  return fast_mono_color(kernels, settings, raw, out, format, memory);
 }
 
 }  // namespace
@@ -51,10 +51,10 @@ bool is_picture(uint32_t color_mode, int format) {
 }
 
 int32_t develop(CpuLevel level, uint32_t color_mode, const FrameSettings& settings, const ImageView& raw,
-                uint8_t* out, int format) {
+                uint8_t* out, int format, WorkMemory& memory) {
   assert(is_picture(color_mode, format));
   if (const RowKernels* kernels = kernels_of(level)) {
-    if (const auto mean = fast(*kernels, color_mode, settings, raw, out, format)) return *mean;
+    if (const auto mean = fast(*kernels, color_mode, settings, raw, out, format, memory)) return *mean;
   }
   return reference(color_mode, (format & KXCAM_FORMAT_GREY) != 0)(settings, raw, out, format);
 }

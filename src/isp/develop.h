@@ -3,6 +3,7 @@
 
 #include <cstdint>
 
+#include "isp/frame_memory.h"
 #include "isp/frame_settings.h"
 #include "isp/image_view.h"
 #include "isp/kernels/cpu_level.h"
@@ -15,8 +16,8 @@ bool is_picture(uint32_t color_mode, int format);
 
 /// Makes that picture of a raw frame, and returns the mean level: what demosaic.h and mono.h define, by the
 /// fastest means of `level`, which has to be available. Grey comes before colour. Sizes of `raw` and `out`
-/// as there.
+/// as there. The picture is made in `memory`, which no other picture may use meanwhile.
 int32_t develop(CpuLevel level, uint32_t color_mode, const FrameSettings& settings, const ImageView& raw,
-                uint8_t* out, int format);
+                uint8_t* out, int format, WorkMemory& memory);
 
 }  // namespace kxcam

@@ -3,8 +3,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <memory>
-#include <new>
 #include <span>
 #include <utility>
 
@@ -25,15 +23,6 @@ bool has_pixels(const IndexMap& map, int width, int height) {
   return width >= 1 && height >= 1 && int64_t{width} * height == map.count();
 }
 
-/// A frame of 8-bit samples from one of 12-bit samples; null when memory runs out.
-std::unique_ptr<uint8_t[]> reduce_to_8_bits(const uint8_t* in, size_t samples, const UserLut& lut) try {
-  auto frame = std::make_unique_for_overwrite<uint8_t[]>(samples);
-  for (size_t i = 0; i < samples; ++i) frame[i] = lut[(in[2 * i] | in[2 * i + 1] << 8) & 0x0FFF];
-  return frame;
-} catch (const std::bad_alloc&) {
-  return nullptr;
-}
-
 /// What was asked for since the last frame. Measured before the picture is made, which then has the new
 /// gains already. A request that comes in meanwhile is kept for the next frame.
 void measure_white_balance(CameraContext& ctx, FrameSettings& settings, const ImageView& raw) {
@@ -44,12 +33,12 @@ void measure_white_balance(CameraContext& ctx, FrameSettings& settings, const Im
   if (one_push || points) settings.curves = ctx.curves.load();
 }
 
-void make_picture(CameraContext& ctx, FrameSettings settings, const ImageView& raw, uint8_t* out,
-                  int format) {
+void make_picture(CameraContext& ctx, FrameSettings settings, const ImageView& raw, uint8_t* out, int format,
+                  WorkMemory& memory) {
   const CameraModel& model = ctx.model();
   if (!is_picture(model.COLOR_MODE, format)) return;
   if (!model.monochrome()) measure_white_balance(ctx, settings, raw);
-  ctx.mean_level = develop(cpu_choice().level, model.COLOR_MODE, settings, raw, out, format);
+  ctx.mean_level = develop(cpu_choice().level, model.COLOR_MODE, settings, raw, out, format, memory);
 }
 
 /// `width` and `height` are those of the raw frame, and their product is that of the settings' map.
@@ -57,11 +46,13 @@ bool process(CameraContext& ctx, const FrameSettings& settings, uint8_t* in, uin
              int height, int format) {
   const uint32_t color_mode = ctx.model().COLOR_MODE;
   std::span<uint8_t> frame(in, settings.index_map.count());
-  std::unique_ptr<uint8_t[]> reduced;
+  FrameMemoryPool::Lease lease(ctx.frame_memory);
+  FrameMemory& memory = *lease;
   if (color_mode == kMono12) {
-    reduced = reduce_to_8_bits(in, frame.size(), *settings.user_lut);
-    if (!reduced) return false;
-    frame = {reduced.get(), frame.size()};
+    uint8_t* reduced = memory.samples.reserve(frame.size());
+    if (reduced == nullptr) return false;
+    reduce_to_8_bits(in, frame.size(), *settings.user_lut, reduced);
+    frame = {reduced, frame.size()};
   }
 
   // A processed frame is counted here and not again by the query: with two counts a frame the number would
@@ -74,7 +65,7 @@ bool process(CameraContext& ctx, const FrameSettings& settings, uint8_t* in, uin
   if ((format & KXCAM_FORMAT_RAW) != 0) {
     std::ranges::copy(frame, out);
   } else {
-    make_picture(ctx, settings, raw, out, format);
+    make_picture(ctx, settings, raw, out, format, memory.rows);
   }
   return true;
 }

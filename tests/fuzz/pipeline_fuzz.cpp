@@ -107,8 +107,9 @@ Result run(CpuLevel level, const Frame& frame, const FrameSettings& settings,
            const RawCorrections& corrections, std::vector<uint8_t> raw) {
   correct(level, {raw, frame.width, frame.height}, corrections);
   std::vector<uint8_t> picture(frame.shift + raw.size() * 4, 0xA5);
+  WorkMemory memory;
   const int32_t mean = develop(level, frame.mode, settings, ImageView(raw, frame.width, frame.height),
-                               picture.data() + frame.shift, frame.format);
+                               picture.data() + frame.shift, frame.format, memory);
   return {std::move(raw), std::move(picture), mean};
 }
 

@@ -68,7 +68,9 @@ Result run(CpuLevel level, const Case& c, const FrameSettings& settings, std::sp
   Result result;
   result.bytes.assign(kMargin + c.out_offset + samples.size() * bytes_per_pixel + kMargin, kGuard);
   const ImageView raw({frame.begin() + static_cast<ptrdiff_t>(c.in_offset), frame.end()}, c.width, c.height);
-  result.mean = develop(level, c.mode, settings, raw, result.bytes.data() + kMargin + c.out_offset, c.format);
+  WorkMemory memory;  // of the exact size, too
+  result.mean =
+      develop(level, c.mode, settings, raw, result.bytes.data() + kMargin + c.out_offset, c.format, memory);
   return result;
 }
 
@@ -247,10 +249,12 @@ TEST(Develop, IsFastForOrdinarySettings) {
   const std::vector<uint8_t> samples = noise(40 * 30, 4);
   const ImageView raw(samples, 40, 30);
   std::vector<uint8_t> out(40 * 30 * 3);
+  WorkMemory memory;
   for (const bool apply_matrix : {false, true}) {
     const FrameSettings settings = distinct_settings(IndexMap(40, 30, false, false, false), apply_matrix);
-    EXPECT_TRUE(fast_bayer_color(kSsse3Kernels, kPhaseBGGR, settings, raw, out.data(), KXCAM_FORMAT_COLOR));
-    EXPECT_TRUE(fast_bayer_grey(kSsse3Kernels, kPhaseBGGR, settings, raw, out.data()));
+    EXPECT_TRUE(
+        fast_bayer_color(kSsse3Kernels, kPhaseBGGR, settings, raw, out.data(), KXCAM_FORMAT_COLOR, memory));
+    EXPECT_TRUE(fast_bayer_grey(kSsse3Kernels, kPhaseBGGR, settings, raw, out.data(), memory));
   }
 }
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <numeric>
 #include <thread>
 
 #include "context_fixture.h"
@@ -88,25 +89,29 @@ TEST_F(Isp, CopiesRawFramesAndWritesNothingWithoutAFormat) {
 }
 
 TEST_F(Isp, ReducesTwelveBitSamplesByTheUserTable) {
+  constexpr int kWidth = 7;
   const ContextRef ctx = open(kMono12);
-  set_map(*ctx, IndexMap(3, 1, false, false, false));
+  set_map(*ctx, IndexMap(kWidth, 1, false, false, false));
   std::vector<uint8_t> lut(4096);
   for (size_t i = 0; i < lut.size(); ++i) lut[i] = static_cast<uint8_t>(i % 251);
-  // 0x0FFF; 0xF123, whose top digit is none of the sample's; 0x0010.
-  std::vector<uint8_t> frame = {0xFF, 0x0F, 0x23, 0xF1, 0x10, 0x00};
+  // The top digit of 0xF123 is none of the sample's.
+  std::vector<uint8_t> frame = {0xFF, 0x0F, 0x23, 0xF1, 0x10, 0x00, 0x00,
+                                0x08, 0x5A, 0xA4, 0xF0, 0xF0, 0x01, 0x0C};
+  const std::array<int, kWidth> samples = {0xFFF, 0x123, 0x010, 0x800, 0x45A, 0x0F0, 0xC01};
   const auto original = frame;
   const auto levels = [&](int format) {
-    GuardedOutput out(3);
-    EXPECT_TRUE(isp(kCamera, frame.data(), out.data(), 3, 1, format));
+    GuardedOutput out(kWidth);
+    EXPECT_TRUE(isp(kCamera, frame.data(), out.data(), kWidth, 1, format));
     EXPECT_TRUE(out.guards_intact());
     return out.picture();
   };
-  EXPECT_EQ(levels(kUncorrectedGrey), (std::vector<uint8_t>{0xFF, 0x12, 0x01}));
+  EXPECT_EQ(levels(kUncorrectedGrey), (std::vector<uint8_t>{0xFF, 0x12, 0x01, 0x80, 0x45, 0x0F, 0xC0}));
   ASSERT_TRUE(set_lut(kCamera, lut.data(), 4096));
-  const std::vector<uint8_t> expected = {0x0FFF % 251, 0x0123 % 251, 0x0010};
+  std::vector<uint8_t> expected(kWidth);
+  std::ranges::transform(samples, expected.begin(), [](int v) { return static_cast<uint8_t>(v % 251); });
   EXPECT_EQ(levels(kUncorrectedRaw), expected);
   EXPECT_EQ(levels(kUncorrectedGrey), expected);
-  EXPECT_EQ(ctx->mean_level, (expected[0] + expected[1] + expected[2]) / 3);
+  EXPECT_EQ(ctx->mean_level, std::accumulate(expected.begin(), expected.end(), 0) / kWidth);
   EXPECT_EQ(frame, original);
 }
 

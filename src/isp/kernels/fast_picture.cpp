@@ -4,8 +4,6 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
-#include <memory>
-#include <new>
 #include <utility>
 
 #include <xmmintrin.h>
@@ -25,23 +23,6 @@ uint16_t columns_from(int first) {
   return first == 0 ? kEvenColumns : kOddColumns;
 }
 
-/// Memory that begins at a cache line; none when there is none left.
-class WorkMemory {
- public:
-  explicit WorkMemory(size_t bytes) : data_(new (kAlignment, std::nothrow) uint8_t[bytes]()) {}
-
-  uint8_t* data() const { return data_.get(); }
-
- private:
-  static constexpr std::align_val_t kAlignment{64};
-
-  struct Delete {
-    void operator()(uint8_t* data) const { ::operator delete[](data, kAlignment); }
-  };
-
-  std::unique_ptr<uint8_t[], Delete> data_;
-};
-
 /// Where the pixels of a picture go, and how they get there.
 struct Output {
   FinishRow finish_row;
@@ -54,20 +35,24 @@ struct Output {
 class Picture {
  public:
   Picture(const RowKernels& kernels, const ImageView& raw, const OrientedFrame& frame,
-          const WorkRowWindow::Counted& counted, const Output& output)
+          const WorkRowWindow::Counted& counted, const Output& output, uint8_t* memory)
       : kernels_(kernels),
         output_(output),
         frame_(frame),
         stride_(work_row_stride(frame_.columns.size)),
-        memory_(WorkRowWindow::memory_size(frame_) + 3 * stride_),
-        window_(kernels, raw, frame_, counted, memory_.data() + 3 * stride_) {}
+        memory_(memory),
+        window_(kernels, raw, frame_, counted, memory_ + 3 * stride_) {}
 
-  bool has_memory() const { return memory_.data() != nullptr; }
+  /// What a picture of a frame has to be given to work in; null when memory runs out.
+  static uint8_t* reserve(WorkMemory& memory, const OrientedFrame& frame) {
+    return memory.reserve(WorkRowWindow::memory_size(frame) + 3 * work_row_stride(frame.columns.size));
+  }
+
   const OrientedFrame& frame() const { return frame_; }
   bool is_border_row(int y) const { return y == 0 || y == height() - 1; }
   int width() const { return frame_.columns.size; }
   int height() const { return frame_.rows.size; }
-  uint8_t* plane(int i) const { return memory_.data() + i * stride_ + kRowMargin; }
+  uint8_t* plane(int i) const { return memory_ + i * stride_ + kRowMargin; }
 
   /// Makes row `y` and its neighbours available.
   void enter_row(int y) { window_.advance_to(std::min(y + 1, height() - 1)); }
@@ -94,7 +79,7 @@ class Picture {
   Output output_;
   OrientedFrame frame_;
   size_t stride_;
-  WorkMemory memory_;
+  uint8_t* memory_;
   WorkRowWindow window_;
 };
 
@@ -149,12 +134,14 @@ RowTask inner_row(const Picture& picture, int own, int green_x, int y) {
 
 /// `red_channel`: 0, or 2 for B, G, R bytes.
 std::optional<int32_t> demosaic(const RowKernels& kernels, BayerPhase raw_phase, const ImageView& raw,
-                                const IndexMap& map, int red_channel, const Output& output) {
+                                const IndexMap& map, int red_channel, const Output& output,
+                                WorkMemory& memory) {
   const OrientedFrame frame(map);
+  uint8_t* rows = Picture::reserve(memory, frame);
+  if (rows == nullptr) return std::nullopt;
   const BayerPhase phase = frame.turn(raw_phase);
   Picture picture(kernels, raw, frame, {columns_from(phase.green_x(0)), columns_from(phase.green_x(1))},
-                  output);
-  if (!picture.has_memory()) return std::nullopt;
+                  output, rows);
   for (int y = 0; y < picture.height(); ++y) {
     const int green_x = phase.green_x(y);
     const int own = phase.red_row(y) ? red_channel : 2 - red_channel;
@@ -193,7 +180,7 @@ bool has_shape_of(const IndexMap& map, const ImageView& raw) {
 
 std::optional<int32_t> fast_bayer_color(const RowKernels& kernels, BayerPhase phase,
                                         const FrameSettings& settings, const ImageView& raw, uint8_t* out,
-                                        int format) {
+                                        int format, WorkMemory& memory) {
   if (!has_shape_of(settings.index_map, raw)) return std::nullopt;
   const PixelLayout layout(format);
   Finish finish;
@@ -207,11 +194,12 @@ std::optional<int32_t> fast_bayer_color(const RowKernels& kernels, BayerPhase ph
   if (layout.red_at != 0) std::swap(curves[0], curves[2]);
   for (size_t i = 0; i < curves.size(); ++i) arrange_curve(kernels, *curves[i], finish.lookups[i]);
   return demosaic(kernels, phase, raw, settings.index_map, layout.red_at,
-                  {finish_row, &finish, out, layout.bytes});
+                  {finish_row, &finish, out, layout.bytes}, memory);
 }
 
 std::optional<int32_t> fast_bayer_grey(const RowKernels& kernels, BayerPhase phase,
-                                       const FrameSettings& settings, const ImageView& raw, uint8_t* out) {
+                                       const FrameSettings& settings, const ImageView& raw, uint8_t* out,
+                                       WorkMemory& memory) {
   if (!has_shape_of(settings.index_map, raw)) return std::nullopt;
   const auto curves = final_curves(*settings.curves);
   Finish finish;
@@ -226,18 +214,20 @@ std::optional<int32_t> fast_bayer_grey(const RowKernels& kernels, BayerPhase pha
                            [&](uint8_t v) { return static_cast<uint8_t>(products[v]); });
     arrange_curve(kernels, luma, finish.lookups[i]);
   }
-  return demosaic(kernels, phase, raw, settings.index_map, 0, {kernels.luma, &finish, out, 1});
+  return demosaic(kernels, phase, raw, settings.index_map, 0, {kernels.luma, &finish, out, 1}, memory);
 }
 
 std::optional<int32_t> fast_mono_color(const RowKernels& kernels, const FrameSettings& settings,
-                                       const ImageView& raw, uint8_t* out, int format) {
+                                       const ImageView& raw, uint8_t* out, int format, WorkMemory& memory) {
   if (!has_shape_of(settings.index_map, raw)) return std::nullopt;
   const PixelLayout layout(format);
   Finish finish;
+  const OrientedFrame frame(settings.index_map);
+  uint8_t* rows = Picture::reserve(memory, frame);
+  if (rows == nullptr) return std::nullopt;
   arrange_curve(kernels, settings.curves->mono_curve, finish.lookups[0]);
-  Picture picture(kernels, raw, OrientedFrame(settings.index_map), {kAllColumns, kAllColumns},
-                  {of_pixel(kernels.mono, layout), &finish, out, layout.bytes});
-  if (!picture.has_memory()) return std::nullopt;
+  Picture picture(kernels, raw, frame, {kAllColumns, kAllColumns},
+                  {of_pixel(kernels.mono, layout), &finish, out, layout.bytes}, rows);
   for (int y = 0; y < picture.height(); ++y) {
     picture.enter_row(y);
     picture.write_row(y, picture.is_border_row(y) ? mono_row(picture, y) : smoothed_row(picture, y));
@@ -247,13 +237,15 @@ std::optional<int32_t> fast_mono_color(const RowKernels& kernels, const FrameSet
 }
 
 std::optional<int32_t> fast_mono_grey(const RowKernels& kernels, const FrameSettings& settings,
-                                      const ImageView& raw, uint8_t* out) {
+                                      const ImageView& raw, uint8_t* out, WorkMemory& memory) {
   if (!has_shape_of(settings.index_map, raw)) return std::nullopt;
   Finish finish;
+  const OrientedFrame frame(settings.index_map);
+  uint8_t* rows = Picture::reserve(memory, frame);
+  if (rows == nullptr) return std::nullopt;
   arrange_curve(kernels, settings.curves->mono_curve, finish.lookups[0]);
-  Picture picture(kernels, raw, OrientedFrame(settings.index_map), {kAllColumns, kAllColumns},
-                  {kernels.mono_grey, &finish, out, 1});
-  if (!picture.has_memory()) return std::nullopt;
+  Picture picture(kernels, raw, frame, {kAllColumns, kAllColumns}, {kernels.mono_grey, &finish, out, 1},
+                  rows);
   for (int y = 0; y < picture.height(); ++y) {
     picture.enter_row(y);
     picture.write_row(y, mono_row(picture, y));

@@ -5,6 +5,7 @@
 #include <optional>
 
 #include "isp/bayer_phase.h"
+#include "isp/frame_memory.h"
 #include "isp/frame_settings.h"
 #include "isp/image_view.h"
 #include "isp/kernels/row_kernels.h"
@@ -12,16 +13,18 @@
 namespace kxcam {
 
 /// The pictures of demosaic.h and mono.h, bit for bit, by row kernels. Sizes, `format` and result are
-/// as there. Nothing when the kernels cannot give them: for a frame of another shape than the map's,
-/// tables that do not fit 16-bit arithmetic, or for want of memory; `out` is untouched then.
+/// as there; `memory` is for the rows at work. Nothing when the kernels cannot give them: for a frame of
+/// another shape than the map's, tables that do not fit 16-bit arithmetic, or for want of memory; `out` is
+/// untouched then.
 std::optional<int32_t> fast_bayer_color(const RowKernels& kernels, BayerPhase phase,
                                         const FrameSettings& settings, const ImageView& raw, uint8_t* out,
-                                        int format);
+                                        int format, WorkMemory& memory);
 std::optional<int32_t> fast_bayer_grey(const RowKernels& kernels, BayerPhase phase,
-                                       const FrameSettings& settings, const ImageView& raw, uint8_t* out);
+                                       const FrameSettings& settings, const ImageView& raw, uint8_t* out,
+                                       WorkMemory& memory);
 std::optional<int32_t> fast_mono_color(const RowKernels& kernels, const FrameSettings& settings,
-                                       const ImageView& raw, uint8_t* out, int format);
+                                       const ImageView& raw, uint8_t* out, int format, WorkMemory& memory);
 std::optional<int32_t> fast_mono_grey(const RowKernels& kernels, const FrameSettings& settings,
-                                      const ImageView& raw, uint8_t* out);
+                                      const ImageView& raw, uint8_t* out, WorkMemory& memory);
 
 }  // namespace kxcam
