@@ -25,6 +25,7 @@ TEST_F(Acquisition, DeliversEveryFrameInOrderAsItWasSent) {
 
 TEST_F(Acquisition, FramesAboveTheLargestTransferComeInChunks) {
   open("3A00");  // 3664 x 2748 = 10,068,672 bytes
+  CameraSetTimeout(0, 20'000);
   EXPECT_EQ(number_of(query_raw()), 0);
   EXPECT_EQ(number_of(query_raw()), 1);
 }
