@@ -12,8 +12,11 @@ function(kxcam_test NAME)
   cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
   add_executable(${NAME} ${ARG_SOURCES})
   target_link_libraries(${NAME} PRIVATE ${ARG_LIBRARIES} GTest::gmock GTest::gtest_main kxcam_settings)
+  # Assertions take long to optimise, and longer once they are instrumented.
   if(KXCAM_SANITIZE)
-    target_compile_options(${NAME} PRIVATE -O0)  # assertions take long to optimise once they are instrumented
+    target_compile_options(${NAME} PRIVATE -O0)
+  elseif(CMAKE_BUILD_TYPE STREQUAL RelWithDebInfo)
+    target_compile_options(${NAME} PRIVATE -O1 -g1)
   endif()
   list(LENGTH ARG_SOURCES source_count)
   if(source_count GREATER 1)
