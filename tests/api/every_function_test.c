@@ -206,40 +206,38 @@ static uint32_t resolution_count(int camera) {
   return result;
 }
 
+static uint32_t expect_size(uint32_t result, int width, int height, const char* function) {
+  expect_output(result, width, WIDTH, function);
+  expect_output(result, height, HEIGHT, function);
+  return result;
+}
+
 static uint32_t resolution_max(int camera) {
   int width = UNTOUCHED;
   int height = UNTOUCHED;
   const uint32_t result = CameraGetResolutionMax(camera, &width, &height);
-  expect_output(result, width, WIDTH, __func__);
-  expect_output(result, height, HEIGHT, __func__);
-  return result;
+  return expect_size(result, width, height, __func__);
 }
 
 static uint32_t resolution(int camera) {
   int width = UNTOUCHED;
   int height = UNTOUCHED;
   const uint32_t result = CameraGetResolution(camera, 0, &width, &height);
-  expect_output(result, width, WIDTH, __func__);
-  expect_output(result, height, HEIGHT, __func__);
-  return result;
+  return expect_size(result, width, height, __func__);
 }
 
 static uint32_t select_resolution(int camera) {
   int width = UNTOUCHED;
   int height = UNTOUCHED;
   const uint32_t result = CameraSetResolution(camera, 0, &width, &height);
-  expect_output(result, width, WIDTH, __func__);
-  expect_output(result, height, HEIGHT, __func__);
-  return result;
+  return expect_size(result, width, height, __func__);
 }
 
 static uint32_t image_size(int camera) {
   int width = UNTOUCHED;
   int height = UNTOUCHED;
   const uint32_t result = CameraGetImageSize(camera, &width, &height);
-  expect_output(result, width, WIDTH, __func__);
-  expect_output(result, height, HEIGHT, __func__);
-  return result;
+  return expect_size(result, width, height, __func__);
 }
 
 static uint32_t region(int camera) {
