@@ -2,13 +2,13 @@
 // Develops a frame at every level that the processor has, and stops at the first difference.
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstdint>
 #include <cstdlib>
 #include <memory>
 #include <vector>
 
 #include "core/model_table.h"
+#include "input.h"
 #include "isp/develop.h"
 #include "isp/raw_corrections.h"
 #include "kxcam/kxcam.h"
@@ -16,29 +16,10 @@
 namespace kxcam {
 namespace {
 
-/// Takes values from the front of the input; zeros when it is used up.
-class Input {
- public:
-  Input(const uint8_t* data, size_t size) : data_(data), size_(size) {}
-
-  uint8_t byte() {
-    if (size_ == 0) return 0;
-    --size_;
-    return *data_++;
-  }
-  int word() { return byte() | byte() << 8; }
-  double real() {
-    uint64_t bits = 0;
-    for (int i = 0; i < 8; ++i) bits = bits << 8 | byte();
-    return std::bit_cast<double>(bits);
-  }
-  /// Any double, or one with two decimals.
-  double coefficient() { return byte() % 2 == 0 ? real() : (word() - 32768) / 100.0; }
-
- private:
-  const uint8_t* data_;
-  size_t size_;
-};
+/// Any double, or one with two decimals.
+double coefficient(Input& input) {
+  return input.byte() % 2 == 0 ? input.real() : (input.word() - 32768) / 100.0;
+}
 
 struct Frame {
   uint32_t mode;
@@ -50,7 +31,7 @@ struct Frame {
 
 std::array<double, 9> matrix_of(Input& input) {
   std::array<double, 9> matrix{};
-  std::ranges::generate(matrix, [&] { return input.coefficient(); });
+  std::ranges::generate(matrix, [&] { return coefficient(input); });
   return matrix;
 }
 
@@ -88,7 +69,7 @@ RawCorrections corrections_of(Input& input, const Frame& frame) {
   if ((flags & 2) == 0) return corrections;
   FlatField field({frame.width + 3, frame.height + 3});
   std::vector<double> columns(static_cast<size_t>(frame.width));
-  for (double& entry : columns) entry = input.coefficient();
+  for (double& entry : columns) entry = coefficient(input);
   field.set_columns(columns, columns);
   corrections.flat_field = std::make_shared<const FlatField>(std::move(field));
   corrections.placement.x0 = input.byte() % 8 - 2;
@@ -118,7 +99,7 @@ Result run(CpuLevel level, const Frame& frame, const FrameSettings& settings,
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace kxcam;
-  Input input(data, size);
+  Input input({data, size});
   Frame frame{};
   frame.mode = kRGGB + input.byte() % 5;
   frame.format = (input.byte() % 2 == 0 ? KXCAM_FORMAT_GREY : KXCAM_FORMAT_COLOR) |

@@ -1,0 +1,57 @@
+// SPDX-License-Identifier: Apache-2.0
+// Lives of cameras whose replies, descriptors and memories come from the input, as does what is called:
+// nothing may be touched outside a buffer, waited for without end or left open.
+#include <cstdlib>
+#include <sstream>
+
+#include "camera_calls.h"
+#include "core/discovery.h"
+#include "core/model_table.h"
+#include "kxcam/kxcam.h"
+#include "memory_file.h"
+#include "require.h"
+#include "scripted_usb.h"
+#include "virtual_time.h"
+
+namespace kxcam {
+namespace {
+
+constexpr int kMostCalls = 100;
+
+/// Lists as many models as the library's table takes; the last ones are reached with the generic id.
+std::string configuration() {
+  std::ostringstream file;
+  file << std::hex << "<VPD>\n" << kForeignVendor << ' ' << kForeignProduct << " foreign\n";
+  file << kCameraVendor << ' ' << kGenericProduct << " generic\n";
+  for (const CameraModel& model : model_table) file << kCameraVendor << ' ' << model.PID << " camera\n";
+  file << "</VPD>\n";
+  return file.str();
+}
+
+void live(Input input) {
+  ScriptedBus bus(input);
+  int camera = 0;
+  CameraInit(camera);
+  for (int calls = 0; calls < kMostCalls && !input.empty(); ++calls) make_call(input, bus, camera);
+  for (int i = 0; i <= UINT8_MAX; ++i) {
+    if (CameraReset(i) == 0) CameraFree(i);
+  }
+  refuse_next_reader(false);
+  require(!any_reader(), "every reader ends with its camera");
+}
+
+}  // namespace
+}  // namespace kxcam
+
+extern "C" int LLVMFuzzerInitialize(int* /*argc*/, char*** /*argv*/) {
+  static const kxcam::MemoryFile file;
+  const std::string text = kxcam::configuration();
+  file.write({reinterpret_cast<const uint8_t*>(text.data()), text.size()});
+  setenv("KXUSB_CONF", file.path().c_str(), 1);
+  return 0;
+}
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  kxcam::live(kxcam::Input({data, size}));
+  return 0;
+}
