@@ -3,9 +3,10 @@
 
 #include <array>
 #include <cstring>
-#include <limits>
 #include <vector>
 
+#include "any_value.h"
+#include "inner_calls.h"
 #include "kxcam/kxcam.h"
 #include "require.h"
 #include "scripted_usb.h"
@@ -115,31 +116,6 @@ constexpr int64_t kQueryOverheadMs = 20;
 template <size_t N, class Function>
 Function chosen(const std::array<Function, N>& functions, Input& input) {
   return functions[input.byte() % N];
-}
-
-/// Mostly what settings take, with the ends of wider ranges among them.
-int any_int(Input& input) {
-  constexpr std::array kEnds = {-1,
-                                256,
-                                4095,
-                                4096,
-                                65535,
-                                65536,
-                                100000,
-                                0xFFFF,
-                                std::numeric_limits<int>::max(),
-                                std::numeric_limits<int>::min()};
-  const int choice = input.byte();
-  if (choice < 0xC0) return choice;
-  if (choice < 0xE0) return input.word();
-  if (choice < 0xF0) return input.int32();
-  return kEnds[static_cast<size_t>(choice) % kEnds.size()];
-}
-
-/// Mostly hundredths, like what settings take.
-double any_real(Input& input) {
-  const int choice = input.byte();
-  return choice < 0xF0 ? choice / 64.0 : input.real();
 }
 
 int any_format(Input& input) {
@@ -364,6 +340,8 @@ void make_call(Input& input, ScriptedBus& bus, int& camera) {
     case 26:
     case 27:
       return query(input, camera);
+    case 28:
+      return make_inner_call(input, camera);
     default: {
       const auto set = chosen(kIntSetters, input);
       set(camera, any_int(input));
