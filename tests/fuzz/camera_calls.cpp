@@ -109,7 +109,9 @@ constexpr auto kCommands = std::to_array<Command>({
 });
 
 /// Larger frames are streamed, but not made into pictures: that would take the fuzzer's time.
-constexpr int kMostPixels = 1 << 16;
+constexpr int64_t kMostPixels = 1 << 16;
+/// Raw frames are only copied; these are larger than some sensors.
+constexpr int64_t kMostRawPixels = 1 << 20;
 constexpr int64_t kLongestQueryMs = 60'000;
 constexpr int64_t kQueryOverheadMs = 20;
 
@@ -176,13 +178,14 @@ void use_user_data(Input& input, int camera) {
 }
 
 /// Whether pictures of the camera are small and waited for no longer than a minute.
-bool worth_querying(int camera) {
+bool worth_querying(int camera, int format) {
   int width = 0;
   int height = 0;
   double exposure_ms = 0;
   if (CameraGetImageSize(camera, &width, &height) != 0) return false;
   CameraGetExposureTime(camera, &exposure_ms);
-  return int64_t{width} * height <= kMostPixels && exposure_ms < kLongestQueryMs;
+  const int64_t most = (format & KXCAM_FORMAT_RAW) != 0 ? kMostRawPixels : kMostPixels;
+  return int64_t{width} * height <= most && exposure_ms < kLongestQueryMs;
 }
 
 int64_t longest_wait(int camera) {
@@ -196,7 +199,7 @@ int64_t longest_wait(int camera) {
 void query(Input& input, int camera) {
   const int format = any_format(input);
   int size = 0;
-  if (!worth_querying(camera) || CameraGetImageBufferSize(camera, &size, format) != 0) return;
+  if (!worth_querying(camera, format) || CameraGetImageBufferSize(camera, &size, format) != 0) return;
   std::vector<uint8_t> picture(static_cast<size_t>(size));
   const int64_t limit = longest_wait(camera);
   const int64_t begin = virtual_now();
@@ -208,9 +211,8 @@ void query(Input& input, int camera) {
 
 void query_lv(int camera) {
   int size = 0;
-  if (!worth_querying(camera) ||
-      CameraGetImageBufferSize(camera, &size, KXCAM_FORMAT_COLOR | KXCAM_FORMAT_32BIT) != 0)
-    return;
+  constexpr int kFormat = KXCAM_FORMAT_COLOR | KXCAM_FORMAT_32BIT;
+  if (!worth_querying(camera, kFormat) || CameraGetImageBufferSize(camera, &size, kFormat) != 0) return;
   int pixels = size / 4;
   std::vector<uint32_t> picture(static_cast<size_t>(pixels));
   CameraQueryImageLV(camera, picture.data(), &pixels, KXCAM_FORMAT_COLOR);
@@ -221,7 +223,7 @@ void process(Input& input, int camera) {
   int height = 0;
   int size = 0;
   const int format = any_format(input);
-  if (!worth_querying(camera) || CameraGetImageSize(camera, &width, &height) != 0 ||
+  if (!worth_querying(camera, format) || CameraGetImageSize(camera, &width, &height) != 0 ||
       CameraGetISPImageBufferSize(camera, &size, width, height, format) != 0)
     return;
   int depth = 0;

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "camera_calls.h"
+#include "core/contexts.h"
 #include "core/discovery.h"
 #include "core/model_table.h"
 #include "kxcam/kxcam.h"
@@ -28,16 +29,30 @@ std::string configuration() {
   return file.str();
 }
 
+/// Whatever a camera says of its frames, they fit what was allocated for them.
+void check_geometry(int index) {
+  if (index < 0 || index >= kMaxCameras) return;
+  const ContextRef camera = context_at(index);
+  if (camera == nullptr || camera->ring == nullptr) return;
+  const FrameGeometry geometry = camera->geometry;
+  require(geometry.pixels() >= 1 && geometry.pixels() <= camera->model().SENSOR_ARRAY.pixels(),
+          "a frame is no larger than the sensor");
+  require(geometry.bytes_per_pixel == 1 || geometry.bytes_per_pixel == 2, "a sample has one byte or two");
+}
+
 void live(Input input) {
   ScriptedBus bus(input);
   int camera = 0;
   CameraInit(camera);
-  for (int calls = 0; calls < kMostCalls && !input.empty(); ++calls) make_call(input, bus, camera);
-  for (int i = 0; i <= UINT8_MAX; ++i) {
+  for (int calls = 0; calls < kMostCalls && !input.empty(); ++calls) {
+    make_call(input, bus, camera);
+    check_geometry(camera);
+  }
+  for (int i = 0; i < kMaxCameras; ++i) {
     if (CameraReset(i) == 0) CameraFree(i);
   }
   refuse_next_reader(false);
-  require(!any_reader(), "every reader ends with its camera");
+  require(!any_reader(), "every reader is joined");
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <span>
 
 #include "input.h"
@@ -20,14 +21,17 @@ enum class Mishap : uint8_t {
   kUnplugged,
 };
 
-/// Hands out mishaps: a byte below 0x80 is one, any other a run of up to 512 calls that go well. Behind the
-/// end all go well.
+/// Hands out mishaps. A byte from 0x80 on is a run of up to 511 calls that go well; one from 0x60 on lets
+/// calls go well up to the next one of a kind; any other is a mishap. Behind the end all go well.
 class Script {
  public:
+  /// Kinds of calls are vendor requests, and besides:
+  enum Kind : uint8_t { kOther = 0, kStream = 0xA0, kFlash = 0xBF };
+
   Script() = default;
   explicit Script(std::span<const uint8_t> bytes) : input_(bytes) {}
 
-  Mishap next();
+  Mishap next(uint8_t kind);
 
   /// A code of libusb below 0.
   int error_code() { return -1 - input_.byte() % 13; }
@@ -38,6 +42,7 @@ class Script {
  private:
   Input input_;
   int calls_that_go_well_ = 0;
+  std::optional<uint8_t> awaited_;
 };
 
 }  // namespace kxcam

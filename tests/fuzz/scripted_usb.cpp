@@ -52,7 +52,7 @@ std::span<uint8_t> checked(uint8_t* data, size_t length) {
 /// What becomes of a call without data: 0 or a code.
 int outcome(libusb_device& device) {
   if (!device.attached) return LIBUSB_ERROR_NO_DEVICE;
-  switch (bus->script().next()) {
+  switch (bus->script().next(Script::kOther)) {
     case Mishap::kError:
       return bus->script().error_code();
     case Mishap::kUnplugged:
@@ -94,7 +94,8 @@ int control(libusb_device& device, uint8_t type, uint8_t request, uint16_t value
             std::span<uint8_t> data, uint32_t timeout) {
   require(type == kVendorIn || type == kVendorOut, "requests are the vendor's");
   if (!device.attached) return LIBUSB_ERROR_NO_DEVICE;
-  const Mishap mishap = bus->script().next();
+  const bool flash = request == 0xC2 || request == 0xC3;
+  const Mishap mishap = bus->script().next(flash ? uint8_t{Script::kFlash} : request);
   switch (mishap) {
     case Mishap::kError:
       return bus->script().error_code();
@@ -124,7 +125,7 @@ Transfer transfer_frame(ScriptedCamera& camera, std::span<uint8_t> data, uint32_
 
 Transfer transfer(libusb_device& device, std::span<uint8_t> data, uint32_t timeout) {
   Script& script = bus->script();
-  const Mishap mishap = device.attached ? script.next() : Mishap::kUnplugged;
+  const Mishap mishap = device.attached ? script.next(Script::kStream) : Mishap::kUnplugged;
   if (mishap == Mishap::kNone) return transfer_frame(*device.camera, data, timeout);
   pass_time(mishap == Mishap::kTimeout ? timeout : 1);
   switch (mishap) {
@@ -192,7 +193,7 @@ int libusb_init(libusb_context** /*context*/) {
 }
 
 ssize_t libusb_get_device_list(libusb_context* /*context*/, libusb_device*** list) {
-  if (bus->script().next() == Mishap::kError) return bus->script().error_code();
+  if (bus->script().next(Script::kOther) == Mishap::kError) return bus->script().error_code();
   std::vector<libusb_device*> devices = bus->attached();
   const auto count = static_cast<ssize_t>(devices.size());
   for (libusb_device* device : devices) ++device->references;

@@ -2,13 +2,17 @@
 #include "virtual_time.h"
 
 #include <algorithm>
+#include <array>
+#include <cstddef>
 #include <ctime>
-#include <map>
-#include <memory>
-#include <semaphore>
+#include <list>
 #include <system_error>
 #include <utility>
 #include <vector>
+
+#include <sanitizer/asan_interface.h>
+#include <sanitizer/common_interface_defs.h>
+#include <ucontext.h>
 
 #include "core/camera_context.h"
 #include "core/frame_reader.h"
@@ -19,72 +23,111 @@ namespace {
 
 constexpr int64_t kNsPerMs = 1'000'000;
 constexpr int64_t kNsPerSecond = 1'000'000'000;
+constexpr size_t kStackSize = 1 << 18;
 
-/// A thread as others see it. It waits for its turn; who has the turn, and nobody else, touches what follows.
-struct Turn {
-  std::binary_semaphore given{0};
+/// A line of execution with a stack of its own: what the library takes for a thread. Real ones would wait for
+/// the processor at every turn.
+struct Fiber {
+  ucontext_t state{};
+  const void* stack = nullptr;
+  size_t stack_size = 0;
+  void* fake_stack = nullptr;  ///< the sanitizer's
   int64_t wakes_at = 0;
   bool ended = false;
-  Turn* joined_by = nullptr;
+  Fiber* joined_by = nullptr;
 };
 
-Turn main_thread;
-thread_local Turn* self = &main_thread;
+struct Reader : Fiber {
+  CameraContext* camera = nullptr;
+  std::array<std::byte, kStackSize> memory;
+};
+
+Fiber main_fiber;
+Fiber* running = &main_fiber;
 int64_t now = 0;
-std::vector<Turn*> asleep;
-std::map<const CameraContext*, std::unique_ptr<Turn>> readers;
+std::vector<Fiber*> asleep;
+std::list<Reader> readers;
+std::list<Reader> idle_readers;  ///< kept for their memory
 bool reader_refused = false;
 
-/// The thread that wakes first goes on; of several the one that has slept longest.
-void give_turn() {
-  const auto first = std::ranges::min_element(asleep, {}, &Turn::wakes_at);
-  require(first != asleep.end(), "one thread can go on");
-  Turn* next = *first;
-  asleep.erase(first);
-  now = next->wakes_at;
-  next->given.release();
-}
-
-void wake_at(Turn* turn, int64_t time) {
-  turn->wakes_at = time;
-  asleep.push_back(turn);
-}
-
-void run_reader(CameraContext& context, Turn* turn) {
-  self = turn;
-  turn->given.acquire();
-  reader(context);
-  turn->ended = true;
-  if (turn->joined_by != nullptr) wake_at(turn->joined_by, now);
-  give_turn();
-}
-
-void start(CameraContext& context) {
-  if (std::exchange(reader_refused, false))
-    throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
-  const auto [reader, is_new] = readers.emplace(&context, std::make_unique<Turn>());
-  require(is_new, "a camera has one reader");
-  Turn* turn = reader->second.get();
-  context.reader_thread = std::thread([&context, turn] { run_reader(context, turn); });
-  wake_at(turn, now);
-}
-
-void join(CameraContext& context) {
-  if (!context.reader_thread.joinable()) return;
-  Turn& reader = *readers.at(&context);
-  if (!reader.ended) {
-    reader.joined_by = self;
-    give_turn();
-    self->given.acquire();
+/// Tells the sanitizer which stack is in use from here on.
+void arrive(Fiber& fiber) {
+  const void* left = nullptr;
+  size_t left_size = 0;
+  __sanitizer_finish_switch_fiber(fiber.fake_stack, &left, &left_size);
+  // Nothing else tells where the first stack lies; it is the one that the first reader is entered from.
+  if (main_fiber.stack == nullptr) {
+    main_fiber.stack = left;
+    main_fiber.stack_size = left_size;
   }
-  context.reader_thread.join();
-  readers.erase(&context);
+}
+
+void switch_to(Fiber& next) {
+  Fiber& before = *std::exchange(running, &next);
+  if (&before == &next) return;
+  __sanitizer_start_switch_fiber(before.ended ? nullptr : &before.fake_stack, next.stack, next.stack_size);
+  swapcontext(&before.state, &next.state);
+  arrive(before);
+}
+
+/// What wakes first goes on; of several what has slept longest.
+void run_next() {
+  const auto first = std::ranges::min_element(asleep, {}, &Fiber::wakes_at);
+  require(first != asleep.end(), "something can go on");
+  Fiber& next = **first;
+  asleep.erase(first);
+  now = next.wakes_at;
+  switch_to(next);
+}
+
+void wake_at(Fiber& fiber, int64_t time) {
+  fiber.wakes_at = time;
+  asleep.push_back(&fiber);
 }
 
 void sleep_ns(int64_t ns) {
-  wake_at(self, now + ns);
-  give_turn();
-  self->given.acquire();
+  wake_at(*running, now + ns);
+  run_next();
+}
+
+void run_reader() {
+  auto& self = static_cast<Reader&>(*running);
+  arrive(self);
+  reader(*self.camera);
+  self.ended = true;
+  if (self.joined_by != nullptr) wake_at(*self.joined_by, now);
+  run_next();
+}
+
+auto reader_of(const CameraContext& camera) {
+  return std::ranges::find(readers, &camera, &Reader::camera);
+}
+
+void start(CameraContext& camera) {
+  if (std::exchange(reader_refused, false))
+    throw std::system_error(std::make_error_code(std::errc::resource_unavailable_try_again));
+  require(reader_of(camera) == readers.end(), "a camera has one reader");
+  if (idle_readers.empty()) idle_readers.emplace_back();
+  readers.splice(readers.end(), idle_readers, idle_readers.begin());
+  Reader& started = readers.back();
+  static_cast<Fiber&>(started) = {.stack = started.memory.data(), .stack_size = kStackSize};
+  started.camera = &camera;
+  __asan_unpoison_memory_region(started.memory.data(), kStackSize);
+  getcontext(&started.state);
+  started.state.uc_stack.ss_sp = started.memory.data();
+  started.state.uc_stack.ss_size = kStackSize;
+  makecontext(&started.state, run_reader, 0);
+  wake_at(started, now);
+}
+
+void join(CameraContext& camera) {
+  const auto joined = reader_of(camera);
+  if (joined == readers.end()) return;
+  if (!joined->ended) {
+    joined->joined_by = running;
+    run_next();
+  }
+  idle_readers.splice(idle_readers.end(), readers, joined);
 }
 
 }  // namespace
@@ -120,11 +163,11 @@ int __wrap_clock_gettime(clockid_t /*clock*/, timespec* time) {
   return 0;
 }
 
-void __wrap__ZN5kxcam12start_readerERNS_13CameraContextE(kxcam::CameraContext& context) {
-  kxcam::start(context);
+void __wrap__ZN5kxcam12start_readerERNS_13CameraContextE(kxcam::CameraContext& camera) {
+  kxcam::start(camera);
 }
 
-void __wrap__ZN5kxcam11join_readerERNS_13CameraContextE(kxcam::CameraContext& context) {
-  kxcam::join(context);
+void __wrap__ZN5kxcam11join_readerERNS_13CameraContextE(kxcam::CameraContext& camera) {
+  kxcam::join(camera);
 }
 }
