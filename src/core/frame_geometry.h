@@ -6,9 +6,8 @@
 namespace kxcam {
 
 /// The current readout as the sensor sends it: columns, rows and bytes of a raw sample. One word, so
-/// that the reader and the queries never see the width of one geometry with the height of another; aligned
-/// like one, as clang makes calls of a library out of its atomic accesses otherwise.
-struct alignas(uint64_t) FrameGeometry {
+/// that the reader and the queries never see the width of one geometry with the height of another.
+struct FrameGeometry {
   uint16_t frame_width = 0;
   uint16_t frame_height = 0;
   uint32_t bytes_per_pixel = 0;  ///< 1 or 2

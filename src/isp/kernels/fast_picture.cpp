@@ -36,7 +36,8 @@ class Picture {
  public:
   Picture(const RowKernels& kernels, const ImageView& raw, const OrientedFrame& frame,
           const WorkRowWindow::Counted& counted, const Output& output, uint8_t* memory)
-      : output_(output),
+      : kernels_(kernels),
+        output_(output),
         frame_(frame),
         stride_(work_row_stride(frame_.columns.size)),
         memory_(memory),
@@ -74,6 +75,7 @@ class Picture {
   int32_t mean(int weight) const { return static_cast<int32_t>(window_.sum() * weight / height() / width()); }
 
  private:
+  const RowKernels& kernels_;
   Output output_;
   OrientedFrame frame_;
   size_t stride_;
