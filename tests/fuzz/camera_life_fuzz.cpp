@@ -17,7 +17,7 @@
 namespace kxcam {
 namespace {
 
-constexpr int kMostCalls = 100;
+constexpr int kMostCalls = 200;
 
 /// Lists as many models as the library's table takes; the last ones are reached with the generic id.
 std::string configuration() {

@@ -55,6 +55,7 @@ void check_repeated(int rows) {
 }  // namespace kxcam
 
 // The linker puts these in the place of the functions they are named for.
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 
 std::FILE* __real_fopen(const char* path, const char* mode);
@@ -77,6 +78,7 @@ void __wrap_exit(int status) {
   __real_exit(status);
 }
 }
+// NOLINTEND(bugprone-reserved-identifier)
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace kxcam;

@@ -46,6 +46,7 @@ bool release(void* block) {
 }  // namespace kxcam
 
 // The linker puts these in the place of the functions they are named for.
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 
 void* __real_calloc(size_t count, size_t size);
@@ -61,3 +62,4 @@ void __wrap_free(void* block) {
   if (!kxcam::release(block)) __real_free(block);
 }
 }
+// NOLINTEND(bugprone-reserved-identifier)

@@ -156,6 +156,7 @@ void make_picture(Input& input, const CameraContext& camera) {
 }  // namespace kxcam
 
 // The linker puts this in the place of the delay when a camera is closed.
+// NOLINTNEXTLINE(bugprone-reserved-identifier)
 extern "C" int __wrap_nanosleep(const timespec* /*time*/, timespec* /*left*/) {
   return 0;
 }

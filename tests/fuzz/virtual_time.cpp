@@ -151,6 +151,7 @@ void refuse_next_reader(bool refuse) {
 }  // namespace kxcam
 
 // The linker puts these in the place of the functions they are named for.
+// NOLINTBEGIN(bugprone-reserved-identifier)
 extern "C" {
 
 int __wrap_nanosleep(const timespec* time, timespec* /*left*/) {
@@ -171,3 +172,4 @@ void __wrap__ZN5kxcam11join_readerERNS_13CameraContextE(kxcam::CameraContext& ca
   kxcam::join(camera);
 }
 }
+// NOLINTEND(bugprone-reserved-identifier)
