@@ -21,7 +21,7 @@ enum class Mishap : uint8_t {
   kUnplugged,
 };
 
-/// Hands out mishaps. A byte from 0x80 on is a run of up to 511 calls that go well; one from 0x60 on lets
+/// Hands out mishaps. A byte from 0x80 on is a run of up to 509 calls that go well; one from 0x60 on lets
 /// calls go well up to the next one of a kind; any other is a mishap. Behind the end all go well.
 class Script {
  public:
