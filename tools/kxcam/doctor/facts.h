@@ -37,9 +37,9 @@ struct Node {
 /// What an attempt to use a camera came to. Codes are libusb's.
 struct UsbAccess {
   int open = 0;
-  int claim = 0;                         ///< of interface 0; 0 too when the device could not be opened
-  std::optional<bool> super_speed;       ///< whether it can do 5 Gbit/s; unknown unless it was opened
-  std::optional<uint16_t> true_product;  ///< reply of a device with the generic id
+  int claim = 0;                              ///< of interface 0; 0 too when the device could not be opened
+  std::optional<bool> super_speed = {};       ///< whether it can do 5 Gbit/s; unknown unless it was opened
+  std::optional<uint16_t> true_product = {};  ///< reply of a device with the generic id
 };
 
 /// A device of the cameras' vendor id.
