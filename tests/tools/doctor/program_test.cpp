@@ -20,9 +20,10 @@ using testing::Not;
 /// "check camera" of everything that is not ok.
 std::vector<std::string> complaints(const Result& result) {
   std::vector<std::string> list;
-  for (const auto& check : json::parse(result.output).at("checks")) {
+  const json found = json::parse(result.output);
+  for (const auto& check : found.at("checks")) {
     if (check.at("result") == "ok") continue;
-    EXPECT_NE(check.at("remedy"), "");
+    EXPECT_NE(check.value("remedy", ""), "");
     list.push_back(check.at("check").get<std::string>() + " " + check.value("camera", "machine"));
   }
   return list;
@@ -38,7 +39,7 @@ TEST(Doctor, FindsSimulatedCamerasWell) {
   EXPECT_EQ(found.at("cameras")[0].at("megabits_per_second"), 5000);
   EXPECT_EQ(found.at("cameras")[1].at("megabits_per_second"), 480);
   EXPECT_EQ(found.at("cameras")[1].at("product_id"), "3ff0");
-  EXPECT_EQ(found.at("cameras")[1].at("model_row"), 80) << "asked for its model";
+  EXPECT_EQ(found.at("cameras")[1].at("model_row"), 81) << "asked for its model";
 }
 
 TEST(Doctor, TellsFaultsApart) {
