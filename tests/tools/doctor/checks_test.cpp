@@ -136,6 +136,9 @@ TEST(Examination, DeniedCameraGetsTheStepThatIsMissing) {
   camera.node.membership = Membership::kAfterLogin;
   EXPECT_THAT(remedy(), HasSubstr("Log in again"));
 
+  camera.node.membership = Membership::kYes;
+  EXPECT_THAT(remedy(), HasSubstr("getfacl"));
+
   camera.node.error = 0;
   EXPECT_THAT(remedy(), HasSubstr("sandbox"));
   facts.container = true;

@@ -129,6 +129,11 @@ TEST_F(FakeMachine, FindsTheProcessesThatHaveTheNodeOpen) {
   ASSERT_EQ(holders.size(), 1U);
   EXPECT_EQ(holders.front().pid, 4711);
   EXPECT_EQ(holders.front().program, "viewer");
+
+  sources_.simulated = true;
+  const CameraFacts simulated = collected().cameras.at(0);
+  EXPECT_TRUE(simulated.holders.empty()) << "that node is another device's";
+  EXPECT_EQ(simulated.node.error, ENOENT);
 }
 
 TEST_F(FakeMachine, TakesTheRuleThatUdevWould) {

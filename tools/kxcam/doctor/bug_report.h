@@ -19,8 +19,8 @@ struct ReportInput {
   std::vector<AttachedCamera> named;  ///< with_serials only: the cameras that the library can ask
 };
 
-/// One text to send along with a bug. Says at its head what it holds. Names of users and of the host may
-/// still be in it where a path or a file has them.
+/// One text to send along with a bug. Says at its head what it holds. Names of users and of the host
+/// are in it wherever a path or a file has them: without() takes them out.
 std::string bug_report(const ReportInput& input);
 
 }  // namespace kxcam::doctor

@@ -2,6 +2,7 @@
 #include "doctor/collector.h"
 
 #include <array>
+#include <cerrno>
 #include <charconv>
 #include <cstdlib>
 #include <map>
@@ -75,7 +76,8 @@ std::string driver_of(const fs::path& interface) {
 Configuration read_configuration(const Sources& sources) {
   Configuration configuration;
   configuration.path = sources.configuration;
-  const fs::path file = sources.root / fs::absolute(sources.configuration).relative_path();
+  std::error_code error;
+  const fs::path file = sources.root / fs::absolute(sources.configuration, error).relative_path();
   configuration.text = read_small_file(file, configuration.error);
   return configuration;
 }
@@ -108,6 +110,7 @@ class Collector {
       entry->second.usb = seen.access;
     }
     std::vector<CameraFacts> list;
+    list.reserve(found.size());
     for (auto& [port, facts] : found) list.push_back(std::move(facts));
     return list;
   }
@@ -146,11 +149,16 @@ class Collector {
     facts.megabits = number(read_line(device / "speed")).value_or(0);
     facts.power_control = read_line(device / "power/control");
     facts.kernel_driver = driver_of(devices_ / (port + ":1.0"));
-    const std::string node = fmt::format("/dev/bus/usb/{:03}/{:03}", bus, address);
-    facts.node = examine_node(sources_.root / fs::path(node).relative_path(), node);
     facts.hubs = hubs_before(port, devices_);
-    if (const auto holders = holders_.find(node); holders != holders_.end()) facts.holders = holders->second;
     facts.attributes = read_attributes(device);
+    const std::string node = fmt::format("/dev/bus/usb/{:03}/{:03}", bus, address);
+    if (sources_.simulated) {
+      facts.node.path = node;  // what is there by that name is another device's
+      facts.node.error = ENOENT;
+      return facts;
+    }
+    facts.node = examine_node(sources_.root / fs::path(node).relative_path(), node);
+    if (const auto holders = holders_.find(node); holders != holders_.end()) facts.holders = holders->second;
     return facts;
   }
 

@@ -62,7 +62,9 @@ std::string join_the_group(const Node& node) {
     case Membership::kYes:
       break;
   }
-  return "";
+  return fmt::format(
+      "Its group and mode would allow it: an access list (`getfacl {}`) or a security module forbids it.",
+      node.path);
 }
 
 std::string remedy_for_denial(const CameraFacts& camera, const Facts& facts) {
