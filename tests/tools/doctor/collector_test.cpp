@@ -16,7 +16,6 @@ namespace kxcam::doctor {
 namespace {
 
 namespace fs = std::filesystem;
-using testing::ElementsAre;
 using testing::Pair;
 
 class FakeMachine : public testing::Test {
