@@ -8,6 +8,8 @@ namespace {
 
 enum DescriptorType : uint8_t { kDevice = 1, kConfiguration = 2, kString = 3, kInterface = 4, kEndpoint = 5 };
 constexpr uint8_t kSuperSpeedCompanion = 0x30;
+constexpr uint8_t kObjectStore = 0x0F;
+constexpr uint8_t kCapability = 0x10;
 constexpr uint8_t kVendorSpecific = 0xFF;
 constexpr uint8_t kBulk = 2;
 
@@ -81,6 +83,15 @@ std::vector<uint8_t> configuration_descriptor(const CameraOptions& options) {
   if (options.speed == UsbSpeed::kSuper) bytes.insert(bytes.end(), {6, kSuperSpeedCompanion, 15, 0, 0, 0});
   bytes[2] = static_cast<uint8_t>(bytes.size());
   return bytes;
+}
+
+std::vector<uint8_t> object_store_descriptor(const CameraOptions& options) {
+  if (options.speed != UsbSpeed::kSuper) return {};
+  return {5, kObjectStore, 22, 0, 2,
+          // The same device on an older bus.
+          7, kCapability, 2, 0, 0, 0, 0,
+          // Works at high and super speed, in full from high speed on; awake in 10 and 255 microseconds.
+          10, kCapability, 3, 0, 0x0C, 0, 2, 10, 255, 0};
 }
 
 std::vector<uint8_t> string_descriptor(const CameraOptions& options, uint8_t index) {
