@@ -55,6 +55,8 @@ std::vector<uint8_t> device_descriptor(const CameraOptions& options) {
 
 std::vector<uint8_t> configuration_descriptor(const CameraOptions& options) {
   const auto packet = bulk_packet_size(options.speed);
+  // 500 mA, the most that a port of high speed has: in steps of 2 mA there, of 8 mA at super speed.
+  const uint8_t power = options.speed == UsbSpeed::kSuper ? 500 / 8 : 500 / 2;
   std::vector<uint8_t> bytes = {9,
                                 kConfiguration,
                                 0,
@@ -63,7 +65,7 @@ std::vector<uint8_t> configuration_descriptor(const CameraOptions& options) {
                                 1,
                                 0,
                                 0x80,
-                                250,  // bus powered
+                                power,
                                 9,
                                 kInterface,
                                 0,

@@ -18,6 +18,7 @@ status=0
 # Sockets have short names only.
 run=$(mktemp -d)
 kxsim_pid=
+# shellcheck disable=SC2317 # called at the end
 end() {
   [ -z "$kxsim_pid" ] || kill "$kxsim_pid" 2>/dev/null || true
   rm -rf "$run"
@@ -36,6 +37,7 @@ exec 3<>"$run/commands"
 start_kxsim
 printf 'unplug %d\n' 2 3 4 >&3
 
+# shellcheck disable=SC2054 # QEMU's commas
 machine=(-accel tcg -M q35 -cpu max -smp 1 -m 1024 -nodefaults -no-user-config -display none -no-reboot
   -kernel "$work/kernel/vmlinux" -initrd "$work/initramfs.cpio"
   -append "console=ttyS0 quiet panic=-1 mitigations=off nokaslr"
@@ -53,7 +55,10 @@ done
 while IFS= read -r line; do
   line=${line%$'\r'}
   case $line in
-    '@host kill') kill -KILL "$kxsim_pid" ;;
+    '@host kill')
+      kill -KILL "$kxsim_pid"
+      wait "$kxsim_pid" 2>/dev/null || true
+      ;;
     '@host start') start_kxsim ;;
     '@host '*) echo "${line#@host }" >&3 ;;
   esac

@@ -56,6 +56,12 @@ void tell_host(const std::string& command) {
   std::cout << "@host " << command << std::endl;
 }
 
+void restore_cables() {
+  tell_host("mend");
+  tell_host("plug 1");
+  std::this_thread::sleep_for(std::chrono::seconds(1));
+}
+
 void wait_for_cameras(int count) {
   eventually([&] { return cameras_in_sysfs() == count; });
   require_equal(cameras_in_sysfs(), count, "number of cameras that the kernel knows");
@@ -99,6 +105,7 @@ OpenCamera::OpenCamera(const char* serial) : index_(index_of(serial)) {
   int size = 0;
   CameraGetImageBufferSize(index_, &size, KXCAM_FORMAT_RAW);
   frame_.resize(static_cast<size_t>(size));
+  CameraClearHostBuffer(index_);  // of frames of the geometry before
 }
 
 OpenCamera::~OpenCamera() {
@@ -107,7 +114,9 @@ OpenCamera::~OpenCamera() {
 
 uint32_t OpenCamera::numbered_frame() {
   int size = static_cast<int>(frame_.size());
+  const auto begin = Clock::now();
   require_success(CameraQueryImage(index_, frame_.data(), &size, KXCAM_FORMAT_RAW), "CameraQueryImage");
+  query_ms_ = milliseconds_since(begin);
   int width = 0;
   int height = 0;
   CameraGetImageSize(index_, &width, &height);
@@ -115,20 +124,23 @@ uint32_t OpenCamera::numbered_frame() {
   const auto bytes = std::span(frame_).first(static_cast<size_t>(width) * static_cast<size_t>(height));
   size_t wrong = 0;
   const auto number = read_numbered_frame(bytes, wrong);
-  require(number.has_value(), "byte " + std::to_string(wrong) + " of a frame is not what was sent");
+  require(number.has_value(), "a frame is not what was sent, from byte " + std::to_string(wrong) + " on");
   return *number;
 }
 
 double OpenCamera::numbered_frames(int count) {
-  uint32_t last = numbered_frame();
+  const uint32_t first = numbered_frame();
+  uint32_t last = first;
   double waiting = 0;
   for (int i = 1; i < count; ++i) {
-    const auto begin = Clock::now();
     const uint32_t number = numbered_frame();
-    waiting += milliseconds_since(begin);
-    require_equal(number, last + 1, "number of the next frame");
+    waiting += query_ms_;
+    require(number > last, "frame " + std::to_string(number) + " comes after " + std::to_string(last));
     last = number;
   }
+  const auto lost = static_cast<int>(last - first) - (count - 1);
+  require(lost <= 1 + count / 10,
+          std::to_string(lost) + " frames were lost between " + std::to_string(count));
   return static_cast<double>(frame_.size()) * (count - 1) / waiting * 1000;
 }
 

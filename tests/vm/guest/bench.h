@@ -10,13 +10,16 @@ namespace vm {
 // The cameras as the script around the guest serves them: their serial numbers, which end with their number
 // on the command line of kxsim.
 inline constexpr const char* kFiveMegapixels = "GENERIC-ID-1";  ///< 2592 x 1944 colour, behind the generic id
-inline constexpr const char* kHighSpeed = "HIGH-SPEED-2";     ///< 752 x 480 colour, older bridge
+inline constexpr const char* kHighSpeed = "HIGH-SPEED-2";       ///< 752 x 480 colour, older bridge
 inline constexpr const char* kTwentyMegapixels = "LARGE-SIZE-3";  ///< 5472 x 3648 monochrome
-inline constexpr const char* kTwelveBits = "TWELVE-BIT-4";         ///< 720 x 540 monochrome, 12 bits
+inline constexpr const char* kTwelveBits = "TWELVE-BIT-4";        ///< 720 x 540 monochrome, 12 bits
 
 /// Has the host give a command to kxsim, such as "unplug 1"; "kill" and "start" are for the process itself.
 /// Returns at once.
 void tell_host(const std::string& command);
+
+/// Puts the cameras back on the bus that a case which failed may have left off it.
+void restore_cables();
 
 /// Waits until so many cameras are on the bus, for the kernel and for the library.
 void wait_for_cameras(int count);
@@ -39,7 +42,9 @@ class OpenCamera {
 
   /// Queries a raw frame and compares every byte; returns its number.
   uint32_t numbered_frame();
-  /// The same with `count` frames that must follow upon each other. Returns bytes per second.
+  /// The same with `count` frames in the order in which they were sent. A few may be lost: an emulated
+  /// processor that gets no time for as long as a transfer may take loses what was on its way. Returns the
+  /// bytes per second that queries waited for.
   double numbered_frames(int count);
   /// Repeats CameraReconnect() until it works.
   void reconnect();
@@ -49,6 +54,7 @@ class OpenCamera {
  private:
   int index_;
   std::vector<uint8_t> frame_;
+  double query_ms_ = 0;  // of the last frame
 };
 
 /// The code of a call that must have failed.

@@ -24,7 +24,7 @@ void unplugged_while_streaming() {
     require_equal(code_of_failure(CameraGetGPIO(camera.index(), &lines), "CameraGetGPIO"),
                   KXCAM_ERROR_READ_REQUEST, "code");
     measured("a request to a camera that has left", milliseconds_since(begin), "ms");
-    require_between(milliseconds_since(begin), 0, 250, "milliseconds until a request fails");
+    require_between(milliseconds_since(begin), 0, 1000, "milliseconds until a request fails");
     // Frames that were complete before are still delivered.
     const auto no_more_frames = [&] {
       try {
@@ -35,7 +35,8 @@ void unplugged_while_streaming() {
       }
     };
     require(eventually(no_more_frames), "queries do not end with code 17");
-    require(code_of_failure(CameraSetExposure(camera.index(), 77), "CameraSetExposure") != 0, "no code");
+    require_equal(code_of_failure(CameraWriteUserData(camera.index(), "x", 1), "CameraWriteUserData"),
+                  KXCAM_ERROR_WRITE_REQUEST, "code of CameraWriteUserData");
     require_equal(code_of_failure(CameraReconnect(camera.index()), "CameraReconnect"), KXCAM_ERROR_NO_DEVICE,
                   "code of CameraReconnect");
   }
@@ -73,7 +74,7 @@ void shaken() {
 
 void unplugged_during_a_request() {
   OpenCamera camera(kFiveMegapixels);
-  tell_host("fault camera 1 request 1 of B0 timeout; unplug after 1 requests");
+  tell_host("fault camera 1 request 1 of B0 timeout; camera 1 unplug after 1 requests");
   std::array<char, 10> bytes{};
   uint32_t result = 0;
   const auto begin = Clock::now();

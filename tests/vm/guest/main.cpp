@@ -6,6 +6,7 @@
 #include <exception>
 #include <iostream>
 
+#include "bench.h"
 #include "check.h"
 
 namespace {
@@ -17,6 +18,7 @@ void run(const vm::Case& one) {
     one.run();
   } catch (const std::exception& error) {
     failure = error.what();
+    vm::restore_cables();
   }
   std::cout << (failure.empty() ? "@passed " : "@failed ") << one.name;
   if (!failure.empty()) std::cout << ": " << failure;

@@ -6,6 +6,7 @@
 #include <cstdio>
 #include <fstream>
 #include <memory>
+#include <sstream>
 
 #include "bench.h"
 #include "check.h"
@@ -40,8 +41,13 @@ void list() {
     require_holds(text, serial);
 }
 
+/// Its index is another in every process.
 std::string camera_option(const char* serial) {
-  return " -c " + std::to_string(index_of(serial));
+  std::istringstream lines(output_of("kxcam list"));
+  for (std::string line; std::getline(lines, line);) {
+    if (line.find(serial) != std::string::npos) return " -c " + std::to_string(std::stoi(line));
+  }
+  throw Failure(std::string("kxcam list does not show ") + serial);
 }
 
 void info() {
