@@ -17,10 +17,10 @@ status=0
 
 # Sockets have short names only.
 run=$(mktemp -d)
-kxsim_pid=
+kxsim_pid='' machine_pid=''
 # shellcheck disable=SC2317 # called at the end
 end() {
-  [ -z "$kxsim_pid" ] || kill "$kxsim_pid" 2>/dev/null || true
+  for pid in $kxsim_pid $machine_pid; do kill "$pid" 2>/dev/null || true; done
   rm -rf "$run"
 }
 trap end EXIT
@@ -51,6 +51,10 @@ for ((i = 0; i < 100; ++i)); do
   sleep 0.1
 done
 
+mkfifo "$run/console"
+timeout -k 5 240 qemu-system-x86_64 "${machine[@]}" </dev/null >"$run/console" 2>&1 &
+machine_pid=$!
+
 # What the guest has to say, and what it wants done out here.
 while IFS= read -r line; do
   line=${line%$'\r'}
@@ -63,7 +67,7 @@ while IFS= read -r line; do
     '@host '*) echo "${line#@host }" >&3 ;;
   esac
   echo "$line" | tee -a "$run/guest.log"
-done < <(timeout -k 5 240 qemu-system-x86_64 "${machine[@]}" </dev/null 2>&1)
+done <"$run/console"
 
 failed=0
 while IFS= read -r name; do

@@ -42,10 +42,12 @@ class OpenCamera {
 
   /// Queries a raw frame and compares every byte; returns its number.
   uint32_t numbered_frame();
-  /// The same with `count` frames in the order in which they were sent. A few may be lost: an emulated
+  /// The same with `count` frames in the order in which they were sent. Some may be lost: an emulated
   /// processor that gets no time for as long as a transfer may take loses what was on its way. Returns the
   /// bytes per second that queries waited for.
   double numbered_frames(int count);
+  /// Takes frames until a query fails for want of one. Returns how long it waited, in milliseconds.
+  double wait_for_no_frame();
   /// Repeats CameraReconnect() until it works.
   void reconnect();
   void set_exposure(int lines);

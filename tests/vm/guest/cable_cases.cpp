@@ -24,17 +24,9 @@ void unplugged_while_streaming() {
     require_equal(code_of_failure(CameraGetGPIO(camera.index(), &lines), "CameraGetGPIO"),
                   KXCAM_ERROR_READ_REQUEST, "code");
     measured("a request to a camera that has left", milliseconds_since(begin), "ms");
-    require_between(milliseconds_since(begin), 0, 1000, "milliseconds until a request fails");
+    require_between(milliseconds_since(begin), 0, 5000, "milliseconds until a request fails");
     // Frames that were complete before are still delivered.
-    const auto no_more_frames = [&] {
-      try {
-        camera.numbered_frame();
-        return false;
-      } catch (const Failure&) {
-        return last_error == KXCAM_ERROR_NO_FRAME;
-      }
-    };
-    require(eventually(no_more_frames), "queries do not end with code 17");
+    camera.wait_for_no_frame();
     require_equal(code_of_failure(CameraWriteUserData(camera.index(), "x", 1), "CameraWriteUserData"),
                   KXCAM_ERROR_WRITE_REQUEST, "code of CameraWriteUserData");
     require_equal(code_of_failure(CameraReconnect(camera.index()), "CameraReconnect"), KXCAM_ERROR_NO_DEVICE,

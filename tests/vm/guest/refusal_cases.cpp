@@ -20,7 +20,7 @@ void no_answer() {
   require_equal(code_of_failure(CameraGetGPIO(camera.index(), &lines), "CameraGetGPIO"),
                 KXCAM_ERROR_READ_REQUEST, "code");
   // Two attempts of 100 ms.
-  require_between(milliseconds_since(begin), 195, 1000, "milliseconds until a request fails");
+  require_between(milliseconds_since(begin), 195, 5000, "milliseconds until a request fails");
   measured("a request that is not answered", milliseconds_since(begin), "ms");
   camera.numbered_frames(8);
   tell_host("mend");
@@ -41,30 +41,11 @@ void refused() {
 void no_frames() {
   OpenCamera camera(kFiveMegapixels);
   tell_host("fault camera 1 stream ends after 2");
-  double waited = 0;
-  const auto fails = [&] {
-    const auto begin = Clock::now();
-    try {
-      camera.numbered_frame();
-      return false;
-    } catch (const Failure&) {
-      waited = milliseconds_since(begin);
-      return last_error == KXCAM_ERROR_NO_FRAME;
-    }
-  };
-  require(eventually(fails), "the query does not fail");
-  require_between(waited, 495, 2500, "milliseconds until a query fails");
+  const double waited = camera.wait_for_no_frame();
+  require_between(waited, 495, 5000, "milliseconds until a query fails");
   measured("a query without a frame", waited, "ms");
   tell_host("mend");
-  require(eventually([&] {
-            try {
-              camera.numbered_frame();
-              return true;
-            } catch (const Failure&) {
-              return false;
-            }
-          }),
-          "no frame comes any more");
+  camera.numbered_frames(2);
 }
 
 /// After the error the library resets the device, which stops its stream, until it is reconnected.
@@ -73,15 +54,7 @@ void stream_error(const std::string& kind) {
   camera.numbered_frames(2);
   const int before = kernel_resets();
   tell_host("fault camera 1 bulk 1 " + kind);
-  const auto fails = [&] {
-    try {
-      camera.numbered_frame();
-      return false;
-    } catch (const Failure&) {
-      return last_error == KXCAM_ERROR_NO_FRAME;
-    }
-  };
-  require(eventually(fails), "the query does not fail");
+  camera.wait_for_no_frame();
   require(kernel_resets() > before, "the device was not reset");
   camera.reconnect();
   camera.numbered_frames(3);
