@@ -122,9 +122,8 @@ uint32_t OpenCamera::numbered_frame() {
   CameraGetImageSize(index_, &width, &height);
   // However deep the samples are, what comes over the wire is a byte a pixel.
   const auto bytes = std::span(frame_).first(static_cast<size_t>(width) * static_cast<size_t>(height));
-  size_t wrong = 0;
-  const auto number = read_numbered_frame(bytes, wrong);
-  require(number.has_value(), "a frame is not what was sent, from byte " + std::to_string(wrong) + " on");
+  const auto number = read_numbered_frame(bytes);
+  if (!number) throw Failure("a frame is not what was sent: " + parts_of(bytes));
   return *number;
 }
 
