@@ -78,17 +78,14 @@ int index_of(const std::string& serial) {
   throw Failure("no camera has the serial number " + serial);
 }
 
-int kernel_resets() {
-  std::vector<char> log(size_t{1} << 20);
-  const int length = klogctl(kReadWholeKernelLog, log.data(), static_cast<int>(log.size()));
-  std::string_view text(log.data(), static_cast<size_t>(std::max(length, 0)));
-  int resets = 0;
-  while (true) {
-    const auto place = text.find(": reset ");
-    if (place == std::string_view::npos) return resets;
-    ++resets;
-    text.remove_prefix(place + 1);
-  }
+int count_in_kernel_log(std::string_view text) {
+  std::vector<char> memory(size_t{1} << 20);
+  const int length = klogctl(kReadWholeKernelLog, memory.data(), static_cast<int>(memory.size()));
+  const std::string_view log(memory.data(), static_cast<size_t>(std::max(length, 0)));
+  int count = 0;
+  for (auto place = log.find(text); place != std::string_view::npos; place = log.find(text, place + 1))
+    ++count;
+  return count;
 }
 
 void require_success(uint32_t result, const std::string& call) {

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace vm {
@@ -27,8 +28,12 @@ void wait_for_cameras(int count);
 /// Position on the bus of the camera with that serial number.
 int index_of(const std::string& serial);
 
-/// How often the kernel has reset a device since it was started.
-int kernel_resets();
+/// How often a text stands in what the kernel has reported since it was started.
+int count_in_kernel_log(std::string_view text);
+/// Of devices.
+inline int kernel_resets() {
+  return count_in_kernel_log(": reset ");
+}
 
 /// A camera that is closed at the end.
 class OpenCamera {

@@ -92,6 +92,13 @@ void other_side_killed() {
   camera.numbered_frames(3);
 }
 
+/// Last of all: transfers without a claimed interface, for one, the kernel carries out, but reports.
+void no_complaints() {
+  for (const char* complaint : {"usbfs:", "did not claim", "WARNING:", "BUG:", "rejected"})
+    require_equal(count_in_kernel_log(complaint), 0, std::string("reports of the kernel with ") + complaint);
+  require(count_in_kernel_log("idVendor=a7b7") > 0, "the kernel's reports cannot be read");
+}
+
 }  // namespace
 
 const std::vector<Case> cables = {
@@ -101,8 +108,9 @@ const std::vector<Case> cables = {
     {"a camera is unplugged during a request", unplugged_during_a_request},
 };
 
-const std::vector<Case> restarts = {
+const std::vector<Case> aftermath = {
     {"the simulation is killed and started again", other_side_killed},
+    {"the kernel has nothing to complain of", no_complaints},
 };
 
 }  // namespace vm

@@ -55,6 +55,6 @@ extern const std::vector<Case> cables;
 extern const std::vector<Case> refusals;
 extern const std::vector<Case> several_cameras;
 extern const std::vector<Case> tool;
-extern const std::vector<Case> restarts;
+extern const std::vector<Case> aftermath;
 
 }  // namespace vm

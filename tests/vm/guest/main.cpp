@@ -32,7 +32,7 @@ int main(int argc, char** argv) {
   const std::string argument = argc > 1 ? argv[1] : "";
   const bool list = argument == "--list";
   for (const auto* cases :
-       {&vm::one_camera, &vm::cables, &vm::refusals, &vm::several_cameras, &vm::tool, &vm::restarts}) {
+       {&vm::one_camera, &vm::cables, &vm::refusals, &vm::several_cameras, &vm::tool, &vm::aftermath}) {
     for (const auto& one : *cases) {
       if (list) {
         std::cout << one.name << '\n';

@@ -3,7 +3,6 @@
 // A camera that nothing happens to.
 
 #include <algorithm>
-#include <array>
 #include <atomic>
 #include <cstring>
 
@@ -41,17 +40,23 @@ void five_megapixels() {
   measured("raw frames of 5 megapixels", camera.numbered_frames(20) / 1e6, "MB/s");
 }
 
-/// Median duration of a request in milliseconds.
+/// Median duration of a request in milliseconds. A few may fail: see OpenCamera::numbered_frames().
 double median_request_ms(int index) {
-  std::array<double, 101> durations{};
-  for (double& duration : durations) {
+  constexpr size_t kRequests = 101;
+  std::vector<double> durations;
+  int failures = 0;
+  while (durations.size() < kRequests) {
     const auto begin = Clock::now();
     int lines = 0;
-    require_success(CameraGetGPIO(index, &lines), "CameraGetGPIO");
-    duration = milliseconds_since(begin);
+    if (CameraGetGPIO(index, &lines) == 0) {
+      durations.push_back(milliseconds_since(begin));
+    } else {
+      require(++failures < 5,
+              "CameraGetGPIO failed five times, last with code " + std::to_string(last_error));
+    }
   }
-  std::ranges::nth_element(durations, durations.begin() + 50);
-  return durations[50];
+  std::ranges::nth_element(durations, durations.begin() + kRequests / 2);
+  return durations[kRequests / 2];
 }
 
 void requests_while_streaming() {
