@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <sstream>
 
 #include <sys/klog.h>
 
@@ -78,14 +79,16 @@ int index_of(const std::string& serial) {
   throw Failure("no camera has the serial number " + serial);
 }
 
-int count_in_kernel_log(std::string_view text) {
-  std::vector<char> memory(size_t{1} << 20);
-  const int length = klogctl(kReadWholeKernelLog, memory.data(), static_cast<int>(memory.size()));
-  const std::string_view log(memory.data(), static_cast<size_t>(std::max(length, 0)));
-  int count = 0;
-  for (auto place = log.find(text); place != std::string_view::npos; place = log.find(text, place + 1))
-    ++count;
-  return count;
+std::vector<std::string> kernel_reports(std::string_view text) {
+  std::string log(size_t{1} << 20, '\0');
+  const int length = klogctl(kReadWholeKernelLog, log.data(), static_cast<int>(log.size()));
+  log.resize(static_cast<size_t>(std::max(length, 0)));
+  std::vector<std::string> reports;
+  std::istringstream lines(log);
+  for (std::string line; std::getline(lines, line);) {
+    if (line.find(text) != std::string::npos) reports.push_back(line);
+  }
+  return reports;
 }
 
 void require_success(uint32_t result, const std::string& call) {

@@ -28,11 +28,12 @@ void wait_for_cameras(int count);
 /// Position on the bus of the camera with that serial number.
 int index_of(const std::string& serial);
 
-/// How often a text stands in what the kernel has reported since it was started.
-int count_in_kernel_log(std::string_view text);
-/// Of devices.
+/// What the kernel has reported since it was started: the lines with a certain text in them.
+std::vector<std::string> kernel_reports(std::string_view text);
+
+/// How often the kernel has reset a device.
 inline int kernel_resets() {
-  return count_in_kernel_log(": reset ");
+  return static_cast<int>(kernel_reports(": reset ").size());
 }
 
 /// A camera that is closed at the end.
