@@ -165,7 +165,7 @@ void OpenCamera::reconnect() {
 }
 
 void OpenCamera::set_exposure(int lines) {
-  require_success(CameraSetExposure(index_, lines), "CameraSetExposure");
+  require(eventually([&] { return CameraSetExposure(index_, lines) == 0; }), "CameraSetExposure fails");
 }
 
 int OpenCamera::exposure() const {
