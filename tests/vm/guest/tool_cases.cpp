@@ -67,6 +67,14 @@ void stream() {
   require_holds(output_of("kxcam stream -n 10 --format raw --json" + camera_option(kFiveMegapixels)), "10");
 }
 
+void doctor() {
+  const OpenCamera camera(kHighSpeed);
+  const auto text = output_of("kxcam doctor || [ $? = 1 ]");
+  require_holds(text, "vm_guest (process ");  // has that one camera
+  require_holds(text, "no other program uses it");
+  require_holds(text, "memory for USB transfers is 16 MB");
+}
+
 }  // namespace
 
 const std::vector<Case> tool = {
@@ -74,6 +82,7 @@ const std::vector<Case> tool = {
     {"kxcam info", info},
     {"kxcam capture", capture},
     {"kxcam stream", stream},
+    {"kxcam doctor", doctor},
 };
 
 }  // namespace vm
