@@ -20,6 +20,14 @@ constexpr uint8_t high(uint16_t word) {
   return static_cast<uint8_t>(word >> 8);
 }
 
+constexpr uint16_t kUsb2 = 0x0200;
+
+/// A device of super speed that is connected at high speed says by 2.1 that it could do more.
+uint16_t usb_release(const CameraOptions& options) {
+  if (options.speed == UsbSpeed::kSuper) return 0x0300;
+  return options.model->newer_bridge() ? 0x0210 : kUsb2;
+}
+
 std::vector<uint8_t> encode_string(std::string_view text) {
   std::vector<uint8_t> bytes = {static_cast<uint8_t>(2 + 2 * text.size()), kString};
   for (const char c : text) bytes.insert(bytes.end(), {static_cast<uint8_t>(c), 0});
@@ -31,7 +39,7 @@ std::vector<uint8_t> encode_string(std::string_view text) {
 std::vector<uint8_t> device_descriptor(const CameraOptions& options) {
   const bool super = options.speed == UsbSpeed::kSuper;
   const auto product = options.generic_id ? kGenericProductId : static_cast<uint16_t>(options.model->PID);
-  const uint16_t usb_version = super ? 0x0300 : 0x0200;
+  const uint16_t usb_version = usb_release(options);
   const uint8_t control_packet = super ? 9 : 64;  // super speed gives it as a power of two
   return {18,
           kDevice,
@@ -88,7 +96,7 @@ std::vector<uint8_t> configuration_descriptor(const CameraOptions& options) {
 }
 
 std::vector<uint8_t> object_store_descriptor(const CameraOptions& options) {
-  if (options.speed != UsbSpeed::kSuper) return {};
+  if (usb_release(options) == kUsb2) return {};
   return {5, kObjectStore, 22, 0, 2,
           // The same device on an older bus.
           7, kCapability, 2, 0, 0, 0, 0,

@@ -106,8 +106,10 @@ TEST_F(RedirectionTest, TheAnnouncementAgreesWithTheDescriptors) {
               configuration.bytes[22] | configuration.bytes[23] << 8);
     EXPECT_EQ(std::ranges::count(host_->endpoints->type, usb_redir_type_invalid), 32 - 3);
     const auto store = control(descriptor(15));
-    EXPECT_EQ(store.status, super ? usb_redir_success : usb_redir_stall);
-    if (super) {
+    const bool newer_than_2_0 = device.bytes[3] > 2 || device.bytes[2] > 0;
+    EXPECT_EQ(newer_than_2_0, camera_->model().newer_bridge());
+    EXPECT_EQ(store.status, newer_than_2_0 ? usb_redir_success : usb_redir_stall);
+    if (newer_than_2_0) {
       EXPECT_EQ(store.bytes[2], store.bytes.size());
     }
   }

@@ -30,12 +30,12 @@ std::vector<std::string> complaints(const Result& result) {
 }
 
 TEST(Doctor, FindsSimulatedCamerasWell) {
-  const Result result = run({{"3500", "392B,generic=1,speed=high"}}, {"doctor", "--json"});
+  const Result result = run({{"3500", "392B,generic=1,speed=high", "0030"}}, {"doctor", "--json"});
   EXPECT_EQ(result.status, 0) << result.error;
-  EXPECT_THAT(complaints(result), testing::IsEmpty());
+  EXPECT_THAT(complaints(result), testing::ElementsAre("speed 1-2"));
   const json found = json::parse(result.output);
   EXPECT_EQ(found.at("simulated"), true);
-  ASSERT_EQ(found.at("cameras").size(), 2U);
+  ASSERT_EQ(found.at("cameras").size(), 3U);
   EXPECT_EQ(found.at("cameras")[0].at("megabits_per_second"), 5000);
   EXPECT_EQ(found.at("cameras")[1].at("megabits_per_second"), 480);
   EXPECT_EQ(found.at("cameras")[1].at("product_id"), "3ff0");
