@@ -78,11 +78,8 @@ void doctor() {
 }  // namespace
 
 const std::vector<Case> tool = {
-    {"kxcam list", list},
-    {"kxcam info", info},
-    {"kxcam capture", capture},
-    {"kxcam stream", stream},
-    {"kxcam doctor", doctor},
+    {"kxcam list", list},     {"kxcam info", info},     {"kxcam capture", capture},
+    {"kxcam stream", stream}, {"kxcam doctor", doctor},
 };
 
 }  // namespace vm
