@@ -15,6 +15,7 @@ bool BulkPipe::cancel(Transfer& transfer) {
   const auto found = std::ranges::find(reads_, &transfer, &Read::transfer);
   if (found == reads_.end()) return false;
   reads_.erase(found);
+  if (transfer.transferred > 0) ++counters_.cut_reads;
   transfer.finished(TransferStatus::kCancelled);
   return true;
 }
@@ -38,6 +39,11 @@ void BulkPipe::send(WireFrame frame) {
 }
 
 void BulkPipe::drop_frame() {
+  if (frame_) ++counters_.withdrawn;
+  forget_frame();
+}
+
+void BulkPipe::forget_frame() {
   if (frame_) spare_ = std::move(frame_->bytes);
   frame_.reset();
   sent_ = 0;
@@ -112,6 +118,7 @@ bool BulkPipe::end_segment(Transfer& transfer) {
   const bool last = sent_ == frame_->bytes.size();
   const bool full = transfer.transferred == transfer.data.size();
   if (last && !frame_->ended) {
+    ++counters_.unended;
     frame_done();
     if (full) finish_first(TransferStatus::kCompleted);
     return full;
@@ -134,8 +141,8 @@ void BulkPipe::finish_first(TransferStatus status) {
 }
 
 void BulkPipe::frame_done() {
-  ++frames_sent_;
-  drop_frame();
+  ++counters_.sent;
+  forget_frame();
 }
 
 }  // namespace kxsim

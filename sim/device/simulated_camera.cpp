@@ -290,7 +290,7 @@ bool SimulatedCamera::submit_bulk(Transfer& transfer) {
 }
 
 void SimulatedCamera::count_sent_frames() {
-  for (; counted_frames_ < pipe_.frames_sent(); ++counted_frames_) pull(faults_.frame_sent());
+  for (; counted_frames_ < pipe_.counters().sent; ++counted_frames_) pull(faults_.frame_sent());
 }
 
 bool SimulatedCamera::cancel(Transfer& transfer) {
@@ -365,7 +365,12 @@ bool SimulatedCamera::claim_busy() const {
 CameraCounters SimulatedCamera::counters() const {
   const std::lock_guard lock(mutex_);
   auto counters = counters_;
-  counters.frames_sent = pipe_.frames_sent();
+  const BulkPipe::Counters& pipe = pipe_.counters();
+  counters.cut_reads = pipe.cut_reads;
+  counters.frames_sent = pipe.sent;
+  counters.frames_unended = pipe.unended;
+  counters.frames_stale = stale_frames_;
+  counters.frames_withdrawn = pipe.withdrawn - stale_frames_ + void_frames_;
   counters.frames_dropped = stale_frames_ + clock_.missed(Clock::now());
   return counters;
 }
@@ -488,7 +493,10 @@ bool SimulatedCamera::frame_work(Lock& lock) {
   }
   const auto epoch = epoch_;
   auto frame = make_frame(lock, request, fault);
-  if (epoch != epoch_) return true;
+  if (epoch != epoch_) {
+    ++void_frames_;
+    return true;
+  }
   pipe_.send(std::move(frame));
   count_sent_frames();
   return true;

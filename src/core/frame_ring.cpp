@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/frame_ring.h"
 
+#include <algorithm>
 #include <new>
 
 #include "core/timing.h"
@@ -45,21 +46,22 @@ void FrameRing::mark_ready(int i, FrameGeometry geometry) {
   write_index_ = next(i);
 }
 
+void FrameRing::drop_oldest() {
+  slot(read_index_).state = BufferState::kFree;
+  read_index_ = next(read_index_);
+  counters_.flushed.add(1);
+}
+
 bool FrameRing::drop_ready() {
   const std::lock_guard state(state_mutex_);
-  Slot& oldest = slot(read_index_);
-  if (oldest.state != BufferState::kReady) return false;
-  oldest.state = BufferState::kFree;
-  read_index_ = next(read_index_);
+  if (slot(read_index_).state != BufferState::kReady) return false;
+  drop_oldest();
   return true;
 }
 
 void FrameRing::drop_ready_frames() {
   const std::lock_guard state(state_mutex_);
-  while (slot(read_index_).state == BufferState::kReady) {
-    slot(read_index_).state = BufferState::kFree;
-    read_index_ = next(read_index_);
-  }
+  while (slot(read_index_).state == BufferState::kReady) drop_oldest();
 }
 
 std::optional<int> FrameRing::take_ready(FrameGeometry geometry) {
@@ -70,6 +72,7 @@ std::optional<int> FrameRing::take_ready(FrameGeometry geometry) {
     const bool wanted = slot(i).geometry == geometry;
     slot(i).state = wanted ? BufferState::kTaken : BufferState::kFree;
     if (wanted) return i;
+    counters_.old_geometry.add(1);
   }
   return std::nullopt;
 }
@@ -85,9 +88,15 @@ std::optional<int> FrameRing::take(FrameGeometry geometry, int64_t limit_ms,
   }
 }
 
-void FrameRing::release(int i) {
+void FrameRing::release(int i, bool delivered) {
+  (delivered ? counters_.delivered : counters_.not_delivered).add(1);
   const std::lock_guard state(state_mutex_);
   slot(i).state = BufferState::kFree;
+}
+
+int FrameRing::waiting() {
+  const std::lock_guard state(state_mutex_);
+  return static_cast<int>(std::ranges::count(slots_, BufferState::kReady, &Slot::state));
 }
 
 void FrameRing::flush() {

@@ -10,6 +10,7 @@
 #include <optional>
 #include <span>
 
+#include "core/frame_counters.h"
 #include "core/frame_geometry.h"
 #include "sync/fair_mutex.h"
 
@@ -44,14 +45,18 @@ class FrameRing {
   /// Nothing when none came or `running` ended. Hand the buffer back with release().
   std::optional<int> take(FrameGeometry geometry, int64_t limit_ms, const std::atomic<bool>& running);
 
-  /// Consumer: buffer `i` may be filled again.
-  void release(int i);
+  /// Consumer: buffer `i` may be filled again. `delivered`: its frame reached the program.
+  void release(int i, bool delivered);
 
   /// Drops the frames that are ready or become ready within 200 ms, at most one ring full.
   void flush();
 
   /// Drops the frames that are ready, without waiting; a query that waits goes on waiting.
   void drop_ready_frames();
+
+  /// Frames that are ready, 0..kHostBufferCount.
+  int waiting();
+  FrameCounters& counters() { return counters_; }
 
   /// The bytes of a buffer; hold buffer_mutex(i) while touching them.
   std::span<uint8_t> buffer(int i) { return {slot(i).host_buffer.get(), buffer_size_}; }
@@ -75,6 +80,8 @@ class FrameRing {
   std::optional<int> take_ready(FrameGeometry geometry);
   /// Drops the next frame if it is ready.
   bool drop_ready();
+  /// Drops the frame that is ready at read_index; hold state_mutex.
+  void drop_oldest();
   static int next(int i) { return (i + 1) % kHostBufferCount; }
   Slot& slot(int i) { return slots_[static_cast<size_t>(i)]; }
 
@@ -84,6 +91,7 @@ class FrameRing {
   std::mutex state_mutex_;  ///< guards the states of the slots and the indices
   int write_index_ = 0;
   int read_index_ = 0;
+  FrameCounters counters_;
 };
 
 }  // namespace kxcam

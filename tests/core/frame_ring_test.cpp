@@ -31,7 +31,7 @@ TEST_F(FrameRingTest, HandsFramesOutInOrderAndOnce) {
   for (int i = 0; i < kHostBufferCount; ++i) EXPECT_EQ(take(), i);
   // All are taken and none handed back: the ring must not go round to a frame that is in use.
   EXPECT_EQ(take(), std::nullopt);
-  ring_.release(0);
+  ring_.release(0, true);
   EXPECT_EQ(fill(), 0);
   EXPECT_EQ(take(), 0);
 }
@@ -46,7 +46,7 @@ TEST_F(FrameRingTest, WriterWaitsForABufferUntilOneIsReleasedOrItIsStopped) {
   std::thread consumer([&] {
     const int i = take().value();
     sysdelay(20);
-    ring_.release(i);
+    ring_.release(i, true);
   });
   EXPECT_EQ(ring_.wait_for_free_buffer(running_), 0);
   EXPECT_GE(GetTickCount() - start, 19U);
@@ -71,6 +71,21 @@ TEST_F(FrameRingTest, FramesOfAnotherGeometryAreDroppedEvenOfTheSameLength) {
   fill(kFrame);
   EXPECT_EQ(take(), 2);
   EXPECT_EQ(fill(), 3);
+}
+
+TEST_F(FrameRingTest, CountsEveryFrameOnce) {
+  fill(kTurnedFrame);
+  for (int n = 1; n < kHostBufferCount; ++n) fill();
+  EXPECT_EQ(ring_.waiting(), kHostBufferCount);
+  ring_.release(take().value(), true);
+  ring_.release(take().value(), false);
+  EXPECT_EQ(ring_.waiting(), 2);
+  ring_.drop_ready_frames();
+  EXPECT_EQ(ring_.waiting(), 0);
+  EXPECT_EQ(ring_.counters().old_geometry, 1U);
+  EXPECT_EQ(ring_.counters().delivered, 1U);
+  EXPECT_EQ(ring_.counters().not_delivered, 1U);
+  EXPECT_EQ(ring_.counters().flushed, 2U);
 }
 
 TEST_F(FrameRingTest, FlushDropsAtMostOneRingAndNoFrameThatIsInUse) {
