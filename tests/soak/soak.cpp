@@ -1,0 +1,297 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "soak.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <fstream>
+#include <stdexcept>
+#include <string>
+
+#include <fmt/format.h>
+#include <unistd.h>
+
+#include "controls.h"
+#include "kxcam/kxcam.h"
+#include "mischief.h"
+#include "usbfs/virtual_bus.h"
+
+namespace kxcam::soak {
+
+namespace {
+
+using namespace std::chrono_literals;
+using kxsim::VirtualBus;
+
+constexpr int kTakersEach = 2;
+constexpr int kPortsEach = 8;
+constexpr auto kProgressEvery = 60s;
+
+/// A bridge of the older kind at high speed, a large sensor whose whole frame takes two transfers, and 12
+/// bits.
+constexpr std::array kDescriptions = {"003B,fps=150", "3A00,fps=60", "369B,fps=200"};
+
+std::filesystem::path configuration_path() {
+  return std::filesystem::temp_directory_path() / fmt::format("kxcam_soak.{}.conf", getpid());
+}
+
+}  // namespace
+
+Soak::Soak(const SoakOptions& options)
+    : options_(options), configuration_(configuration_path()), stage_(options.slowness) {
+  report_.seed = options.seed;
+  configure();
+  plug_in();
+  open_all();
+  store_settings();
+}
+
+Soak::~Soak() {
+  end_threads();
+  for (size_t index = 0; index < stage_.at_index.size(); ++index) CameraFree(static_cast<int>(index));
+  contexts_.clear();
+  VirtualBus::instance().unplug_all();
+  std::filesystem::remove(configuration_);
+}
+
+void Soak::configure() {
+  std::ofstream file(configuration_);
+  file << "<VPD>\n" << std::hex;
+  for (const CameraModel& model : model_table) file << "a7b7 " << model.PID << " camera\n";
+  file << "</VPD>\n";
+  file.close();
+  setenv("KXUSB_CONF", configuration_.c_str(), 1);
+}
+
+void Soak::plug_in() {
+  for (uint32_t number = 0; number < static_cast<uint32_t>(options_.cameras); ++number) {
+    stage_.cameras.push_back(std::make_unique<SoakCamera>(number, kDescriptions.at(number)));
+    const int port = 1 + kPortsEach * static_cast<int>(number);
+    VirtualBus::instance().plug(stage_.cameras.back()->device(), port);
+  }
+  const size_t cameras = stage_.cameras.size();
+  stage_.at_index.resize(cameras);
+  contexts_.resize(cameras);
+  lost_in_calm_.resize(cameras);
+  for (size_t index = 0; index < cameras; ++index)
+    takers_.push_back(std::make_unique<PictureTaker>(stage_, static_cast<int>(index), options_.seed));
+}
+
+/// So that what is loaded later is whole: nothing is stored beside faults.
+void Soak::store_settings() {
+  for (size_t i = 0; i < contexts_.size(); ++i) {
+    const int index = static_cast<int>(i);
+    CameraSetFPN(index, true);
+    stage_.watch("CameraSaveParameter", Patience::kWholeCamera,
+                 [&] { return CameraSaveParameter(index, 0); });
+  }
+}
+
+void Soak::start_threads() {
+  uint64_t seed = options_.seed * 1000;
+  for (size_t i = 0; i < contexts_.size(); ++i) {
+    const int index = static_cast<int>(i);
+    for (int n = 0; n < kTakersEach; ++n)
+      threads_.emplace_back([this, index, seed = ++seed] { PictureTaker(stage_, index, seed).run(); });
+    threads_.emplace_back([this, index, seed = ++seed] { Controls(stage_, index, seed).run(); });
+    threads_.emplace_back([this, index, seed = ++seed] { Mischief(stage_, index, seed).run(); });
+  }
+}
+
+void Soak::end_threads() {
+  stage_.ending = true;
+  for (std::thread& thread : threads_) thread.join();
+  threads_.clear();
+}
+
+double Soak::elapsed_s() const {
+  return std::chrono::duration<double>(Clock::now() - start_).count();
+}
+
+void Soak::run() {
+  start_threads();
+  constexpr uint64_t kReopenEvery = 3;  // quiet points
+  const auto end = Clock::now() + std::chrono::seconds(options_.seconds);
+  auto progress = Clock::now() + kProgressEvery;
+  while (Clock::now() < end) {
+    std::this_thread::sleep_until(std::min(end, Clock::now() + std::chrono::seconds(options_.quiet_every_s)));
+    stage_.gate.close();
+    quiet_point(report_.quiet_points % kReopenEvery == 0);
+    stage_.gate.open();
+    if (Clock::now() < progress) continue;
+    progress += kProgressEvery;
+    print_progress(report_, stage_);
+  }
+  end_threads();
+  quiet_point(true);
+  check_usage();
+}
+
+void Soak::quiet_point(bool reopen) {
+  calm_down();
+  wait_until_settled();
+  check_books();
+  if (reopen) {
+    close_all();
+    check_books();
+    end_calm();
+    open_all();
+    ++report_.reopenings;
+  } else {
+    end_calm();
+  }
+  for (size_t index = 0; index < contexts_.size(); ++index) revive(index);
+  ++report_.quiet_points;
+  update_report();
+}
+
+/// No faults, and no more frames.
+void Soak::calm_down() {
+  for (const auto& camera : stage_.cameras) {
+    const auto& device = camera->device();
+    device->clear_faults();
+    if (!wait_for_plug(*device))
+      stage_.violations.add(fmt::format("camera {} stayed away", camera->number()));
+    device->inject({.stream_frames = 0});
+    lost_in_calm_[camera->number()] -= device->counters().frames_dropped;
+  }
+}
+
+void Soak::end_calm() {
+  for (const auto& camera : stage_.cameras) {
+    lost_in_calm_[camera->number()] += camera->device()->counters().frames_dropped;
+    camera->device()->clear_faults();
+  }
+}
+
+std::vector<CameraBooks> Soak::read_books() {
+  std::vector<CameraBooks> books;
+  for (const auto& camera : stage_.cameras) {
+    CameraBooks book{.model = camera->model().MODEL,
+                     .host = camera->closed_book,
+                     .device = read_book(camera->device()->counters())};
+    const auto at = std::ranges::find(stage_.at_index, camera.get());
+    if (at != stage_.at_index.end())
+      book.host += read_book(*contexts_[static_cast<size_t>(at - stage_.at_index.begin())]->ring);
+    books.push_back(std::move(book));
+  }
+  return books;
+}
+
+void Soak::wait_until_settled() {
+  constexpr auto kStill = 50ms;
+  constexpr int kTries = 100;
+  const auto activity = [this] {
+    std::vector<uint64_t> counts;
+    for (const CameraBooks& book : read_books())
+      counts.insert(counts.end(), {book.device.made, book.host.total()});
+    return counts;
+  };
+  auto before = activity();
+  for (int i = 0; i < kTries; ++i) {
+    std::this_thread::sleep_for(kStill);
+    auto now = activity();
+    if (now == before) return;
+    before = std::move(now);
+  }
+  stage_.violations.add("frames keep coming from cameras that were told to stop");
+}
+
+void Soak::check_books() {
+  const auto books = read_books();
+  for (size_t number = 0; number < books.size(); ++number) {
+    const auto& [model, host, device] = books[number];
+    const SoakCamera& camera = *stage_.cameras[number];
+    const auto differ = [&](const char* what, uint64_t one, uint64_t other) {
+      stage_.violations.add(fmt::format("camera {}: {}: {} against {}", number, what, one, other));
+    };
+    if (device.sent - device.run_on != host.total())
+      differ("frames sent and frames accounted for", device.sent - device.run_on, host.total());
+    if (host.delivered != camera.deliveries())
+      differ("frames delivered and queries that succeeded", host.delivered, camera.deliveries());
+    if (device.made != camera.frames_numbered())
+      differ("frames made and frames numbered", device.made, camera.frames_numbered());
+    const uint64_t gone = device.sent + device.stale + device.withdrawn;
+    if (device.made < gone || device.made > gone + 1)
+      differ("frames made and frames gone", device.made, gone);
+  }
+}
+
+void Soak::close_all() {
+  for (size_t i = 0; i < contexts_.size(); ++i) {
+    stage_.watch("CameraFree", Patience::kWholeCamera, [&] { return CameraFree(static_cast<int>(i)); });
+    stage_.at_index[i]->closed_book += read_book(*contexts_[i]->ring);
+    stage_.at_index[i] = nullptr;
+    if (contexts_[i].use_count() != 1) stage_.violations.add("a closed camera is still held by someone");
+    contexts_[i].reset();
+  }
+  const size_t nodes = VirtualBus::instance().open_nodes();
+  if (nodes != 0) stage_.violations.add(fmt::format("{} device nodes open after all were closed", nodes));
+  const size_t memory = VirtualBus::instance().memory().used();
+  if (memory != 0) stage_.violations.add(fmt::format("{} bytes of transfers left", memory));
+}
+
+/// Cameras that were plugged in again are listed in another order, so the index says nothing about the
+/// camera.
+void Soak::open_all() {
+  for (size_t i = 0; i < contexts_.size(); ++i) {
+    const int index = static_cast<int>(i);
+    const bool opened = stage_.watch("CameraInit", Patience::kWholeCamera, [&] { return CameraInit(index); });
+    std::array<char, 16> serial{};
+    if (!opened || CameraReadSerialNumber(index, serial.data(), static_cast<int>(serial.size())) != 0)
+      throw std::runtime_error(fmt::format("cannot open camera {}: code {}", index, last_error));
+    const auto camera = std::ranges::find_if(
+        stage_.cameras, [&](const auto& one) { return one->device()->options().serial == serial.data(); });
+    if (camera == stage_.cameras.end())
+      throw std::runtime_error(fmt::format("camera {} has the serial number '{}'", index, serial.data()));
+    stage_.at_index[i] = camera->get();
+    contexts_[i] = context_at(index);
+  }
+}
+
+/// Without faults every camera must come back, whatever has been done to it.
+void Soak::revive(size_t index) {
+  if (gives_pictures(index)) return;
+  const bool reconnected = stage_.watch("CameraReconnect", Patience::kWholeCamera,
+                                        [&] { return CameraReconnect(static_cast<int>(index)); });
+  if (!reconnected || !gives_pictures(index))
+    stage_.violations.add(fmt::format("camera {} cannot be brought back: code {}",
+                                      stage_.at_index[index]->number(), last_error));
+}
+
+bool Soak::gives_pictures(size_t i) {
+  const int index = static_cast<int>(i);
+  constexpr int kTimed = 1;
+  constexpr int kHalfSize = 1;
+  CameraSetTimeout(index, 1000 * options_.slowness);
+  if (CameraSetSnapMode(index, kTimed) != 0) return false;
+  if (CameraSetResolution(index, kHalfSize, nullptr, nullptr) != 0) return false;
+  return takers_[i]->take_raw() || takers_[i]->take_raw();
+}
+
+void Soak::update_report() {
+  report_.seconds = elapsed_s();
+  report_.cameras = read_books();
+  for (size_t i = 0; i < report_.cameras.size(); ++i) report_.cameras[i].device.lost -= lost_in_calm_[i];
+  report_.last_usage = process_usage();
+  constexpr double kWarmUpS = 60;
+  if (!report_.first_usage && elapsed_s() > std::min(kWarmUpS, options_.seconds / 3.0))
+    report_.first_usage = report_.last_usage;
+}
+
+/// At the end the run's own threads have ended.
+void Soak::check_usage() {
+  if (!report_.first_usage) return;
+  const ProcessUsage& first = *report_.first_usage;
+  const ProcessUsage& last = report_.last_usage;
+  const int64_t grown_mib = (last.resident_kib - first.resident_kib) / 1024;
+  if (grown_mib > options_.memory_growth_mib)
+    stage_.violations.add(fmt::format("the resident memory has grown by {} MiB", grown_mib));
+  if (last.descriptors > first.descriptors)
+    stage_.violations.add(fmt::format("{} descriptors have become {}", first.descriptors, last.descriptors));
+  const auto own = static_cast<int64_t>(contexts_.size()) * (kTakersEach + 2);
+  if (last.threads > first.threads - own)
+    stage_.violations.add(fmt::format("{} threads have become {}", first.threads - own, last.threads));
+}
+
+}  // namespace kxcam::soak
