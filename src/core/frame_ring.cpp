@@ -64,12 +64,14 @@ void FrameRing::drop_ready_frames() {
   while (slot(read_index_).state == BufferState::kReady) drop_oldest();
 }
 
-std::optional<int> FrameRing::take_ready(FrameGeometry geometry) {
+std::optional<int> FrameRing::take_ready(FrameGeometry geometry, const std::atomic<FrameGeometry>& in_force) {
   const std::lock_guard state(state_mutex_);
   while (slot(read_index_).state == BufferState::kReady) {
     const int i = read_index_;
-    read_index_ = next(i);
     const bool wanted = slot(i).geometry == geometry;
+    // Whoever waits with a geometry of the past must not throw away the frames of the present.
+    if (!wanted && in_force.load(std::memory_order_relaxed) != geometry) return std::nullopt;
+    read_index_ = next(i);
     slot(i).state = wanted ? BufferState::kTaken : BufferState::kFree;
     if (wanted) return i;
     counters_.old_geometry.add(1);
@@ -77,14 +79,14 @@ std::optional<int> FrameRing::take_ready(FrameGeometry geometry) {
   return std::nullopt;
 }
 
-std::optional<int> FrameRing::take(FrameGeometry geometry, int64_t limit_ms,
-                                   const std::atomic<bool>& running) {
+std::optional<int> FrameRing::take(FrameGeometry geometry, int64_t limit_ms, const Acquisition& acquisition) {
   const std::lock_guard query(query_mutex_);
   for (int64_t polls = 0;;) {
-    if (const std::optional<int> i = take_ready(geometry)) return i;
+    if (const std::optional<int> i = take_ready(geometry, acquisition.geometry)) return i;
     ++polls;
     sysdelay(kPollMs);
-    if (polls > limit_ms || !running) return std::nullopt;
+    if (polls > limit_ms || !acquisition.running) return std::nullopt;
+    if (acquisition.geometry.load(std::memory_order_relaxed) != geometry) return std::nullopt;
   }
 }
 

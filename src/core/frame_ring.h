@@ -40,10 +40,17 @@ class FrameRing {
   /// Reader: buffer `i` holds a whole frame of that geometry.
   void mark_ready(int i, FrameGeometry geometry);
 
+  /// The geometry in force and whether frames may still come; both may change during a wait.
+  struct Acquisition {
+    const std::atomic<FrameGeometry>& geometry;
+    const std::atomic<bool>& running;
+  };
+
   /// Consumer: takes the next frame of that geometry, waiting for up to `limit_ms` polls of a
   /// millisecond; frames from before a change of geometry are dropped.
-  /// Nothing when none came or `running` ended. Hand the buffer back with release().
-  std::optional<int> take(FrameGeometry geometry, int64_t limit_ms, const std::atomic<bool>& running);
+  /// Nothing when none came, `running` ended or another geometry came into force: the frames of that one
+  /// stay for those who ask for them. Hand the buffer back with release().
+  std::optional<int> take(FrameGeometry geometry, int64_t limit_ms, const Acquisition& acquisition);
 
   /// Consumer: buffer `i` may be filled again. `delivered`: its frame reached the program.
   void release(int i, bool delivered);
@@ -76,8 +83,8 @@ class FrameRing {
     FrameGeometry geometry;                  ///< of the ready frame; guarded by state_mutex
   };
 
-  /// Takes the next ready frame of that geometry and drops those before it.
-  std::optional<int> take_ready(FrameGeometry geometry);
+  /// Takes the next ready frame of that geometry and drops the older ones before it.
+  std::optional<int> take_ready(FrameGeometry geometry, const std::atomic<FrameGeometry>& in_force);
   /// Drops the next frame if it is ready.
   bool drop_ready();
   /// Drops the frame that is ready at read_index; hold state_mutex.

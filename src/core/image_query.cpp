@@ -57,7 +57,8 @@ bool query(CameraContext& context, uint8_t* out, const int* size, int* buffer_in
   if (geometry.pixels() * static_cast<int>(geometry.bytes_per_pixel) < 1) return fail(KXCAM_ERROR_FRAME_SIZE);
   if (*size != image_bytes(geometry, format)) return fail(KXCAM_ERROR_ARGUMENT);
 
-  const std::optional<int> i = context.ring->take(geometry, wait_limit(context), context.running);
+  const std::optional<int> i =
+      context.ring->take(geometry, wait_limit(context), {context.geometry, context.running});
   if (!i) return fail(KXCAM_ERROR_NO_FRAME);
   TakenFrame frame(*context.ring, *i);
   frame.delivered = deliver(context, *i, geometry, out, format);

@@ -20,8 +20,11 @@ class FrameRingTest : public ::testing::Test {
     ring_.mark_ready(i, geometry);
     return i;
   }
-  std::optional<int> take(int64_t limit_ms = 0) { return ring_.take(kFrame, limit_ms, running_); }
+  std::optional<int> take(int64_t limit_ms = 0) {
+    return ring_.take(kFrame, limit_ms, {geometry_, running_});
+  }
 
+  std::atomic<FrameGeometry> geometry_ = kFrame;
   std::atomic<bool> running_ = true;
   FrameRing ring_{32};
 };
@@ -71,6 +74,18 @@ TEST_F(FrameRingTest, FramesOfAnotherGeometryAreDroppedEvenOfTheSameLength) {
   fill(kFrame);
   EXPECT_EQ(take(), 2);
   EXPECT_EQ(fill(), 3);
+}
+
+TEST_F(FrameRingTest, AChangeOfGeometryEndsTheWaitAndKeepsTheNewFrames) {
+  std::thread setter([&] {
+    sysdelay(20);
+    geometry_ = kTurnedFrame;
+    fill(kTurnedFrame);
+  });
+  EXPECT_EQ(take(60'000), std::nullopt);
+  setter.join();
+  EXPECT_EQ(take(60'000), std::nullopt) << "asked for in the old geometry, too late";
+  EXPECT_EQ(ring_.take(kTurnedFrame, 0, {geometry_, running_}), 0);
 }
 
 TEST_F(FrameRingTest, CountsEveryFrameOnce) {

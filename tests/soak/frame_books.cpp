@@ -35,7 +35,7 @@ HostBook read_book(FrameRing& ring) {
 DeviceBook& DeviceBook::operator+=(const DeviceBook& other) {
   made += other.made;
   sent += other.sent;
-  run_on += other.run_on;
+  unended += other.unended;
   withdrawn += other.withdrawn;
   stale += other.stale;
   lost += other.lost;
@@ -46,7 +46,7 @@ DeviceBook read_book(const kxsim::CameraCounters& counters) {
   // A frame without an end ends with the read, if that is given up with part of it.
   return {.made = counters.frames_made,
           .sent = counters.frames_sent,
-          .run_on = counters.frames_unended - counters.cut_reads,
+          .unended = counters.frames_unended - counters.cut_reads,
           .withdrawn = counters.frames_withdrawn,
           .stale = counters.frames_stale,
           .lost = counters.frames_dropped};

@@ -30,7 +30,8 @@ HostBook read_book(FrameRing& ring);
 struct DeviceBook {
   uint64_t made = 0;
   uint64_t sent = 0;
-  uint64_t run_on = 0;  ///< of those sent: without an end that reached the host, so that the next one ran on
+  uint64_t unended =
+      0;  ///< of those sent: their end never came, the host has them in the next one or not at all
   uint64_t withdrawn = 0;
   uint64_t stale = 0;
   uint64_t lost = 0;  ///< because the host did not read; the stale ones among them

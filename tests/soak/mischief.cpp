@@ -84,13 +84,23 @@ void Mischief::spoil_frames() {
       fault.bytes = static_cast<size_t>(random_.pick(kLonger));
       return inject("long frames", {.frames = {fault}});
     case 3:
-      fault.action = FrameFault::Action::kUnended;
-      fault.bytes = static_cast<size_t>(random_.pick(kShorter));
-      return inject("frames without an end", {.frames = {fault}});
+      return withhold_ends();
     default:
       fault.action = FrameFault::Action::kMissing;
       return inject("missing frames", {.frames = {fault}});
   }
+}
+
+void Mischief::withhold_ends() {
+  FrameFault fault{.action = FrameFault::Action::kUnended, .which = next_few(random_)};
+  // After whole packets the next frame runs on in the host's read, else it overruns that.
+  constexpr size_t kPacket = 1024;
+  const bool whole_packets = random_.chance(70);
+  fault.bytes = whole_packets ? camera().device()->frame_bytes() % kPacket : 1;
+  inject("frames without an end", {.frames = {fault}});
+  if (whole_packets) return;
+  sleep_ms(random_.between(50, 500));
+  reconnect();
 }
 
 void Mischief::spoil_requests() {
@@ -122,7 +132,8 @@ void Mischief::spoil_requests() {
 }
 
 void Mischief::break_transfers() {
-  BulkFault fault{.which = next_few(random_)};
+  const auto reads = static_cast<uint64_t>(random_.between(1, 3));
+  BulkFault fault{.which = {.first = 1, .last = reads}};
   switch (random_.between(1, 3)) {
     case 1:
       fault.action = BulkFault::Action::kStall;
@@ -138,7 +149,7 @@ void Mischief::break_transfers() {
       break;
   }
   // The reader resets the camera, after which most of them do not stream.
-  sleep_ms(random_.between(0, 300));
+  sleep_ms(random_.between(20, 300));
   reconnect();
 }
 

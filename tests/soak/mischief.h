@@ -19,6 +19,7 @@ class Mischief {
  private:
   void act();
   void spoil_frames();
+  void withhold_ends();
   void spoil_requests();
   void break_transfers();
   void pull_cable();

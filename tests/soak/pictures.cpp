@@ -52,7 +52,7 @@ void PictureTaker::run() {
       act();
     }
     // Now and then longer than the ring lasts.
-    const int pause_ms = random_.chance(2) ? random_.between(50, 400) : random_.between(0, 4);
+    const int pause_ms = random_.chance(2) ? random_.between(50, 400) : random_.between(0, 3);
     std::this_thread::sleep_for(std::chrono::milliseconds(pause_ms));
   }
 }

@@ -28,7 +28,7 @@ Json to_json(const HostBook& book) {
 }
 
 Json to_json(const DeviceBook& book) {
-  return {{"made", book.made},           {"sent", book.sent},   {"run on into the next", book.run_on},
+  return {{"made", book.made},           {"sent", book.sent},   {"without an end", book.unended},
           {"withdrawn", book.withdrawn}, {"stale", book.stale}, {"lost to back-pressure", book.lost}};
 }
 

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <filesystem>
 #include <memory>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -50,14 +51,14 @@ class Soak {
 
   void quiet_point(bool reopen);
   void calm_down();
-  void wait_until_settled();
   std::vector<CameraBooks> read_books();
+  std::vector<std::string> differences();
   void check_books();
   void end_calm();
   void open_all();
   void close_all();
   void revive(size_t index);
-  bool gives_pictures(size_t index);
+  bool gives_pictures(size_t index, int time_out_ms);
   void check_usage();
   void update_report();
   double elapsed_s() const;
