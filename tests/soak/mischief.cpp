@@ -5,6 +5,7 @@
 #include <array>
 #include <chrono>
 #include <thread>
+#include <utility>
 
 #include "device/vendor_request.h"
 #include "kxcam/kxcam.h"
@@ -55,6 +56,9 @@ void Mischief::run() {
 }
 
 void Mischief::act() {
+  // What a program does that gets no more pictures.
+  const uint64_t deliveries = camera().deliveries();
+  if (std::exchange(deliveries_before_, deliveries) == deliveries) reconnect();
   const int choice = random_.between(1, 100);
   if (choice <= 45) return spoil_frames();
   if (choice <= 75) return spoil_requests();

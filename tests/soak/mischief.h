@@ -31,6 +31,7 @@ class Mischief {
   Stage& stage_;
   const int index_;
   Random random_;
+  uint64_t deliveries_before_ = 0;
 };
 
 /// Waits until a camera that a fault has unplugged is back; false when it stays away.

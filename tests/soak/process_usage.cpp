@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "process_usage.h"
 
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
@@ -18,6 +19,12 @@ int64_t entries(const char* folder) {
 }
 
 }  // namespace
+
+void ProcessUsage::include(const ProcessUsage& other) {
+  resident_kib = std::max(resident_kib, other.resident_kib);
+  descriptors = std::max(descriptors, other.descriptors);
+  threads = std::max(threads, other.threads);
+}
 
 ProcessUsage process_usage() {
   int64_t pages = 0;

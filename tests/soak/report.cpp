@@ -101,7 +101,7 @@ void print_summary(const Report& report, const Stage& stage) {
                statistics.calls, statistics.failures, milliseconds(statistics.longest),
                milliseconds(statistics.limit));
   }
-  if (report.first_usage) print_usage("after the warm-up", *report.first_usage);
+  print_usage("at most in the warm-up", report.first_usage);
   print_usage("at the end", report.last_usage);
   fmt::print("  {} quiet points, {} violations\n", report.quiet_points, stage.violations.count());
   std::fflush(stdout);
@@ -120,9 +120,9 @@ void write_json(const std::filesystem::path& path, const Report& report, const S
                    {"reopenings", report.reopenings},
                    {"cameras", cameras},
                    {"faults", stage.faults.all()},
+                   {"most usage in the warm-up", to_json(report.first_usage)},
                    {"usage at the end", to_json(report.last_usage)},
                    {"calls", calls_json(stage.watch)}};
-  if (report.first_usage) document["usage after the warm-up"] = to_json(*report.first_usage);
   std::ofstream file(path);
   file << document.dump(2) << '\n';
   if (!file.flush()) throw std::runtime_error("cannot write " + path.string());

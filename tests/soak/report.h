@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <filesystem>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -27,7 +26,7 @@ struct Report {
   std::vector<CameraBooks> cameras;
   uint64_t quiet_points = 0;
   uint64_t reopenings = 0;
-  std::optional<ProcessUsage> first_usage;  ///< after the warm-up
+  ProcessUsage first_usage;  ///< the most of each in the warm-up
   ProcessUsage last_usage;
 };
 

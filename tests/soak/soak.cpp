@@ -270,15 +270,15 @@ void Soak::update_report() {
   report_.cameras = read_books();
   for (size_t i = 0; i < report_.cameras.size(); ++i) report_.cameras[i].device.lost -= lost_in_calm_[i];
   report_.last_usage = process_usage();
-  constexpr double kWarmUpS = 60;
-  if (!report_.first_usage && elapsed_s() > std::min(kWarmUpS, options_.seconds / 3.0))
-    report_.first_usage = report_.last_usage;
+  // Until then everything has had its largest frame once.
+  constexpr double kWarmUpS = 600;
+  if (elapsed_s() < std::min(kWarmUpS, options_.seconds / 2.0) || report_.quiet_points == 1)
+    report_.first_usage.include(report_.last_usage);
 }
 
 /// At the end the run's own threads have ended.
 void Soak::check_usage() {
-  if (!report_.first_usage) return;
-  const ProcessUsage& first = *report_.first_usage;
+  const ProcessUsage& first = report_.first_usage;
   const ProcessUsage& last = report_.last_usage;
   const int64_t grown_mib = (last.resident_kib - first.resident_kib) / 1024;
   if (grown_mib > options_.memory_growth_mib)
