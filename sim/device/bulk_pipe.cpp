@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "device/dma_write.h"
+
 namespace kxsim {
 
 void BulkPipe::read(Transfer& transfer, std::optional<BulkFault::Action> fault) {
@@ -92,6 +94,7 @@ size_t BulkPipe::segment_end() const {
 }
 
 void BulkPipe::copy(Transfer& transfer, size_t length) {
+  [[maybe_unused]] const DmaWrite dma;
   std::copy_n(frame_->bytes.begin() + static_cast<ptrdiff_t>(sent_), length,
               transfer.data.begin() + static_cast<ptrdiff_t>(transfer.transferred));
   transfer.transferred += length;

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "device/descriptors.h"
+#include "device/dma_write.h"
 
 namespace kxsim {
 namespace {
@@ -28,6 +29,7 @@ CameraOptions complete(CameraOptions options) {
 }
 
 void reply(Transfer& transfer, std::span<const uint8_t> bytes) {
+  [[maybe_unused]] const DmaWrite dma;
   transfer.transferred = std::min(bytes.size(), transfer.data.size());
   std::copy_n(bytes.begin(), transfer.transferred, transfer.data.begin());
 }
