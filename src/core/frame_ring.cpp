@@ -14,7 +14,7 @@ constexpr size_t kTransferSlack = 1024;
 constexpr size_t kLargestSample = 2;
 constexpr int kPollMs = 1;
 constexpr int kFlushPollMs = 10;
-constexpr int kFlushPolls = 20;
+constexpr uint64_t kFlushMs = 200;
 
 }  // namespace
 
@@ -81,11 +81,12 @@ std::optional<int> FrameRing::take_ready(FrameGeometry geometry, const std::atom
 
 std::optional<int> FrameRing::take(FrameGeometry geometry, int64_t limit_ms, const Acquisition& acquisition) {
   const std::lock_guard query(query_mutex_);
-  for (int64_t polls = 0;;) {
+  // Measured, not counted in polls: on a busy machine each may take many times as long as it asks for.
+  for (const uint64_t start = GetTickCount();;) {
     if (const std::optional<int> i = take_ready(geometry, acquisition.geometry)) return i;
-    ++polls;
     sysdelay(kPollMs);
-    if (polls > limit_ms || !acquisition.running) return std::nullopt;
+    const auto waited_ms = static_cast<int64_t>(GetTickCount() - start);
+    if (waited_ms > limit_ms || !acquisition.running) return std::nullopt;
     if (acquisition.geometry.load(std::memory_order_relaxed) != geometry) return std::nullopt;
   }
 }
@@ -103,14 +104,13 @@ int FrameRing::waiting() {
 
 void FrameRing::flush() {
   const std::lock_guard query(query_mutex_);
+  const uint64_t start = GetTickCount();
   int cleared = 0;
-  int waits = 0;
-  while (cleared < kHostBufferCount && waits < kFlushPolls) {
+  while (cleared < kHostBufferCount && GetTickCount() - start < kFlushMs) {
     if (drop_ready()) {
       ++cleared;
     } else {
       sysdelay(kFlushPollMs);
-      ++waits;
     }
   }
 }

@@ -46,8 +46,8 @@ class FrameRing {
     const std::atomic<bool>& running;
   };
 
-  /// Consumer: takes the next frame of that geometry, waiting for up to `limit_ms` polls of a
-  /// millisecond; frames from before a change of geometry are dropped.
+  /// Consumer: takes the next frame of that geometry, waiting for at least `limit_ms`
+  /// milliseconds; frames from before a change of geometry are dropped.
   /// Nothing when none came, `running` ended or another geometry came into force: the frames of that one
   /// stay for those who ask for them. Hand the buffer back with release().
   std::optional<int> take(FrameGeometry geometry, int64_t limit_ms, const Acquisition& acquisition);

@@ -14,11 +14,11 @@ using namespace std::chrono_literals;
 std::chrono::seconds limit_of(Patience patience) {
   switch (patience) {
     case Patience::kRequest:
-      return 5s;
+      return 10s;
     case Patience::kFrame:
-      return 15s;
-    case Patience::kWholeCamera:
       return 30s;
+    case Patience::kWholeCamera:
+      return 60s;
   }
   return 0s;
 }
@@ -62,6 +62,9 @@ void CallWatch::watch() {
       if (Clock::now() - call.since < call.limit) continue;
       fmt::print(stderr, "kxcam_soak: {} is stuck: it has not returned within {} s\n", call.function,
                  call.limit.count());
+      for (const auto& [other, beside] : running_)
+        fmt::print(stderr, "  beside it: {} for {:.1f} s\n", beside.function,
+                   std::chrono::duration<double>(Clock::now() - beside.since).count());
       std::fflush(nullptr);
       std::abort();
     }

@@ -80,13 +80,15 @@ void Soak::plug_in() {
     takers_.push_back(std::make_unique<PictureTaker>(stage_, static_cast<int>(index), options_.seed));
 }
 
-/// So that what is loaded later is whole: nothing is stored beside faults.
+/// So that what is loaded later is whole: nothing is stored beside faults. In an empty slot is an exposure of
+/// many seconds, for which queries would wait.
 void Soak::store_settings() {
   for (size_t i = 0; i < contexts_.size(); ++i) {
     const int index = static_cast<int>(i);
     CameraSetFPN(index, true);
-    stage_.watch("CameraSaveParameter", Patience::kWholeCamera,
-                 [&] { return CameraSaveParameter(index, 0); });
+    for (const int slot : {0, 1})
+      stage_.watch("CameraSaveParameter", Patience::kWholeCamera,
+                   [&] { return CameraSaveParameter(index, slot); });
   }
 }
 
