@@ -8,6 +8,8 @@ namespace {
 
 enum DescriptorType : uint8_t { kDevice = 1, kConfiguration = 2, kString = 3, kInterface = 4, kEndpoint = 5 };
 constexpr uint8_t kSuperSpeedCompanion = 0x30;
+constexpr uint8_t kObjectStore = 0x0F;
+constexpr uint8_t kCapability = 0x10;
 constexpr uint8_t kVendorSpecific = 0xFF;
 constexpr uint8_t kBulk = 2;
 
@@ -53,6 +55,8 @@ std::vector<uint8_t> device_descriptor(const CameraOptions& options) {
 
 std::vector<uint8_t> configuration_descriptor(const CameraOptions& options) {
   const auto packet = bulk_packet_size(options.speed);
+  // 500 mA, the most that a port of high speed has: in steps of 2 mA there, of 8 mA at super speed.
+  const uint8_t power = options.speed == UsbSpeed::kSuper ? 500 / 8 : 500 / 2;
   std::vector<uint8_t> bytes = {9,
                                 kConfiguration,
                                 0,
@@ -61,7 +65,7 @@ std::vector<uint8_t> configuration_descriptor(const CameraOptions& options) {
                                 1,
                                 0,
                                 0x80,
-                                250,  // bus powered
+                                power,
                                 9,
                                 kInterface,
                                 0,
@@ -81,6 +85,15 @@ std::vector<uint8_t> configuration_descriptor(const CameraOptions& options) {
   if (options.speed == UsbSpeed::kSuper) bytes.insert(bytes.end(), {6, kSuperSpeedCompanion, 15, 0, 0, 0});
   bytes[2] = static_cast<uint8_t>(bytes.size());
   return bytes;
+}
+
+std::vector<uint8_t> object_store_descriptor(const CameraOptions& options) {
+  if (options.speed != UsbSpeed::kSuper) return {};
+  return {5, kObjectStore, 22, 0, 2,
+          // The same device on an older bus.
+          7, kCapability, 2, 0, 0, 0, 0,
+          // Works at high and super speed, in full from high speed on; awake in 10 and 255 microseconds.
+          10, kCapability, 3, 0, 0x0C, 0, 2, 10, 255, 0};
 }
 
 std::vector<uint8_t> string_descriptor(const CameraOptions& options, uint8_t index) {

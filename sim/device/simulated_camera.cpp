@@ -34,6 +34,10 @@ void reply(Transfer& transfer, std::span<const uint8_t> bytes) {
   std::copy_n(bytes.begin(), transfer.transferred, transfer.data.begin());
 }
 
+std::optional<std::vector<uint8_t>> unless_empty(std::vector<uint8_t> bytes) {
+  return bytes.empty() ? std::nullopt : std::optional(std::move(bytes));
+}
+
 std::vector<uint8_t> noise(size_t length, uint64_t seed) {
   std::minstd_rand random(static_cast<unsigned>(seed));
   std::vector<uint8_t> bytes(length);
@@ -235,10 +239,10 @@ std::optional<std::vector<uint8_t>> SimulatedCamera::descriptor(uint16_t value) 
       return device_descriptor(options_);
     case 2:
       return number == 0 ? std::optional(configuration_descriptor(options_)) : std::nullopt;
-    case 3: {
-      auto text = string_descriptor(options_, number);
-      return text.empty() ? std::nullopt : std::optional(std::move(text));
-    }
+    case 3:
+      return unless_empty(string_descriptor(options_, number));
+    case 15:
+      return unless_empty(object_store_descriptor(options_));
     default:
       return std::nullopt;
   }

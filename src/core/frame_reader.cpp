@@ -8,6 +8,7 @@
 
 #include "core/camera_context.h"
 #include "core/timing.h"
+#include "core/transfer_size.h"
 #include "usb/kxusb.h"
 
 namespace kxcam {
@@ -16,16 +17,8 @@ namespace {
 
 constexpr uint8_t kNewerBridgeEndpoint = 0x81;
 constexpr uint8_t kOlderBridgeEndpoint = 0x82;
-constexpr int32_t kLargestChunk = 0x800000;
-constexpr int32_t kBlock = 1024;
 constexpr uint32_t kTransferTimeoutMs = 500;
 constexpr int kPauseAfterErrorMs = 10;
-
-/// Next multiple of a block above `bytes`: always room for one byte more than asked for, so that the short
-/// packet at the end of a frame ends the transfer too.
-int32_t blocks_above(int32_t bytes) {
-  return bytes / kBlock * kBlock + kBlock;
-}
 
 /// Collects the frames of one camera; lives on the reader thread.
 class FrameCollector {
@@ -44,8 +37,8 @@ class FrameCollector {
     const int32_t expected = geometry.pixels();
     const std::optional<int> i = ring_.wait_for_free_buffer(context_.running);
     if (!i) return;
-    const int32_t chunk =
-        std::min(std::min(blocks_above(expected), kLargestChunk), blocks_above(sensor_pixels_ - received_));
+    const int32_t chunk = std::min(std::min(blocks_above(expected), kLargestTransfer),
+                                   blocks_above(sensor_pixels_ - received_));
     int transferred = 0;
     const int result = transfer(*i, chunk, transferred);
     if (result == LIBUSB_SUCCESS) {
