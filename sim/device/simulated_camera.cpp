@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "device/descriptors.h"
+#include "device/dma_write.h"
 
 namespace kxsim {
 namespace {
@@ -28,6 +29,7 @@ CameraOptions complete(CameraOptions options) {
 }
 
 void reply(Transfer& transfer, std::span<const uint8_t> bytes) {
+  [[maybe_unused]] const DmaWrite dma;
   transfer.transferred = std::min(bytes.size(), transfer.data.size());
   std::copy_n(bytes.begin(), transfer.transferred, transfer.data.begin());
 }
@@ -294,7 +296,7 @@ bool SimulatedCamera::submit_bulk(Transfer& transfer) {
 }
 
 void SimulatedCamera::count_sent_frames() {
-  for (; counted_frames_ < pipe_.frames_sent(); ++counted_frames_) pull(faults_.frame_sent());
+  for (; counted_frames_ < pipe_.counters().sent; ++counted_frames_) pull(faults_.frame_sent());
 }
 
 bool SimulatedCamera::cancel(Transfer& transfer) {
@@ -369,7 +371,12 @@ bool SimulatedCamera::claim_busy() const {
 CameraCounters SimulatedCamera::counters() const {
   const std::lock_guard lock(mutex_);
   auto counters = counters_;
-  counters.frames_sent = pipe_.frames_sent();
+  const BulkPipe::Counters& pipe = pipe_.counters();
+  counters.cut_reads = pipe.cut_reads;
+  counters.frames_sent = pipe.sent;
+  counters.frames_unended = pipe.unended;
+  counters.frames_stale = stale_frames_;
+  counters.frames_withdrawn = pipe.withdrawn - stale_frames_ + void_frames_;
   counters.frames_dropped = stale_frames_ + clock_.missed(Clock::now());
   return counters;
 }
@@ -492,7 +499,10 @@ bool SimulatedCamera::frame_work(Lock& lock) {
   }
   const auto epoch = epoch_;
   auto frame = make_frame(lock, request, fault);
-  if (epoch != epoch_) return true;
+  if (epoch != epoch_) {
+    ++void_frames_;
+    return true;
+  }
   pipe_.send(std::move(frame));
   count_sent_frames();
   return true;

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <mutex>
 #include <optional>
+#include <utility>
 
 #include "core/camera_context.h"
 #include "core/timing.h"
@@ -42,7 +43,11 @@ class FrameCollector {
     const int result = transfer(*i, chunk, transferred);
     if (result == LIBUSB_SUCCESS) {
       count(*i, geometry, chunk, transferred);
-    } else if (result != LIBUSB_ERROR_TIMEOUT) {
+      if (transferred != chunk) frame_ended();
+    } else if (result == LIBUSB_ERROR_TIMEOUT) {
+      if (transferred > 0) fate_ = Fate::kTimedOut;
+      if (transferred > 0 && transferred != chunk) frame_ended();
+    } else {
       kxusb_reset_device(handle_.get());
       sysdelay(kPauseAfterErrorMs);
     }
@@ -50,6 +55,10 @@ class FrameCollector {
   }
 
  private:
+  /// What becomes of the frame on the wire, as far as it is known. A frame may need several transfers, and
+  /// only a short one ends it.
+  enum class Fate : uint8_t { kUndecided, kReady, kTooLong, kTimedOut };
+
   int transfer(int i, int32_t chunk, int& transferred) {
     const std::lock_guard bytes(ring_.buffer_mutex(i));
     return kxusb_bulk_transfer(handle_.get(), endpoint_, ring_.buffer(i).data() + received_, chunk,
@@ -62,9 +71,20 @@ class FrameCollector {
     if (received_ == expected) {
       ring_.mark_ready(i, geometry);
       received_ = 0;
+      fate_ = Fate::kReady;
     } else if (received_ > expected || transferred != chunk) {
+      if (received_ > expected && fate_ != Fate::kReady) fate_ = Fate::kTooLong;
       received_ = 0;  // too long, or ended early: the buffer is filled anew
     }
+  }
+
+  /// Counts the frame unless it went into the ring.
+  void frame_ended() {
+    FrameCounters& counters = ring_.counters();
+    const Fate fate = std::exchange(fate_, Fate::kUndecided);
+    if (fate == Fate::kUndecided) counters.short_frames.add(1);
+    if (fate == Fate::kTooLong) counters.long_frames.add(1);
+    if (fate == Fate::kTimedOut) counters.timed_out.add(1);
   }
 
   CameraContext& context_;
@@ -74,6 +94,7 @@ class FrameCollector {
   uint8_t endpoint_;
   /// invariant: at most sensor_pixels_, so that a chunk ends within the buffer's slack.
   int32_t received_ = 0;
+  Fate fate_ = Fate::kUndecided;
 };
 
 }  // namespace
