@@ -81,13 +81,15 @@ std::optional<int> FrameRing::take_ready(FrameGeometry geometry, const std::atom
 
 std::optional<int> FrameRing::take(FrameGeometry geometry, int64_t limit_ms, const Acquisition& acquisition) {
   const std::lock_guard query(query_mutex_);
-  // Measured, not counted in polls: on a busy machine each may take many times as long as it asks for.
-  for (const uint64_t start = GetTickCount();;) {
+  // Measured, not counted in polls: on a busy machine each may take many times as long as it asks for. After
+  // the last one the ring is looked at once more.
+  const uint64_t start = GetTickCount();
+  for (bool over = false;;) {
     if (const std::optional<int> i = take_ready(geometry, acquisition.geometry)) return i;
+    if (over) return std::nullopt;
     sysdelay(kPollMs);
-    const auto waited_ms = static_cast<int64_t>(GetTickCount() - start);
-    if (waited_ms > limit_ms || !acquisition.running) return std::nullopt;
-    if (acquisition.geometry.load(std::memory_order_relaxed) != geometry) return std::nullopt;
+    over = static_cast<int64_t>(GetTickCount() - start) > limit_ms || !acquisition.running ||
+           acquisition.geometry.load(std::memory_order_relaxed) != geometry;
   }
 }
 
@@ -105,13 +107,10 @@ int FrameRing::waiting() {
 void FrameRing::flush() {
   const std::lock_guard query(query_mutex_);
   const uint64_t start = GetTickCount();
-  int cleared = 0;
-  while (cleared < kHostBufferCount && GetTickCount() - start < kFlushMs) {
-    if (drop_ready()) {
-      ++cleared;
-    } else {
-      sysdelay(kFlushPollMs);
-    }
+  for (int cleared = 0;;) {
+    while (cleared < kHostBufferCount && drop_ready()) ++cleared;
+    if (cleared == kHostBufferCount || GetTickCount() - start >= kFlushMs) return;
+    sysdelay(kFlushPollMs);
   }
 }
 
