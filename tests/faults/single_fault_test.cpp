@@ -1,36 +1,47 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// Every request and every read of an operation goes wrong once, in every way there is.
+// Every request and every read of an operation goes wrong.
 
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 
+#include "effort.h"
 #include "fault_case.h"
 #include "worker_processes.h"
 
 namespace kxcam::faults {
 namespace {
 
-constexpr int kWorkers = 32;
+std::vector<FaultKind> kinds_of(Target target) {
+  std::vector<FaultKind> kinds;
+  std::ranges::copy_if(fault_kinds(), std::back_inserter(kinds),
+                       [&](const FaultKind& kind) { return kind.target == target; });
+  return kinds;
+}
 
-/// One kind of fault in one operation, met at n = 1, 2, ... until the operation ends before the n-th.
+/// One operation, in which the n-th request or read goes wrong, n = 1, 2, ... until it ends before the n-th.
+/// The kind of fault changes with n and with the turn.
 struct Series {
   const Operation& operation;
-  const FaultKind& kind;
+  std::vector<FaultKind> kinds;
+  size_t turn;
+
+  const FaultKind& kind(uint64_t n) const { return kinds[(n + turn) % kinds.size()]; }
 };
 
-std::vector<Series> all_series() {
+std::vector<Series> all_series(size_t first_turn) {
   std::vector<Series> all;
   for (const Operation& operation : operations()) {
-    for (const FaultKind& kind : fault_kinds()) {
-      const bool concerned = std::ranges::find(operation.targets, kind.target) != operation.targets.end();
-      if (concerned) all.push_back({operation, kind});
+    for (const Target target : operation.targets) {
+      const std::vector<FaultKind> kinds = kinds_of(target);
+      for (size_t turn = 0; turn < std::min(effort().kinds, kinds.size()); ++turn) {
+        all.push_back({operation, kinds, first_turn + turn});
+      }
     }
   }
   return all;
@@ -40,7 +51,7 @@ std::vector<Series> all_series() {
 struct Progress {
   std::atomic<uint64_t> next_n = 1;
   std::atomic<bool> finished = false;
-  std::atomic<uint64_t> struck = 0;
+  std::atomic<uint64_t> cases = 0;
   std::atomic<uint64_t> last_n = 0;
   std::atomic<int64_t> longest_ms = 0;
 };
@@ -52,66 +63,80 @@ void raise_to(std::atomic<T>& maximum, T value) {
   }
 }
 
-void run_series(FaultyCamera& camera, const Series& series, Progress& progress, uint64_t step,
-                Worker& worker) {
+CaseResult run_nth(FaultyCamera& camera, const Series& series, uint64_t n, Worker& worker) {
+  const FaultKind& kind = series.kind(n);
+  const std::string what =
+      std::string(series.operation.name) + ": " + std::string(kind.name) + ", number " + std::to_string(n);
+  worker.begins(what);
+  SCOPED_TRACE(what);
+  return run_case(camera, series.operation, kind.plan(n), kind.aftermath);
+}
+
+void run_series(FaultyCamera& camera, const Series& series, Progress& progress, Worker& worker) {
   while (!progress.finished) {
-    const uint64_t n = progress.next_n.fetch_add(step);
-    const std::string what = std::string(series.operation.name) + ": " + std::string(series.kind.name) +
-                             ", number " + std::to_string(n);
-    worker.begins(what);
-    SCOPED_TRACE(what);
-    const CaseResult result = run_case(camera, series.operation, series.kind.plan(n), series.kind.aftermath);
+    const uint64_t n = progress.next_n.fetch_add(effort().step);
+    const CaseResult result = run_nth(camera, series, n, worker);
+    ++progress.cases;
+    raise_to(progress.longest_ms, int64_t{result.time.count()});
     if (!result.struck) {
       progress.finished = true;
       return;
     }
-    ++progress.struck;
     raise_to(progress.last_n, n);
-    raise_to(progress.longest_ms, int64_t{result.time.count()});
   }
 }
 
-void report(const Series& series, const Progress& progress) {
-  std::printf("  %-27s %-23s %3lu of %3lu, at most %4ld ms\n", series.operation.name.data(),
-              series.kind.name.data(), progress.struck.load(), progress.last_n.load(),
-              progress.longest_ms.load());
+const char* name_of(Target target) {
+  return target == Target::kRequests ? "requests" : "reads";
 }
 
-/// Every how many-th of a series is run by default, each series beginning at another one.
-uint64_t step_from_environment(uint64_t by_default) {
-  const char* all = std::getenv("KXCAM_EVERY_FAULT");
-  return all != nullptr && *all == '1' ? 1 : by_default;
+/// The turns of an operation stand one behind the other.
+void report(const std::vector<Series>& series, std::span<const Progress> progress) {
+  for (size_t i = 0; i < series.size();) {
+    uint64_t cases = 0;
+    uint64_t last_n = 0;
+    int64_t longest_ms = 0;
+    const size_t first = i;
+    for (; i < series.size() && series[i].operation.name == series[first].operation.name &&
+           series[i].kinds.front().target == series[first].kinds.front().target;
+         ++i) {
+      cases += progress[i].cases;
+      last_n = std::max(last_n, progress[i].last_n.load());
+      longest_ms = std::max(longest_ms, progress[i].longest_ms.load());
+    }
+    std::printf("  %-27s %3lu %-8s, %4lu cases, at most %5ld ms\n", series[first].operation.name.data(),
+                last_n, name_of(series[first].kinds.front().target), cases, longest_ms);
+  }
 }
 
 struct Setup {
   const char* name;
   const char* camera;
-  uint64_t step;
+  size_t first_turn;
 };
 
 class SingleFault : public testing::TestWithParam<Setup> {};
 
 TEST_P(SingleFault, EndsAsDocumented) {
-  const std::vector<Series> series = all_series();
+  const std::vector<Series> series = all_series(GetParam().first_turn);
   const SharedArray<Progress> progress(series.size());
-  const uint64_t step = step_from_environment(GetParam().step);
-  for (size_t i = 0; i < series.size(); ++i) progress.items()[i].next_n = 1 + i % step;
+  for (size_t i = 0; i < series.size(); ++i) progress.items()[i].next_n = 1 + i % effort().step;
 
-  run_in_processes(kWorkers, [&](Worker& worker) {
+  run_in_processes(effort().workers, [&](Worker& worker) {
     FaultyCamera camera(GetParam().camera);
     // Each begins at another series: most series are short, and all workers at once would run beyond its end.
     for (size_t i = 0; i < series.size(); ++i) {
       const size_t mine = (static_cast<size_t>(worker.number()) + i) % series.size();
-      run_series(camera, series[mine], progress.items()[mine], step, worker);
+      run_series(camera, series[mine], progress.items()[mine], worker);
     }
   });
-  for (size_t i = 0; i < series.size(); ++i) report(series[i], progress.items()[i]);
+  report(series, progress.items());
 }
 
 INSTANTIATE_TEST_SUITE_P(Cameras, SingleFault,
-                         testing::Values(Setup{"Colour8BitNewerBridge", "3600,fps=0,features=5", 1},
-                                         Setup{"Mono12BitNewerBridge", "369B,fps=0", 1},
-                                         Setup{"Colour8BitOlderBridge", "0030,fps=0", 1}),
+                         testing::Values(Setup{"Colour8BitNewerBridge", "3600,fps=0,features=5", 0},
+                                         Setup{"Mono12BitNewerBridge", "369B,fps=0", 3},
+                                         Setup{"Colour8BitOlderBridge", "0030,fps=0", 6}),
                          [](const auto& setup) { return setup.param.name; });
 
 }  // namespace
