@@ -10,6 +10,17 @@
 
 namespace kxcam::faults {
 
+/// What a machine that runs dozens of these at once may add to a time limit.
+inline constexpr std::chrono::milliseconds kBusyMachine{10'000};
+
+struct TimedRun {
+  bool done;
+  std::chrono::milliseconds time;
+};
+
+/// Runs the operation, which must succeed or fail as documented.
+TimedRun run_timed(FaultyCamera& camera, const Operation& operation);
+
 struct CaseResult {
   bool struck;  ///< false when the operation was over before the fault's turn
   std::chrono::milliseconds time;

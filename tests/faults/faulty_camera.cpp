@@ -104,6 +104,10 @@ FaultyCamera::~FaultyCamera() {
   std::filesystem::remove(conf_);
 }
 
+void FaultyCamera::pull() {
+  bus_.unplug(*device_);
+}
+
 void FaultyCamera::pull_and_plug() {
   bus_.replug(device_);
 }

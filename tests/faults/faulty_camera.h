@@ -25,6 +25,7 @@ class FaultyCamera {
   FaultyCamera& operator=(const FaultyCamera&) = delete;
 
   kxsim::SimulatedCamera& device() { return *device_; }
+  void pull();
   /// A new device on the bus from then on, as after a loose cable.
   void pull_and_plug();
   /// Unless a fault has pulled it, nothing.

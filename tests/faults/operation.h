@@ -16,9 +16,10 @@ struct Operation {
   std::string_view name;
   std::vector<Target> targets;  ///< what of it can go wrong and is not part of another operation
   void (*prepare)(FaultyCamera&);
-  bool (*run)(FaultyCamera&);       ///< true for success
-  std::vector<int> failures;        ///< the codes with which it may fail after one fault
-  std::chrono::milliseconds limit;  ///< it takes no longer, one unanswered request or read included
+  bool (*run)(FaultyCamera&);              ///< true for success
+  std::vector<int> failures;               ///< the codes with which it may fail after one fault
+  std::chrono::milliseconds limit;         ///< it takes no longer, one unanswered request or read included
+  std::chrono::milliseconds silent_limit;  ///< with a camera that answers nothing: 200 ms for every request
   /// What else must hold after a fault of that aftermath, whether it succeeded or failed.
   void (*check)(FaultyCamera&, Aftermath);
 };
