@@ -20,9 +20,9 @@ struct Effort {
 /// Everything, with KXCAM_EVERY_FAULT=1 in the environment: about ten minutes. Otherwise what a check has
 /// time for.
 inline Effort effort() {
-#if defined(__SANITIZE_THREAD__)
+#if defined(KXCAM_THREAD_SANITIZER)
   Effort effort{.workers = 12, .step = 4, .kinds = 1, .pairs = 2, .long_waits = false};
-#elif defined(__SANITIZE_ADDRESS__)
+#elif defined(KXCAM_ADDRESS_SANITIZER)
   Effort effort{.workers = 24, .step = 1, .kinds = 1, .pairs = 2, .long_waits = false};
 #else
   Effort effort{.workers = 32, .step = 1, .kinds = 2, .pairs = 3, .long_waits = false};
