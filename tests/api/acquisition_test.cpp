@@ -184,7 +184,7 @@ TEST_F(Acquisition, ThreadsShareACameraUntilItIsClosed) {
       CameraSetResolution(0, n % 2, nullptr, nullptr);
       CameraSetROI(0, 0, 0, 64, 48);
       CameraSetContrast(0, 1.0 + n % 5 * 0.1);
-      std::this_thread::sleep_for(10ms);  // a change of geometry drops the frames under way
+      std::this_thread::sleep_for(40ms);  // a change of geometry drops the frames under way
     }
   });
   const auto deadline = Clock::now() + 30s;

@@ -158,16 +158,17 @@ std::ostream& operator<<(std::ostream& out, const TriggerCase& trigger) {
 class Triggered : public testing::TestWithParam<TriggerCase> {};
 
 TEST_P(Triggered, OneBurstAPulse) {
-  const auto& [model, address, triggered, free, takes_first_pulse] = GetParam();
-  const std::string description = std::string(model) + ",fps=0";
+  const TriggerCase& trigger = GetParam();
+  const std::string description = std::string(trigger.model) + ",fps=0";
   Streaming host(description.c_str());
   const auto set_mode = [&](bool on) {
-    return address == 0 ? host.ask(kTriggerMode, 0, on ? 1 : 0).has_value()
-                        : host.tell(kSensorWrite, address, on ? triggered : free);
+    return trigger.address == 0
+               ? host.ask(kTriggerMode, 0, on ? 1 : 0).has_value()
+               : host.tell(kSensorWrite, trigger.address, on ? trigger.triggered : trigger.free);
   };
   EXPECT_GT(host.read(kRoom).bytes.size(), 0U) << "power-up is free run";
   ASSERT_TRUE(set_mode(true));
-  if (takes_first_pulse) host.ask(kSetGpio, 8, 8);
+  if (trigger.takes_first_pulse) host.ask(kSetGpio, 8, 8);
   EXPECT_EQ(host.read(kRoom, milliseconds(20)).status, std::nullopt);
   host.ask(kSetGpio, 8, 8);
   EXPECT_GT(host.read(kRoom).bytes.size(), 0U);

@@ -36,8 +36,7 @@ class Picture {
  public:
   Picture(const RowKernels& kernels, const ImageView& raw, const OrientedFrame& frame,
           const WorkRowWindow::Counted& counted, const Output& output, uint8_t* memory)
-      : kernels_(kernels),
-        output_(output),
+      : output_(output),
         frame_(frame),
         stride_(work_row_stride(frame_.columns.size)),
         memory_(memory),
@@ -75,7 +74,6 @@ class Picture {
   int32_t mean(int weight) const { return static_cast<int32_t>(window_.sum() * weight / height() / width()); }
 
  private:
-  const RowKernels& kernels_;
   Output output_;
   OrientedFrame frame_;
   size_t stride_;

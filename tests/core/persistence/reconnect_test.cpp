@@ -130,7 +130,6 @@ TEST_F(Reconnect, OtherThreadsGoOnMeanwhile) {
   const auto camera = open("3600");
   std::atomic<bool> done = false;
   std::atomic<int> delivered = 0;
-  std::atomic<int> delivered_at_the_end = 0;
   const auto query = [&](int format) {
     std::vector<uint8_t> image(720 * 540 * 3);
     while (!done) {
