@@ -143,8 +143,8 @@ KXCAM_API uint32_t CameraGetLastError(int* error);
  * stored in, is passed over. Of the stored switches none is: in such a camera all of them are on, mirror
  * and rotation among them. Settings that cannot be loaded do not fail the call. Takes about half a second on
  * the models that are reset at open. Errors: 1; 6 when the index is open already; 5 on an empty bus; 4 when
- * the camera is not there or its model is unknown. A missing configuration file or a device that may not be
- * opened fails without a code. Exclusive. */
+ * the camera leaves meanwhile or its model is unknown. An index beyond the cameras on the bus, a missing
+ * configuration file or a device that may not be opened fails without a code. Exclusive. */
 KXCAM_API uint32_t CameraInit(int camera);
 
 /** @brief Opens a camera for register access only: no frame buffers, no reader thread, no streaming.

@@ -33,6 +33,9 @@ class FaultyCamera {
 
   /// Takes the next raw frame: true when it is one that the camera sent, from the first byte to the last.
   static bool delivers();
+  /// The same with patience: a machine that runs dozens of cameras may not let one of its threads run for a
+  /// second, and then there is no frame in time.
+  static bool delivers_in_the_end();
   /// Makes the next picture of a frame.
   static bool makes_picture();
 

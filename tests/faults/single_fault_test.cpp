@@ -126,7 +126,9 @@ TEST_P(SingleFault, EndsAsDocumented) {
     FaultyCamera camera(GetParam().camera);
     // Each begins at another series: most series are short, and all workers at once would run beyond its end.
     for (size_t i = 0; i < series.size(); ++i) {
-      const size_t mine = (static_cast<size_t>(worker.number()) + i) % series.size();
+      const size_t mine =
+          (static_cast<size_t>(worker.number()) * series.size() / static_cast<size_t>(effort().workers) + i) %
+          series.size();
       run_series(camera, series[mine], progress.items()[mine], worker);
     }
   });
