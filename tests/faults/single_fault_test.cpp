@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdio>
+#include <ostream>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -114,6 +116,10 @@ struct Setup {
   const char* camera;
   size_t first_turn;
 };
+
+void PrintTo(const Setup& setup, std::ostream* out) {
+  *out << setup.camera;
+}
 
 class SingleFault : public testing::TestWithParam<Setup> {};
 
