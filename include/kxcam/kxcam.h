@@ -178,9 +178,13 @@ KXCAM_API uint32_t CameraReset(int camera);
 
 /** @brief Brings back an open camera whose cable was pulled or that was reset.
  *
- * The camera is found by its serial number, wherever it is plugged in now. Index, settings and tables stay;
- * the settings are sent to the camera again, and the stream starts without any frame from before. Queries
- * that wait in other threads end with #KXCAM_ERROR_NO_FRAME.
+ * The library itself resets a camera when a read of image data fails; the newer models send no more frames
+ * after that, and queries fail with #KXCAM_ERROR_NO_FRAME until this call.
+ *
+ * The camera is found by its serial number, wherever it is plugged in now; one whose serial number could not
+ * be read when it was opened is not found, and has to be closed and opened anew. Index, settings and tables
+ * stay; the settings are sent to the camera again, and the stream starts without any frame from before.
+ * Queries that wait in other threads end with #KXCAM_ERROR_NO_FRAME.
  *
  * Errors: 1, 3; 4 for a virtual camera and while the camera is not there: the index stays open then, and the
  * call may be repeated. Takes about as long as CameraInit(). Exclusive. */

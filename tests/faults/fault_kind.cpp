@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "fault_kind.h"
 
+#include <algorithm>
 #include <array>
+#include <iterator>
 
 namespace kxcam::faults {
 namespace {
@@ -66,8 +68,11 @@ constexpr std::array kKinds = {
 
 }  // namespace
 
-std::span<const FaultKind> fault_kinds() {
-  return kKinds;
+std::vector<FaultKind> fault_kinds(Target target) {
+  std::vector<FaultKind> kinds;
+  std::ranges::copy_if(kKinds, std::back_inserter(kinds),
+                       [target](const FaultKind& kind) { return kind.target == target; });
+  return kinds;
 }
 
 }  // namespace kxcam::faults

@@ -2,8 +2,8 @@
 #pragma once
 
 #include <cstdint>
-#include <span>
 #include <string_view>
+#include <vector>
 
 #include "device/fault_plan.h"
 
@@ -27,7 +27,7 @@ struct FaultKind {
   Aftermath aftermath;
 };
 
-/// All that can happen to one request or to one read of image data.
-std::span<const FaultKind> fault_kinds();
+/// All that can happen to a request or to a read of image data.
+std::vector<FaultKind> fault_kinds(Target target);
 
 }  // namespace kxcam::faults

@@ -19,13 +19,6 @@
 namespace kxcam::faults {
 namespace {
 
-std::vector<FaultKind> kinds_of(Target target) {
-  std::vector<FaultKind> kinds;
-  std::ranges::copy_if(fault_kinds(), std::back_inserter(kinds),
-                       [&](const FaultKind& kind) { return kind.target == target; });
-  return kinds;
-}
-
 /// One operation, in which the n-th request or read goes wrong, n = 1, 2, ... until it ends before the n-th.
 /// The kind of fault changes with n and with the turn.
 struct Series {
@@ -40,7 +33,7 @@ std::vector<Series> all_series(size_t first_turn) {
   std::vector<Series> all;
   for (const Operation& operation : operations()) {
     for (const Target target : operation.targets) {
-      const std::vector<FaultKind> kinds = kinds_of(target);
+      const std::vector<FaultKind> kinds = fault_kinds(target);
       for (size_t turn = 0; turn < std::min(effort().kinds, kinds.size()); ++turn) {
         all.push_back({operation, kinds, first_turn + turn});
       }

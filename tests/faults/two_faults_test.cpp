@@ -5,7 +5,9 @@
 #include <cstdio>
 #include <cstdlib>
 #include <random>
+#include <span>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -47,12 +49,14 @@ constexpr uint64_t kLastRead = 12;
 
 void meet_two_faults(FaultyCamera& camera, unsigned seed, Worker& worker) {
   Dice dice(seed);
-  const Operation& operation = dice.one_of(operations());
+  const Operation& operation = dice.one_of<Operation>(operations());
   kxsim::FaultPlan plan;
   std::string what = "seed " + std::to_string(seed) + ", " + std::string(operation.name) + ":";
   for (int i = 0; i < 2; ++i) {
-    const FaultKind& kind = dice.one_of(fault_kinds());
-    const uint64_t n = dice.up_to(kind.target == Target::kRequests ? kLastRequest : kLastRead);
+    const Target target = dice.one_of<Target>(operation.targets);
+    const std::vector<FaultKind> kinds = fault_kinds(target);
+    const FaultKind& kind = dice.one_of<FaultKind>(kinds);
+    const uint64_t n = dice.up_to(target == Target::kRequests ? kLastRequest : kLastRead);
     append(plan, kind.plan(n));
     what += " " + std::string(kind.name) + ", number " + std::to_string(n) + ";";
   }
