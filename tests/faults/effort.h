@@ -17,7 +17,7 @@ struct Effort {
   bool long_waits;  ///< operations on a camera that never answers, half a minute each
 };
 
-/// Everything, with KXCAM_EVERY_FAULT=1 in the environment: about ten minutes. Otherwise what a check has
+/// Everything, with KXCAM_EVERY_FAULT=1 in the environment: about five minutes. Otherwise what a check has
 /// time for.
 inline Effort effort() {
 #if defined(KXCAM_THREAD_SANITIZER)
@@ -31,7 +31,7 @@ inline Effort effort() {
   if (all != nullptr && std::string_view(all) == "1") {
     effort.step = 1;
     effort.kinds = SIZE_MAX;
-    effort.pairs *= 20;
+    effort.pairs *= 8;
     effort.long_waits = true;
   }
   return effort;
