@@ -55,6 +55,6 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${packages_lib} (>= ${PROJECT_VERSION})")
 
 set(CPACK_COMPONENT_SIM_DESCRIPTION
-    "simulated industrial USB cameras\nThe command kxsim runs any program against simulated cameras, without hardware or root.")
+    "simulated industrial USB cameras\nThe command kxsim runs any program against simulated cameras, without hardware or root, and lends them to virtual machines.")
 set(CPACK_DEBIAN_SIM_PACKAGE_SECTION devel)
 include(CPack)

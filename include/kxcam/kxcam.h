@@ -285,8 +285,9 @@ KXCAM_API uint32_t CameraGetISPImageBufferSize(int camera, int* size, int width,
  * frames are copied as they came; grey and colour frames pass the image pipeline in the calling
  * thread.
  *
- * Errors: 3; 12; 2 when `*size` is not the required size; 17 when no frame came or acquisition was
- * stopped; 4 for a camera without acquisition. An index out of range fails without a code.
+ * Errors: 3; 12; 2 when `*size` is not the required size; 17 when no frame came, acquisition was
+ * stopped or the geometry was changed meanwhile; 4 for a camera without acquisition. An index out of range
+ * fails without a code.
  *
  * Several threads may query one camera: each frame goes to one of them, in order. */
 KXCAM_API uint32_t CameraQueryImage(int camera, uint8_t* image, int* size, int format);

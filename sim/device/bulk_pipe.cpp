@@ -4,6 +4,8 @@
 #include <algorithm>
 #include <utility>
 
+#include "device/dma_write.h"
+
 namespace kxsim {
 
 void BulkPipe::read(Transfer& transfer, std::optional<BulkFault::Action> fault) {
@@ -15,6 +17,7 @@ bool BulkPipe::cancel(Transfer& transfer) {
   const auto found = std::ranges::find(reads_, &transfer, &Read::transfer);
   if (found == reads_.end()) return false;
   reads_.erase(found);
+  if (transfer.transferred > 0) ++counters_.cut_reads;
   transfer.finished(TransferStatus::kCancelled);
   pump();
   return true;
@@ -39,6 +42,11 @@ void BulkPipe::send(WireFrame frame) {
 }
 
 void BulkPipe::drop_frame() {
+  if (frame_) ++counters_.withdrawn;
+  forget_frame();
+}
+
+void BulkPipe::forget_frame() {
   if (frame_) spare_ = std::move(frame_->bytes);
   frame_.reset();
   sent_ = 0;
@@ -92,6 +100,7 @@ size_t BulkPipe::segment_end() const {
 }
 
 void BulkPipe::copy(Transfer& transfer, size_t length) {
+  [[maybe_unused]] const DmaWrite dma;
   std::copy_n(frame_->bytes.begin() + static_cast<ptrdiff_t>(sent_), length,
               transfer.data.begin() + static_cast<ptrdiff_t>(transfer.transferred));
   transfer.transferred += length;
@@ -118,6 +127,7 @@ bool BulkPipe::end_segment(Transfer& transfer) {
   const bool last = sent_ == frame_->bytes.size();
   const bool full = transfer.transferred == transfer.data.size();
   if (last && !frame_->ended) {
+    ++counters_.unended;
     frame_done();
     if (full) finish_first(TransferStatus::kCompleted);
     return full;
@@ -140,8 +150,8 @@ void BulkPipe::finish_first(TransferStatus status) {
 }
 
 void BulkPipe::frame_done() {
-  ++frames_sent_;
-  drop_frame();
+  ++counters_.sent;
+  forget_frame();
 }
 
 }  // namespace kxsim

@@ -40,7 +40,14 @@ class BulkPipe {
   /// Ends the frame where it is: a host that has part of it gets no more than a short packet.
   void cut_frame();
 
-  uint64_t frames_sent() const { return frames_sent_; }
+  /// What became of the frames that were handed to send(). Those neither sent nor withdrawn are still here.
+  struct Counters {
+    uint64_t sent = 0;       ///< completely
+    uint64_t withdrawn = 0;  ///< gone before the host had all of them
+    uint64_t unended = 0;    ///< of those sent: without the short packet, so that the next one may run on
+    uint64_t cut_reads = 0;  ///< reads that the host gave up with part of a frame in them
+  };
+  const Counters& counters() const { return counters_; }
   /// Storage of a frame gone by, for the next one.
   std::vector<uint8_t> take_spare() { return std::move(spare_); }
 
@@ -59,6 +66,7 @@ class BulkPipe {
   size_t segment_end() const;
   void finish_first(TransferStatus status);
   void frame_done();
+  void forget_frame();
 
   size_t packet_size_;
   std::deque<Read> reads_;
@@ -66,7 +74,7 @@ class BulkPipe {
   std::optional<WireFrame> frame_;
   size_t sent_ = 0;           // bytes of frame_
   size_t segment_start_ = 0;  // where the current segment of frame_ began
-  uint64_t frames_sent_ = 0;
+  Counters counters_;
   std::vector<uint8_t> spare_;
 };
 

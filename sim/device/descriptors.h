@@ -24,6 +24,8 @@ constexpr uint16_t bulk_packet_size(UsbSpeed speed) {
 std::vector<uint8_t> device_descriptor(const CameraOptions& options);
 /// The one configuration with its interface and endpoint.
 std::vector<uint8_t> configuration_descriptor(const CameraOptions& options);
+/// What a device of super speed says of its abilities, at high speed too; empty for others.
+std::vector<uint8_t> object_store_descriptor(const CameraOptions& options);
 /// Index 0 lists the languages; empty when there is no such string.
 std::vector<uint8_t> string_descriptor(const CameraOptions& options, uint8_t index);
 

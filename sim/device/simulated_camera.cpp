@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "device/descriptors.h"
+#include "device/dma_write.h"
 
 namespace kxsim {
 namespace {
@@ -28,8 +29,13 @@ CameraOptions complete(CameraOptions options) {
 }
 
 void reply(Transfer& transfer, std::span<const uint8_t> bytes) {
+  [[maybe_unused]] const DmaWrite dma;
   transfer.transferred = std::min(bytes.size(), transfer.data.size());
   std::copy_n(bytes.begin(), transfer.transferred, transfer.data.begin());
+}
+
+std::optional<std::vector<uint8_t>> unless_empty(std::vector<uint8_t> bytes) {
+  return bytes.empty() ? std::nullopt : std::optional(std::move(bytes));
 }
 
 std::vector<uint8_t> noise(size_t length, uint64_t seed) {
@@ -236,10 +242,10 @@ std::optional<std::vector<uint8_t>> SimulatedCamera::descriptor(uint16_t value) 
       return device_descriptor(options_);
     case 2:
       return number == 0 ? std::optional(configuration_descriptor(options_)) : std::nullopt;
-    case 3: {
-      auto text = string_descriptor(options_, number);
-      return text.empty() ? std::nullopt : std::optional(std::move(text));
-    }
+    case 3:
+      return unless_empty(string_descriptor(options_, number));
+    case 15:
+      return unless_empty(object_store_descriptor(options_));
     default:
       return std::nullopt;
   }
@@ -296,7 +302,7 @@ bool SimulatedCamera::submit_bulk(Transfer& transfer) {
 }
 
 void SimulatedCamera::count_sent_frames() {
-  for (; counted_frames_ < pipe_.frames_sent(); ++counted_frames_) pull(faults_.frame_sent());
+  for (; counted_frames_ < pipe_.counters().sent; ++counted_frames_) pull(faults_.frame_sent());
 }
 
 bool SimulatedCamera::cancel(Transfer& transfer) {
@@ -371,7 +377,12 @@ bool SimulatedCamera::claim_busy() const {
 CameraCounters SimulatedCamera::counters() const {
   const std::lock_guard lock(mutex_);
   auto counters = counters_;
-  counters.frames_sent = pipe_.frames_sent();
+  const BulkPipe::Counters& pipe = pipe_.counters();
+  counters.cut_reads = pipe.cut_reads;
+  counters.frames_sent = pipe.sent;
+  counters.frames_unended = pipe.unended;
+  counters.frames_stale = stale_frames_;
+  counters.frames_withdrawn = pipe.withdrawn - stale_frames_ + void_frames_;
   counters.frames_dropped = stale_frames_ + clock_.missed(Clock::now());
   return counters;
 }
@@ -495,7 +506,10 @@ bool SimulatedCamera::frame_work(Lock& lock) {
   }
   const auto epoch = epoch_;
   auto frame = make_frame(lock, request, fault);
-  if (epoch != epoch_) return true;
+  if (epoch != epoch_) {
+    ++void_frames_;
+    return true;
+  }
   pipe_.send(std::move(frame));
   count_sent_frames();
   return true;

@@ -36,14 +36,21 @@ struct LoggedRequest {
 };
 
 /// Since the camera was made.
+///
+/// invariant: frames_made = frames_sent + frames_stale + frames_withdrawn, and at most one more that is being
+/// made or waits for the host.
 struct CameraCounters {
-  uint64_t requests = 0;        ///< vendor requests, answered or not
-  uint64_t bulk_reads = 0;      ///< submitted by the host
-  uint64_t frames_made = 0;     ///< pixels rendered
-  uint64_t frames_sent = 0;     ///< completely
-  uint64_t frames_dropped = 0;  ///< lost because the host did not read
-  uint64_t resets = 0;          ///< bus resets
-  uint64_t faults = 0;          ///< requests, bulk reads and frames that went wrong by a fault
+  uint64_t requests = 0;          ///< vendor requests, answered or not
+  uint64_t bulk_reads = 0;        ///< submitted by the host
+  uint64_t cut_reads = 0;         ///< of those: given up by the host with part of a frame in them
+  uint64_t frames_made = 0;       ///< pixels rendered
+  uint64_t frames_sent = 0;       ///< completely
+  uint64_t frames_unended = 0;    ///< of those sent: without the short packet at the end
+  uint64_t frames_withdrawn = 0;  ///< made, then void by a reset, an unplugging, a stop or a new geometry
+  uint64_t frames_stale = 0;      ///< made, then replaced by a newer one because the host did not read
+  uint64_t frames_dropped = 0;    ///< lost because the host did not read, made or not
+  uint64_t resets = 0;            ///< bus resets
+  uint64_t faults = 0;            ///< requests, bulk reads and frames that went wrong by a fault
 };
 
 /// The camera went off the bus or came back by itself.
@@ -181,8 +188,9 @@ class SimulatedCamera {
   Clock::time_point pause_until_;
   uint64_t epoch_ = 0;  // changes whenever a frame being made becomes void
   uint64_t frame_number_ = 0;
-  uint64_t counted_frames_ = 0;  // of pipe_.frames_sent()
+  uint64_t counted_frames_ = 0;  // of those the pipe has sent
   uint64_t stale_frames_ = 0;    // made, but replaced by a newer one before the host read
+  uint64_t void_frames_ = 0;     // made, but void before they were done
   CameraCounters counters_;
   std::deque<LoggedRequest> log_;
   bool stopping_ = false;

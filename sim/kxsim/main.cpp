@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
-// kxsim: runs programs against simulated cameras.
+// kxsim: simulated cameras for programs and virtual machines.
 
 #include <exception>
 #include <string>
@@ -10,30 +10,46 @@
 
 #include "kxsim/model_list.h"
 #include "kxsim/run_command.h"
+#include "kxsim/serve_command.h"
 
 namespace {
 
 constexpr int kFailure = 125;  // of kxsim itself, distinct from what commands usually return
 
-int dispatch(int argc, char** argv) {
-  CLI::App app("Runs programs against simulated cameras: no hardware, no root, no kernel module.", "kxsim");
-  app.require_subcommand(1);
-  app.set_version_flag("--version", "kxsim " KXSIM_VERSION);
-
-  kxsim::RunOptions options;
-  auto* const run = app.add_subcommand("run", "Run a command that sees simulated cameras");
-  run->add_option("-c,--camera", options.cameras,
+/// What `run` and `serve` have in common.
+void add_camera_options(CLI::App& command, auto& options) {
+  command
+      .add_option("-c,--camera", options.cameras,
                   "A camera: MODEL[,key=value]...; may be given several times")
       ->type_name("MODEL")
       ->allow_extra_args(false);
-  run->add_option("-s,--scene", options.scene, "What the cameras see: chart, grey or a picture file")
+  command
+      .add_option("-s,--scene", options.scene,
+                  "What the cameras see: chart, grey or a picture file; or numbers instead of a picture")
       ->type_name("SCENE");
-  run->add_option("-f,--fault", options.faults, "What goes wrong: a fault script, or @FILE")
+  command.add_option("-f,--fault", options.faults, "What goes wrong: a fault script, or @FILE")
       ->type_name("SCRIPT");
-  run->add_option("--conf", options.conf, "Transport configuration, instead of one that lists all models")
+}
+
+int dispatch(int argc, char** argv) {
+  CLI::App app("Simulated cameras for programs and virtual machines.", "kxsim");
+  app.require_subcommand(1);
+  app.set_version_flag("--version", "kxsim " KXSIM_VERSION);
+
+  kxsim::RunOptions run_options;
+  auto* const run = app.add_subcommand("run", "Run a command that sees simulated cameras");
+  add_camera_options(*run, run_options);
+  run->add_option("--conf", run_options.conf, "Transport configuration, instead of one that lists all models")
       ->check(CLI::ExistingFile)
       ->type_name("FILE");
-  run->add_option("command", options.command, "The command and its arguments, after --")->required();
+  run->add_option("command", run_options.command, "The command and its arguments, after --")->required();
+
+  kxsim::ServeOptions serve_options;
+  auto* const serve = app.add_subcommand("serve", "Lend simulated cameras to virtual machines");
+  add_camera_options(*serve, serve_options);
+  serve->add_option("-d,--directory", serve_options.folder, "Where the sockets camera1.sock, ... are put")
+      ->check(CLI::ExistingDirectory)
+      ->type_name("DIRECTORY");
 
   bool json = false;
   auto* const models = app.add_subcommand("models", "List the camera models");
@@ -48,7 +64,7 @@ int dispatch(int argc, char** argv) {
     fmt::print("{}", json ? kxsim::model_table_json() : kxsim::model_table_text());
     return 0;
   }
-  return kxsim::run_command(options);
+  return serve->parsed() ? kxsim::serve_command(serve_options) : kxsim::run_command(run_options);
 }
 
 }  // namespace

@@ -2,15 +2,14 @@
 #include "kxsim/run_command.h"
 
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
 #include <optional>
 #include <stdexcept>
 
 #include "device/camera_options.h"
-#include "device/fault_script.h"
+#include "device/view.h"
 #include "kxsim/child_process.h"
 #include "kxsim/conf_file.h"
+#include "kxsim/fault_option.h"
 #include "kxsim/preload_module.h"
 #include "scene/scene.h"
 
@@ -30,20 +29,9 @@ std::string check_cameras(const std::vector<std::string>& cameras) {
 }
 
 std::string check_scene(const std::string& scene) {
-  if (scene.empty() || scene == "chart" || scene == "grey") return scene;
+  if (is_built_in_view(scene)) return scene;
   load_scene(scene);
   return std::filesystem::absolute(scene).string();
-}
-
-std::string check_faults(const std::string& faults) {
-  std::string script = faults;
-  if (faults.starts_with('@')) {
-    std::ifstream file(faults.substr(1));
-    script.assign(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-    if (!file) throw std::runtime_error("cannot read the fault script " + faults.substr(1));
-  }
-  parse_fault_script(script);
-  return script;
 }
 
 void set_variable(const char* name, const std::string& value) {
@@ -61,7 +49,7 @@ void preload(const std::filesystem::path& module) {
 int run_command(const RunOptions& options) {
   set_variable("KXSIM_CAMERAS", check_cameras(options.cameras));
   set_variable("KXSIM_SCENE", check_scene(options.scene));
-  set_variable("KXSIM_FAULTS", check_faults(options.faults));
+  set_variable("KXSIM_FAULTS", read_fault_option(options.faults));
   const auto module = find_preload_module();
   std::optional<TemporaryConfFile> temporary;
   if (options.conf.empty()) temporary.emplace();

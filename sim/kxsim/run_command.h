@@ -9,8 +9,8 @@ namespace kxsim {
 
 struct RunOptions {
   std::vector<std::string> cameras;  ///< camera descriptions; none = one camera of the default model
-  std::string scene;                 ///< "chart", "grey" or a picture file
-  std::string faults;                ///< a fault script, or @ and the name of its file
+  std::string scene;                 ///< see set_view()
+  std::string faults;                ///< see read_fault_option()
   std::filesystem::path conf;        ///< transport configuration; empty = one with all models
   std::vector<std::string> command;
 };

@@ -10,7 +10,7 @@
 #include <string_view>
 
 #include "device/fault_script.h"
-#include "scene/scene.h"
+#include "device/view.h"
 #include "usbfs/virtual_bus.h"
 
 namespace kxsim {
@@ -21,22 +21,14 @@ std::string variable(const char* name) {
   return value == nullptr ? "" : value;
 }
 
-std::shared_ptr<const Scene> make_scene(const std::string& name, const kxcam::SensorSize& sensor) {
-  constexpr Light kGrey{0.18F, 0.18F, 0.18F};
-  if (name == "grey") return make_uniform(kGrey);
-  if (name.empty() || name == "chart") return make_chart(static_cast<double>(sensor.width) / sensor.height);
-  return load_scene(name);
-}
-
 void plug_one(std::string_view description, int number, const std::string& scene, const std::string& faults) {
   auto camera = std::make_shared<SimulatedCamera>(parse_camera_options(description));
-  camera->set_scene(make_scene(scene, camera->model().SENSOR_ARRAY));
+  set_view(*camera, scene);
   camera->inject(parse_fault_script(faults, number));
   VirtualBus::instance().plug(std::move(camera));
 }
 
-/// KXSIM_CAMERAS: one description a line; KXSIM_SCENE: chart, grey or a picture file; KXSIM_FAULTS: a
-/// fault script.
+/// KXSIM_CAMERAS: one description a line; KXSIM_SCENE: see set_view(); KXSIM_FAULTS: a fault script.
 void populate_from_environment() {
   const auto list = variable("KXSIM_CAMERAS");
   const auto scene = variable("KXSIM_SCENE");

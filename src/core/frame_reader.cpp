@@ -4,9 +4,11 @@
 #include <algorithm>
 #include <mutex>
 #include <optional>
+#include <utility>
 
 #include "core/camera_context.h"
 #include "core/timing.h"
+#include "core/transfer_size.h"
 #include "usb/kxusb.h"
 
 namespace kxcam {
@@ -15,16 +17,8 @@ namespace {
 
 constexpr uint8_t kNewerBridgeEndpoint = 0x81;
 constexpr uint8_t kOlderBridgeEndpoint = 0x82;
-constexpr int32_t kLargestChunk = 0x800000;
-constexpr int32_t kBlock = 1024;
 constexpr uint32_t kTransferTimeoutMs = 500;
 constexpr int kPauseAfterErrorMs = 10;
-
-/// Next multiple of a block above `bytes`: always room for one byte more than asked for, so that the short
-/// packet at the end of a frame ends the transfer too.
-int32_t blocks_above(int32_t bytes) {
-  return bytes / kBlock * kBlock + kBlock;
-}
 
 /// Collects the frames of one camera; lives on the reader thread.
 class FrameCollector {
@@ -43,13 +37,17 @@ class FrameCollector {
     const int32_t expected = geometry.pixels();
     const std::optional<int> i = ring_.wait_for_free_buffer(context_.running);
     if (!i) return;
-    const int32_t chunk =
-        std::min(std::min(blocks_above(expected), kLargestChunk), blocks_above(sensor_pixels_ - received_));
+    const int32_t chunk = std::min(std::min(blocks_above(expected), kLargestTransfer),
+                                   blocks_above(sensor_pixels_ - received_));
     int transferred = 0;
     const int result = transfer(*i, chunk, transferred);
     if (result == LIBUSB_SUCCESS) {
       count(*i, geometry, chunk, transferred);
-    } else if (result != LIBUSB_ERROR_TIMEOUT) {
+      if (transferred != chunk) frame_ended();
+    } else if (result == LIBUSB_ERROR_TIMEOUT) {
+      if (transferred > 0) fate_ = Fate::kTimedOut;
+      if (transferred > 0 && transferred != chunk) frame_ended();
+    } else {
       kxusb_reset_device(handle_.get());
       sysdelay(kPauseAfterErrorMs);
     }
@@ -57,6 +55,10 @@ class FrameCollector {
   }
 
  private:
+  /// What becomes of the frame on the wire, as far as it is known. A frame may need several transfers, and
+  /// only a short one ends it.
+  enum class Fate : uint8_t { kUndecided, kReady, kTooLong, kTimedOut };
+
   int transfer(int i, int32_t chunk, int& transferred) {
     const std::lock_guard bytes(ring_.buffer_mutex(i));
     return kxusb_bulk_transfer(handle_.get(), endpoint_, ring_.buffer(i).data() + received_, chunk,
@@ -69,9 +71,20 @@ class FrameCollector {
     if (received_ == expected) {
       ring_.mark_ready(i, geometry);
       received_ = 0;
+      fate_ = Fate::kReady;
     } else if (received_ > expected || transferred != chunk) {
+      if (received_ > expected && fate_ != Fate::kReady) fate_ = Fate::kTooLong;
       received_ = 0;  // too long, or ended early: the buffer is filled anew
     }
+  }
+
+  /// Counts the frame unless it went into the ring.
+  void frame_ended() {
+    FrameCounters& counters = ring_.counters();
+    const Fate fate = std::exchange(fate_, Fate::kUndecided);
+    if (fate == Fate::kUndecided) counters.short_frames.add(1);
+    if (fate == Fate::kTooLong) counters.long_frames.add(1);
+    if (fate == Fate::kTimedOut) counters.timed_out.add(1);
   }
 
   CameraContext& context_;
@@ -81,6 +94,7 @@ class FrameCollector {
   uint8_t endpoint_;
   /// invariant: at most sensor_pixels_, so that a chunk ends within the buffer's slack.
   int32_t received_ = 0;
+  Fate fate_ = Fate::kUndecided;
 };
 
 }  // namespace

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/frame_ring.h"
 
+#include <algorithm>
 #include <new>
 
 #include "core/timing.h"
@@ -13,7 +14,7 @@ constexpr size_t kTransferSlack = 1024;
 constexpr size_t kLargestSample = 2;
 constexpr int kPollMs = 1;
 constexpr int kFlushPollMs = 10;
-constexpr int kFlushPolls = 20;
+constexpr uint64_t kFlushMs = 200;
 
 }  // namespace
 
@@ -45,61 +46,71 @@ void FrameRing::mark_ready(int i, FrameGeometry geometry) {
   write_index_ = next(i);
 }
 
+void FrameRing::drop_oldest() {
+  slot(read_index_).state = BufferState::kFree;
+  read_index_ = next(read_index_);
+  counters_.flushed.add(1);
+}
+
 bool FrameRing::drop_ready() {
   const std::lock_guard state(state_mutex_);
-  Slot& oldest = slot(read_index_);
-  if (oldest.state != BufferState::kReady) return false;
-  oldest.state = BufferState::kFree;
-  read_index_ = next(read_index_);
+  if (slot(read_index_).state != BufferState::kReady) return false;
+  drop_oldest();
   return true;
 }
 
 void FrameRing::drop_ready_frames() {
   const std::lock_guard state(state_mutex_);
-  while (slot(read_index_).state == BufferState::kReady) {
-    slot(read_index_).state = BufferState::kFree;
-    read_index_ = next(read_index_);
-  }
+  while (slot(read_index_).state == BufferState::kReady) drop_oldest();
 }
 
-std::optional<int> FrameRing::take_ready(FrameGeometry geometry) {
+std::optional<int> FrameRing::take_ready(FrameGeometry geometry, const std::atomic<FrameGeometry>& in_force) {
   const std::lock_guard state(state_mutex_);
   while (slot(read_index_).state == BufferState::kReady) {
     const int i = read_index_;
-    read_index_ = next(i);
     const bool wanted = slot(i).geometry == geometry;
+    // Whoever waits with a geometry of the past must not throw away the frames of the present.
+    if (!wanted && in_force.load(std::memory_order_relaxed) != geometry) return std::nullopt;
+    read_index_ = next(i);
     slot(i).state = wanted ? BufferState::kTaken : BufferState::kFree;
     if (wanted) return i;
+    counters_.old_geometry.add(1);
   }
   return std::nullopt;
 }
 
-std::optional<int> FrameRing::take(FrameGeometry geometry, int64_t limit_ms,
-                                   const std::atomic<bool>& running) {
+std::optional<int> FrameRing::take(FrameGeometry geometry, int64_t limit_ms, const Acquisition& acquisition) {
   const std::lock_guard query(query_mutex_);
-  for (int64_t polls = 0;;) {
-    if (const std::optional<int> i = take_ready(geometry)) return i;
-    ++polls;
+  // Measured, not counted in polls: on a busy machine each may take many times as long as it asks for.
+  for (const uint64_t start = GetTickCount();;) {
+    if (const std::optional<int> i = take_ready(geometry, acquisition.geometry)) return i;
     sysdelay(kPollMs);
-    if (polls > limit_ms || !running) return std::nullopt;
+    const auto waited_ms = static_cast<int64_t>(GetTickCount() - start);
+    if (waited_ms > limit_ms || !acquisition.running) return std::nullopt;
+    if (acquisition.geometry.load(std::memory_order_relaxed) != geometry) return std::nullopt;
   }
 }
 
-void FrameRing::release(int i) {
+void FrameRing::release(int i, bool delivered) {
+  (delivered ? counters_.delivered : counters_.not_delivered).add(1);
   const std::lock_guard state(state_mutex_);
   slot(i).state = BufferState::kFree;
 }
 
+int FrameRing::waiting() {
+  const std::lock_guard state(state_mutex_);
+  return static_cast<int>(std::ranges::count(slots_, BufferState::kReady, &Slot::state));
+}
+
 void FrameRing::flush() {
   const std::lock_guard query(query_mutex_);
+  const uint64_t start = GetTickCount();
   int cleared = 0;
-  int waits = 0;
-  while (cleared < kHostBufferCount && waits < kFlushPolls) {
+  while (cleared < kHostBufferCount && GetTickCount() - start < kFlushMs) {
     if (drop_ready()) {
       ++cleared;
     } else {
       sysdelay(kFlushPollMs);
-      ++waits;
     }
   }
 }

@@ -10,6 +10,7 @@
 #include <optional>
 #include <span>
 
+#include "core/frame_counters.h"
 #include "core/frame_geometry.h"
 #include "sync/fair_mutex.h"
 
@@ -39,19 +40,30 @@ class FrameRing {
   /// Reader: buffer `i` holds a whole frame of that geometry.
   void mark_ready(int i, FrameGeometry geometry);
 
-  /// Consumer: takes the next frame of that geometry, waiting for up to `limit_ms` polls of a
-  /// millisecond; frames from before a change of geometry are dropped.
-  /// Nothing when none came or `running` ended. Hand the buffer back with release().
-  std::optional<int> take(FrameGeometry geometry, int64_t limit_ms, const std::atomic<bool>& running);
+  /// The geometry in force and whether frames may still come; both may change during a wait.
+  struct Acquisition {
+    const std::atomic<FrameGeometry>& geometry;
+    const std::atomic<bool>& running;
+  };
 
-  /// Consumer: buffer `i` may be filled again.
-  void release(int i);
+  /// Consumer: takes the next frame of that geometry, waiting for at least `limit_ms`
+  /// milliseconds; frames from before a change of geometry are dropped.
+  /// Nothing when none came, `running` ended or another geometry came into force: the frames of that one
+  /// stay for those who ask for them. Hand the buffer back with release().
+  std::optional<int> take(FrameGeometry geometry, int64_t limit_ms, const Acquisition& acquisition);
+
+  /// Consumer: buffer `i` may be filled again. `delivered`: its frame reached the program.
+  void release(int i, bool delivered);
 
   /// Drops the frames that are ready or become ready within 200 ms, at most one ring full.
   void flush();
 
   /// Drops the frames that are ready, without waiting; a query that waits goes on waiting.
   void drop_ready_frames();
+
+  /// Frames that are ready, 0..kHostBufferCount.
+  int waiting();
+  FrameCounters& counters() { return counters_; }
 
   /// The bytes of a buffer; hold buffer_mutex(i) while touching them.
   std::span<uint8_t> buffer(int i) { return {slot(i).host_buffer.get(), buffer_size_}; }
@@ -71,10 +83,12 @@ class FrameRing {
     FrameGeometry geometry;                  ///< of the ready frame; guarded by state_mutex
   };
 
-  /// Takes the next ready frame of that geometry and drops those before it.
-  std::optional<int> take_ready(FrameGeometry geometry);
+  /// Takes the next ready frame of that geometry and drops the older ones before it.
+  std::optional<int> take_ready(FrameGeometry geometry, const std::atomic<FrameGeometry>& in_force);
   /// Drops the next frame if it is ready.
   bool drop_ready();
+  /// Drops the frame that is ready at read_index; hold state_mutex.
+  void drop_oldest();
   static int next(int i) { return (i + 1) % kHostBufferCount; }
   Slot& slot(int i) { return slots_[static_cast<size_t>(i)]; }
 
@@ -84,6 +98,7 @@ class FrameRing {
   std::mutex state_mutex_;  ///< guards the states of the slots and the indices
   int write_index_ = 0;
   int read_index_ = 0;
+  FrameCounters counters_;
 };
 
 }  // namespace kxcam

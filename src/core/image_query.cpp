@@ -24,6 +24,21 @@ int64_t wait_limit(const CameraContext& context) {
   return std::max<int32_t>(context.parameter.time_out, exposure);
 }
 
+/// A buffer that a query has taken; goes back into the ring also when making the picture throws.
+class TakenFrame {
+ public:
+  TakenFrame(FrameRing& ring, int i) : ring_(ring), i_(i) {}
+  ~TakenFrame() { ring_.release(i_, delivered); }
+  TakenFrame(const TakenFrame&) = delete;
+  TakenFrame& operator=(const TakenFrame&) = delete;
+
+  bool delivered = false;
+
+ private:
+  FrameRing& ring_;
+  int i_;
+};
+
 /// Makes the picture of the frame in ring buffer `i`.
 bool deliver(CameraContext& context, int i, FrameGeometry geometry, uint8_t* out, int format) {
   const std::lock_guard bytes(context.ring->buffer_mutex(i));
@@ -42,12 +57,13 @@ bool query(CameraContext& context, uint8_t* out, const int* size, int* buffer_in
   if (geometry.pixels() * static_cast<int>(geometry.bytes_per_pixel) < 1) return fail(KXCAM_ERROR_FRAME_SIZE);
   if (*size != image_bytes(geometry, format)) return fail(KXCAM_ERROR_ARGUMENT);
 
-  const std::optional<int> i = context.ring->take(geometry, wait_limit(context), context.running);
+  const std::optional<int> i =
+      context.ring->take(geometry, wait_limit(context), {context.geometry, context.running});
   if (!i) return fail(KXCAM_ERROR_NO_FRAME);
-  const bool delivered = deliver(context, *i, geometry, out, format);
-  context.ring->release(*i);
-  if (delivered && buffer_index != nullptr) *buffer_index = *i;
-  return delivered;
+  TakenFrame frame(*context.ring, *i);
+  frame.delivered = deliver(context, *i, geometry, out, format);
+  if (frame.delivered && buffer_index != nullptr) *buffer_index = *i;
+  return frame.delivered;
 }
 
 }  // namespace

@@ -92,9 +92,9 @@ bool set_resolution(int camera, int preset, int* width, int* height, int* bytes)
   const std::optional<FrameGeometry> geometry = plausible_geometry(*open.context, reply);
   if (!geometry) return false;
   open->geometry = *geometry;
+  UpdateImageIdx(*open.context);  // at once: frames of that size may be there before the delay is
   hand_out(*open.context, *geometry, width, height, bytes);
   reapply_delay(*open.context);
-  UpdateImageIdx(*open.context);
   open->parameter.enable_roi = 0;
   open->parameter.resolution_index = static_cast<uint8_t>(preset);
   set_exposure_width(*open.context, 0, 0);

@@ -83,8 +83,8 @@ bool set_ROI(int camera, int x, int y, int w, int h) {
   // The 12-bit bridge answers 1 for a window and sends two bytes all the same.
   const bool twelve_bits = open->model().COLOR_MODE == kMono12;
   open->geometry = FrameGeometry{window->width, window->height, twelve_bits ? 2U : *bytes};
+  UpdateImageIdx(*open.context);  // at once: frames of the window may be there before the delay is
   reapply_delay(*open.context);
-  UpdateImageIdx(*open.context);
   CameraParameter& parameter = open->parameter;
   parameter.roi_offset_x = static_cast<uint16_t>(x);
   parameter.roi_offset_y = static_cast<uint16_t>(y);

@@ -4,6 +4,7 @@
 #include <thread>
 
 #include <gtest/gtest.h>
+#include <sys/prctl.h>
 
 #include "core/timing.h"
 
@@ -20,8 +21,11 @@ class FrameRingTest : public ::testing::Test {
     ring_.mark_ready(i, geometry);
     return i;
   }
-  std::optional<int> take(int64_t limit_ms = 0) { return ring_.take(kFrame, limit_ms, running_); }
+  std::optional<int> take(int64_t limit_ms = 0) {
+    return ring_.take(kFrame, limit_ms, {geometry_, running_});
+  }
 
+  std::atomic<FrameGeometry> geometry_ = kFrame;
   std::atomic<bool> running_ = true;
   FrameRing ring_{32};
 };
@@ -31,7 +35,7 @@ TEST_F(FrameRingTest, HandsFramesOutInOrderAndOnce) {
   for (int i = 0; i < kHostBufferCount; ++i) EXPECT_EQ(take(), i);
   // All are taken and none handed back: the ring must not go round to a frame that is in use.
   EXPECT_EQ(take(), std::nullopt);
-  ring_.release(0);
+  ring_.release(0, true);
   EXPECT_EQ(fill(), 0);
   EXPECT_EQ(take(), 0);
 }
@@ -46,7 +50,7 @@ TEST_F(FrameRingTest, WriterWaitsForABufferUntilOneIsReleasedOrItIsStopped) {
   std::thread consumer([&] {
     const int i = take().value();
     sysdelay(20);
-    ring_.release(i);
+    ring_.release(i, true);
   });
   EXPECT_EQ(ring_.wait_for_free_buffer(running_), 0);
   EXPECT_GE(GetTickCount() - start, 19U);
@@ -65,12 +69,50 @@ TEST_F(FrameRingTest, TakeWaitsAtLeastItsLimitAndEndsWhenStopped) {
   EXPECT_EQ(take(60'000), std::nullopt);
 }
 
+TEST_F(FrameRingTest, WaitsAreMeasuredHoweverLongAPollTakes) {
+  // As on a busy machine: a sleep of a millisecond may take 100.
+  constexpr unsigned long kSlackNs = 100'000'000;
+  ASSERT_EQ(prctl(PR_SET_TIMERSLACK, kSlackNs), 0);
+  const uint64_t start = GetTickCount();
+  EXPECT_EQ(take(100), std::nullopt);
+  ring_.flush();
+  EXPECT_LT(GetTickCount() - start, 1500U);
+  prctl(PR_SET_TIMERSLACK, 0UL);
+}
+
 TEST_F(FrameRingTest, FramesOfAnotherGeometryAreDroppedEvenOfTheSameLength) {
   fill(kTurnedFrame);
   fill(kTurnedFrame);
   fill(kFrame);
   EXPECT_EQ(take(), 2);
   EXPECT_EQ(fill(), 3);
+}
+
+TEST_F(FrameRingTest, AChangeOfGeometryEndsTheWaitAndKeepsTheNewFrames) {
+  std::thread setter([&] {
+    sysdelay(20);
+    geometry_ = kTurnedFrame;
+    fill(kTurnedFrame);
+  });
+  EXPECT_EQ(take(60'000), std::nullopt);
+  setter.join();
+  EXPECT_EQ(take(60'000), std::nullopt) << "asked for in the old geometry, too late";
+  EXPECT_EQ(ring_.take(kTurnedFrame, 0, {geometry_, running_}), 0);
+}
+
+TEST_F(FrameRingTest, CountsEveryFrameOnce) {
+  fill(kTurnedFrame);
+  for (int n = 1; n < kHostBufferCount; ++n) fill();
+  EXPECT_EQ(ring_.waiting(), kHostBufferCount);
+  ring_.release(take().value(), true);
+  ring_.release(take().value(), false);
+  EXPECT_EQ(ring_.waiting(), 2);
+  ring_.drop_ready_frames();
+  EXPECT_EQ(ring_.waiting(), 0);
+  EXPECT_EQ(ring_.counters().old_geometry, 1U);
+  EXPECT_EQ(ring_.counters().delivered, 1U);
+  EXPECT_EQ(ring_.counters().not_delivered, 1U);
+  EXPECT_EQ(ring_.counters().flushed, 2U);
 }
 
 TEST_F(FrameRingTest, FlushDropsAtMostOneRingAndNoFrameThatIsInUse) {

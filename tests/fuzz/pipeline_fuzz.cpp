@@ -1,44 +1,33 @@
 // SPDX-License-Identifier: Apache-2.0
-// Develops a frame at every level that the processor has, and stops at the first difference.
+// Corrects and develops a frame at every level that the processor has, and stops at the first difference.
 #include <algorithm>
 #include <array>
-#include <bit>
 #include <cstdint>
-#include <cstdlib>
 #include <memory>
 #include <vector>
 
 #include "core/model_table.h"
+#include "input.h"
 #include "isp/develop.h"
 #include "isp/raw_corrections.h"
+#include "isp/user_lut.h"
 #include "kxcam/kxcam.h"
+#include "noise.h"
+#include "require.h"
 
 namespace kxcam {
 namespace {
 
-/// Takes values from the front of the input; zeros when it is used up.
-class Input {
- public:
-  Input(const uint8_t* data, size_t size) : data_(data), size_(size) {}
+/// Any double, or one with two decimals.
+double coefficient(Input& input) {
+  return input.byte() % 2 == 0 ? input.real() : (input.word() - 32768) / 100.0;
+}
 
-  uint8_t byte() {
-    if (size_ == 0) return 0;
-    --size_;
-    return *data_++;
-  }
-  int word() { return byte() | byte() << 8; }
-  double real() {
-    uint64_t bits = 0;
-    for (int i = 0; i < 8; ++i) bits = bits << 8 | byte();
-    return std::bit_cast<double>(bits);
-  }
-  /// Any double, or one with two decimals.
-  double coefficient() { return byte() % 2 == 0 ? real() : (word() - 32768) / 100.0; }
-
- private:
-  const uint8_t* data_;
-  size_t size_;
-};
+/// Mostly hundredths around 0, like the entries of a real fixed pattern.
+double deviation(Input& input) {
+  const int choice = input.byte();
+  return choice < 0xF8 ? (choice - 0x7C) / 100.0 : coefficient(input);
+}
 
 struct Frame {
   uint32_t mode;
@@ -46,11 +35,28 @@ struct Frame {
   int width;
   int height;
   size_t shift;  ///< of the picture from its buffer's beginning
+
+  size_t pixels() const { return static_cast<size_t>(width) * static_cast<size_t>(height); }
+  size_t picture_bytes() const {
+    if ((format & KXCAM_FORMAT_GREY) != 0) return pixels();
+    return pixels() * ((format & KXCAM_FORMAT_32BIT) != 0 ? 4 : 3);
+  }
 };
+
+Frame frame_of(Input& input) {
+  Frame frame{};
+  frame.mode = kRGGB + input.byte() % 6;
+  frame.format = (input.byte() % 2 == 0 ? KXCAM_FORMAT_GREY : KXCAM_FORMAT_COLOR) |
+                 (input.word() & (KXCAM_FORMAT_BGR | KXCAM_FORMAT_32BIT));
+  frame.width = 1 + input.byte();
+  frame.height = 1 + input.byte() % 80;
+  frame.shift = input.byte() % 64;
+  return frame;
+}
 
 std::array<double, 9> matrix_of(Input& input) {
   std::array<double, 9> matrix{};
-  std::ranges::generate(matrix, [&] { return input.coefficient(); });
+  std::ranges::generate(matrix, [&] { return coefficient(input); });
   return matrix;
 }
 
@@ -81,18 +87,50 @@ FrameSettings settings_of(Input& input, const Frame& frame) {
       .index_map = IndexMap(frame.width, frame.height, (flags & 1) != 0, (flags & 2) != 0, (flags & 4) != 0)};
 }
 
+std::vector<double> deviations(Input& input, int count) {
+  std::vector<double> table(static_cast<size_t>(count));
+  std::ranges::generate(table, [&] { return deviation(input); });
+  return table;
+}
+
+FlatField field_of(Input& input, const Frame& frame) {
+  FlatField field({frame.width + 3, frame.height + 3});
+  const std::vector<double> even = deviations(input, frame.width);
+  field.set_columns(even, deviations(input, frame.width));
+  field.set_rows(deviations(input, frame.height));
+  return field;
+}
+
+DeadPixelList dead_pixels_of(Input& input) {
+  DeadPixelList list;
+  list.dead_pixel_count = input.byte() % (kMaxDeadPixels + 2);
+  for (size_t i = 0; i < std::min<size_t>(list.dead_pixel_count, kMaxDeadPixels); ++i)
+    list.dead_pixels[i] = {input.byte(), static_cast<uint16_t>(input.byte() % 90)};
+  return list;
+}
+
 RawCorrections corrections_of(Input& input, const Frame& frame) {
   const int flags = input.byte();
   RawCorrections corrections;
   corrections.despeckled = (flags & 1) != 0;
-  if ((flags & 2) == 0) return corrections;
-  FlatField field({frame.width + 3, frame.height + 3});
-  std::vector<double> columns(static_cast<size_t>(frame.width));
-  for (double& entry : columns) entry = input.coefficient();
-  field.set_columns(columns, columns);
-  corrections.flat_field = std::make_shared<const FlatField>(std::move(field));
-  corrections.placement.x0 = input.byte() % 8 - 2;
+  corrections.placement = {.readout = static_cast<Readout>(flags / 16 % 3),
+                           .x0 = input.byte() % 8 - 2,
+                           .y0 = input.byte() % 8 - 2};
+  if ((flags & 2) != 0) corrections.flat_field = std::make_shared<const FlatField>(field_of(input, frame));
+  if ((flags & 4) != 0)
+    corrections.dead_pixels = std::make_shared<const DeadPixelList>(dead_pixels_of(input));
   return corrections;
+}
+
+/// Samples of one byte; those of a 12-bit model go through a table first.
+std::vector<uint8_t> samples_of(Input& input, const Frame& frame) {
+  if (frame.mode != kMono12) return noise(input, frame.pixels());
+  UserLut lut{};
+  const int factor = input.byte();
+  for (size_t i = 0; i < lut.size(); ++i) lut[i] = static_cast<uint8_t>((i * factor) >> 8);
+  std::vector<uint8_t> reduced(frame.pixels());
+  reduce_to_8_bits(noise(input, 2 * frame.pixels()).data(), frame.pixels(), lut, reduced.data());
+  return reduced;
 }
 
 struct Result {
@@ -106,7 +144,7 @@ struct Result {
 Result run(CpuLevel level, const Frame& frame, const FrameSettings& settings,
            const RawCorrections& corrections, std::vector<uint8_t> raw) {
   correct(level, {raw, frame.width, frame.height}, corrections);
-  std::vector<uint8_t> picture(frame.shift + raw.size() * 4, 0xA5);
+  std::vector<uint8_t> picture(frame.shift + frame.picture_bytes(), 0xA5);
   WorkMemory memory;
   const int32_t mean = develop(level, frame.mode, settings, ImageView(raw, frame.width, frame.height),
                                picture.data() + frame.shift, frame.format, memory);
@@ -118,25 +156,15 @@ Result run(CpuLevel level, const Frame& frame, const FrameSettings& settings,
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   using namespace kxcam;
-  Input input(data, size);
-  Frame frame{};
-  frame.mode = kRGGB + input.byte() % 5;
-  frame.format = (input.byte() % 2 == 0 ? KXCAM_FORMAT_GREY : KXCAM_FORMAT_COLOR) |
-                 (input.word() & (KXCAM_FORMAT_BGR | KXCAM_FORMAT_32BIT));
-  frame.width = 1 + input.byte();
-  frame.height = 1 + input.byte() % 80;
-  frame.shift = input.byte() % 64;
+  Input input({data, size});
+  const Frame frame = frame_of(input);
   const FrameSettings settings = settings_of(input, frame);
   const RawCorrections corrections = corrections_of(input, frame);
-  std::vector<uint8_t> raw(static_cast<size_t>(frame.width) * frame.height);
-  uint32_t state = 1;
-  for (uint8_t& sample : raw) {
-    state = state * 1664525 + 1013904223;
-    sample = static_cast<uint8_t>(input.byte() ^ state >> 24);
-  }
+  const std::vector<uint8_t> raw = samples_of(input, frame);
   const Result wanted = run(CpuLevel::kScalar, frame, settings, corrections, raw);
   for (const CpuLevel level : kCpuLevels) {
-    if (is_available(level) && run(level, frame, settings, corrections, raw) != wanted) std::abort();
+    if (!is_available(level)) continue;
+    require(run(level, frame, settings, corrections, raw) == wanted, "every level makes the same picture");
   }
   return 0;
 }

@@ -45,7 +45,7 @@ version=$(dpkg-deb -f "$(package libkxcam1)" Version)
 depends libkxcam1 libc6 'libusb-1\.0-0'
 depends libkxcam-dev "libkxcam1 \(= $version\)" 'libusb-1\.0-0-dev'
 depends kxcam-tools "libkxcam1 \(>= $version\)" libc6 'libpng16-16'
-depends kxcam-sim libc6
+depends kxcam-sim libc6 libusbredirparser1
 
 dpkg-deb -e "$(package libkxcam1)" "$work/control"
 [ "$(cat "$work/control/conffiles")" = /etc/kxusb.conf ]

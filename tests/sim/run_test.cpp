@@ -120,6 +120,36 @@ TEST(Kxsim, WrongOptionsAreNamedAndNothingRuns) {
   EXPECT_EQ(kxsim("run").status, 125);
 }
 
+TEST(Kxsim, ServedCamerasTakeCommands) {
+  const std::string folder = testing::TempDir() + "kxsim-serve";
+  const auto result =
+      shell("mkdir -p " + folder + " && cd " + folder +
+            " && printf 'status\\nunplug 2\\nunplug\\nunplug 3\\nfault bulk 1 melt\\nfault bulk 1 "
+            "stall\\nmend\\nstatus\\nplug 2\\ndance\\nquit\\n' | " +
+            KXSIM + " serve -c 3500 -c 0500,serial=SECOND000002; ls");
+  EXPECT_EQ(result.status, 0);
+  constexpr const char* kOutput =
+      "camera 1: Model 5MP-C KXSIM0000001 at ./camera1.sock\n"
+      "camera 2: Model 5MP-C SECOND000002 at ./camera2.sock\n"
+      "camera 1: no host, 0 requests, 0 frames sent, 0 lost, 0 resets\n"
+      "camera 2: no host, 0 requests, 0 frames sent, 0 lost, 0 resets\n"
+      "ok\n"
+      "error: expected the number of a camera, 1 to 2\n"
+      "error: expected the number of a camera, 1 to 2\n"
+      "error: .*'melt'.*\n"
+      "ok\nok\n"
+      "camera 1: no host, .*\n"
+      "camera 2: unplugged, .*\n"
+      "ok\n"
+      "error: expected plug, .*\n"
+      "ok\n";
+  EXPECT_THAT(result.output, testing::MatchesRegex(kOutput)) << "and no socket is left";
+  EXPECT_EQ(shell(std::string("timeout -s TERM 0.3 ") + KXSIM + " serve -d " + folder +
+                  " </dev/null >&2; ls " + folder)
+                .output,
+            "");
+}
+
 TEST(Kxsim, ModelsAndVersion) {
   const auto table = kxsim("models");
   EXPECT_EQ(table.status, 0);

@@ -122,6 +122,26 @@ TEST(Stream, ACancelledReadKeepsWhatItHas) {
   const auto read = host.read(kRoom, milliseconds(50));
   EXPECT_EQ(read.status, std::nullopt);
   EXPECT_EQ(read.bytes.size(), kWindow - 1024);
+  EXPECT_EQ(host.camera.counters().frames_sent, 1U);
+  EXPECT_EQ(host.camera.counters().frames_unended, 1U);
+  EXPECT_EQ(host.camera.counters().cut_reads, 1U);
+}
+
+TEST(Stream, EveryFrameMadeIsAccountedFor) {
+  Streaming host("0x3500,fps=0");
+  host.read(kRoom);
+  EXPECT_EQ(host.read(0x10000).bytes.size(), 0x10000U);
+  host.camera.bus_reset();
+  host.ask(kStartStream);
+  EXPECT_EQ(host.read(0x10000).bytes.size(), 0x10000U);
+  host.ask(kStopStream);
+  host.ask(kStartStream);
+  EXPECT_EQ(host.read(0x10000).bytes.size(), 0x10000U);
+  const auto counters = host.camera.counters();
+  EXPECT_EQ(counters.frames_made, 4U);
+  EXPECT_EQ(counters.frames_sent, 1U);
+  EXPECT_EQ(counters.frames_withdrawn, 2U) << "one is under way";
+  EXPECT_EQ(counters.frames_stale + counters.cut_reads, 0U);
 }
 
 TEST(Stream, AResetEndsPendingReads) {

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "attached.h"
 
-#include <algorithm>
 #include <array>
 #include <optional>
 #include <string_view>
@@ -10,15 +9,10 @@
 
 #include <kxcam/kxcam.h>
 
+#include "printable.h"
+
 namespace kxcam {
 namespace {
-
-// The camera's memory may hold anything, escape sequences for the terminal among it.
-std::string printable(std::string text) {
-  std::ranges::replace_if(
-      text, [](char c) { return c < ' ' || c > '~'; }, '?');
-  return text;
-}
 
 // One byte more than the library writes, so that the text ends whatever the camera holds.
 template <std::size_t kSize>

@@ -4,7 +4,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
-#include <fstream>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -13,6 +12,8 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include "small_file.h"
+
 namespace kxcam {
 namespace {
 
@@ -20,14 +21,8 @@ namespace fs = std::filesystem;
 
 constexpr std::string_view kCameraVendor = "a7b7";
 
-std::string read_word(const fs::path& file) {
-  std::string word;
-  std::ifstream(file) >> word;
-  return word;
-}
-
 std::optional<int> read_number(const fs::path& file) {
-  const std::string word = read_word(file);
+  const std::string word = read_line(file);
   int number = 0;
   const auto [end, error] = std::from_chars(word.data(), word.data() + word.size(), number);
   if (error != std::errc{} || end != word.data() + word.size()) return std::nullopt;
@@ -46,12 +41,12 @@ bool is_claimed(const fs::path& device) {
 }
 
 std::optional<BusDevice> read_device(const fs::path& device, const fs::path& nodes) {
-  if (read_word(device / "idVendor") != kCameraVendor) return std::nullopt;
+  if (read_line(device / "idVendor") != kCameraVendor) return std::nullopt;
   const auto bus = read_number(device / "busnum");
   const auto address = read_number(device / "devnum");
   if (!bus || !address) return std::nullopt;
   BusDevice found;
-  found.product_id = read_word(device / "idProduct");
+  found.product_id = read_line(device / "idProduct");
   found.node = nodes / fmt::format("{:03}", *bus) / fmt::format("{:03}", *address);
   found.access_error = node_access_error(found.node);
   found.claimed = is_claimed(device);

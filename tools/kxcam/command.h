@@ -25,6 +25,7 @@ void add_stream_command(CLI::App& app, Command& chosen);
 /// With subcommands save, load, store and reset.
 void add_params_command(CLI::App& app, Command& chosen);
 void add_develop_command(CLI::App& app, Command& chosen);
+void add_doctor_command(CLI::App& app, Command& chosen);
 
 /// Options that several commands have.
 void add_camera_option(CLI::App& command, int& index);

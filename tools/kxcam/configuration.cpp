@@ -29,7 +29,12 @@ void require_configuration() {
       "    a7b7 3500 camera\n"
       "    </VPD>\n"
       "with one row for each product id (lsusb -d a7b7: shows yours).\n"
-      "The environment variable KXUSB_CONF names a file in another place.");
+      "The package libkxcam1 brings one with every model, /etc/kxusb.conf; the environment variable\n"
+      "KXUSB_CONF names a file in another place.");
+}
+
+std::string configuration_row_to_add(std::string_view product_id) {
+  return fmt::format("Add the row \"a7b7 {} camera\" between <VPD> and </VPD>.", product_id);
 }
 
 }  // namespace kxcam

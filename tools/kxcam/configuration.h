@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace kxcam {
 
@@ -11,5 +12,8 @@ std::string configuration_file();
 /// Throws Error when the library could not read that file. Asked before the first call into the
 /// library, whose own message for it says nothing of the cure.
 void require_configuration();
+
+/// Advice to list a device of the cameras' vendor with that product id, four hexadecimal digits.
+std::string configuration_row_to_add(std::string_view product_id);
 
 }  // namespace kxcam

@@ -26,10 +26,9 @@ Error no_access_error(const BusDevice& device) {
   }
   return {
       ExitCode::kNoPermission, cause,
-      "Let everyone at the machine use it: put this line into /etc/udev/rules.d/70-kxcam.rules\n"
-      "    SUBSYSTEM==\"usb\", ATTR{idVendor}==\"a7b7\", TAG+=\"uaccess\", GROUP=\"plugdev\", MODE=\"0660\"\n"
-      "then run `udevadm control --reload` as root and plug the camera in again. Without a seat (over\n"
-      "ssh, in a service) the user also has to be in the group plugdev."};
+      "The udev rule 70-kxcam.rules, which comes with the package libkxcam1, lets everyone at the machine\n"
+      "use it; over ssh or in a service the user also has to be in the group plugdev. A camera that was\n"
+      "there before the rule has to be plugged in again. `kxcam doctor` shows which of these is missing."};
 }
 
 std::string usbfs_memory_limit() {
@@ -82,11 +81,12 @@ Error no_camera_error(const std::vector<BusDevice>& bus) {
     return {ExitCode::kNoCamera,
             fmt::format("camera a7b7:{} is attached, but {} does not list it", bus.front().product_id,
                         configuration_file()),
-            fmt::format("Add the row \"a7b7 {} camera\" between <VPD> and </VPD>.", bus.front().product_id)};
+            configuration_row_to_add(bus.front().product_id)};
   }
   return {ExitCode::kNoCamera, "no camera found",
           fmt::format("Check cable and power; `lsusb -d a7b7:` lists the attached cameras. The camera's\n"
-                      "product id has to be in {}, and its device node has to be accessible.",
+                      "product id has to be in {}, and its device node has to be accessible.\n"
+                      "`kxcam doctor` goes through all of it.",
                       configuration_file())};
 }
 
@@ -107,7 +107,7 @@ Error unknown_model_error(const AttachedCamera& camera) {
 
 Error in_use_error(int index) {
   return {ExitCode::kInUse, fmt::format("camera {} is in use by another program", index),
-          "Close that program; `fuser -v /dev/bus/usb/*/*` shows which it is."};
+          "Close that program; `kxcam doctor`, as root if need be, shows which it is."};
 }
 
 Error open_error(int index, int code) {

@@ -7,11 +7,10 @@
 #include <CLI/Formatter.hpp>
 #include <fmt/format.h>
 
-#include <kxcam/kxcam.h>
-
 #include "command.h"
 #include "error.h"
 #include "interrupt.h"
+#include "version.h"
 
 namespace {
 
@@ -34,19 +33,13 @@ constexpr const char* kExamples =
     "  kxcam set gain=32 exposure-ms=5             change some\n"
     "  kxcam params save line3.conf                all settings as a text file\n"
     "  kxcam develop --model 3500 -o a.png a.raw   a picture of a raw frame\n"
+    "  kxcam doctor                                why a camera cannot be used\n"
     "\n"
     "Exit status: 0 success, 1 failure, 2 usage, 3 no such camera, 4 no permission,\n"
     "5 in use, 6 no configuration file, 7 no frame.";
 
-std::string version() {
-  int major = 0;
-  int minor = 0;
-  CameraGetVersion(&major, &minor);
-  return fmt::format("kxcam {} (library {}.{})", KXCAM_VERSION, major, minor);
-}
-
 void build(CLI::App& app, Command& chosen) {
-  app.set_version_flag("--version", version);
+  app.set_version_flag("--version", kxcam::version);
   app.require_subcommand(1);
   add_list_command(app, chosen);
   add_info_command(app, chosen);
@@ -55,6 +48,7 @@ void build(CLI::App& app, Command& chosen) {
   add_control_commands(app, chosen);
   add_params_command(app, chosen);
   add_develop_command(app, chosen);
+  add_doctor_command(app, chosen);
   app.footer(kExamples);  // last, or every subcommand takes it over
 }
 

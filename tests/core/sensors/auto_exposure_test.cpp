@@ -231,5 +231,15 @@ TEST_F(AutoExposureSettings, RangesAndModes) {
   }
 }
 
+TEST_F(AutoExposureSettings, AntiFlickerThatIsOffCountsAsAFailure) {
+  open(0x0500);
+  int mode = 7;
+  EXPECT_EQ(CameraGetAntiFlicker(kCamera, &mode), 1U);
+  EXPECT_EQ(mode, 7);
+  EXPECT_EQ(CameraSetAntiFlicker(kCamera, 2), 0U);
+  EXPECT_EQ(CameraGetAntiFlicker(kCamera, &mode), 0U);
+  EXPECT_EQ(mode, 2);
+}
+
 }  // namespace
 }  // namespace kxcam::test

@@ -174,5 +174,14 @@ TEST_F(ExposureTraffic, TheLongestExposureOverflowsNothing) {
   }
 }
 
+TEST_F(ExposureTraffic, IsReappliedForAGeometryWhateverBecomesOfThat) {
+  open_model(0x3180).parameter.exposure = 5;
+  EXPECT_EQ(CameraSetROI(kCamera, 0, 0, 640, 480), 0U);
+  EXPECT_TRUE(requests().ends_with("w3012=5 w340=254"));
+  open(0x0600);
+  camera().inject({.requests = {{.code = 0xB6}}});
+  EXPECT_EQ(CameraSetResolution(kCamera, 0, nullptr, nullptr), 0U);
+}
+
 }  // namespace
 }  // namespace kxcam::test

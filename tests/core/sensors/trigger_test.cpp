@@ -152,9 +152,9 @@ TEST_F(TriggerTest, AShotDropsTheFramesThatWait) {
     context().ring->mark_ready(i, geometry);
   }
   EXPECT_TRUE(trigger_shot(kCamera));
-  EXPECT_EQ(context().ring->take(geometry, 0, running), std::nullopt);
+  EXPECT_EQ(context().ring->take(geometry, 0, {context().geometry, running}), std::nullopt);
   context().ring->mark_ready(3, geometry);
-  EXPECT_EQ(context().ring->take(geometry, 0, running), 3);
+  EXPECT_EQ(context().ring->take(geometry, 0, {context().geometry, running}), 3);
 }
 
 TEST_F(TriggerTest, PicturesPerTrigger) {

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <utility>
+
+#include <unistd.h>
+
+namespace kxsim {
+
+/// Owns a file descriptor, or none.
+class FileDescriptor {
+ public:
+  FileDescriptor() = default;
+  explicit FileDescriptor(int descriptor) : descriptor_(descriptor) {}
+  FileDescriptor(FileDescriptor&& other) noexcept : descriptor_(std::exchange(other.descriptor_, -1)) {}
+  FileDescriptor& operator=(FileDescriptor&& other) noexcept {
+    std::swap(descriptor_, other.descriptor_);
+    return *this;
+  }
+  ~FileDescriptor() {
+    if (descriptor_ >= 0) close(descriptor_);
+  }
+
+  /// -1 = none.
+  int get() const { return descriptor_; }
+  explicit operator bool() const { return descriptor_ >= 0; }
+
+ private:
+  int descriptor_ = -1;
+};
+
+}  // namespace kxsim

@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "inner_calls.h"
+
+#include <array>
+#include <string>
+#include <vector>
+
+#include "any_value.h"
+#include "core/dead_pixel_store.h"
+#include "core/discovery.h"
+#include "core/firmware.h"
+#include "core/identity.h"
+#include "core/line_timing.h"
+#include "core/properties.h"
+#include "isp/correction_settings.h"
+#include "isp/dead_pixels.h"
+#include "usb/control_channel.h"
+
+namespace kxcam {
+namespace {
+
+void use_dead_pixels(Input& input, int camera) {
+  const auto count = static_cast<uint32_t>(input.byte()) % (kMaxDeadPixels + 2);
+  std::vector<uint32_t> list(2 * kMaxDeadPixels + 1);
+  list[0] = static_cast<uint32_t>(count);
+  for (size_t i = 1; i < list.size(); ++i) list[i] = static_cast<uint32_t>(any_int(input));
+  save_deadpixel(camera, list.data());
+  load_deadpixel(camera, list.data());
+}
+
+void use_fixed_pattern(Input& input, int camera) {
+  const int columns = any_int(input);
+  const int rows = any_int(input);
+  // As much as is taken of any sensor; longer ones are refused.
+  const std::vector<double> table(6000, any_real(input) - 1);
+  set_fpn_data(camera, table.data(), table.data(), table.data(), columns, rows);
+}
+
+void use_serial_number(Input& input, int camera) {
+  std::vector<char> serial(static_cast<size_t>(input.byte()) % 20);
+  const int length = static_cast<int>(serial.size());
+  get_serialnumber(camera, serial.data(), length);
+  writer_serialnumber(camera, serial.data(), length);
+  read_serialnumber(camera, serial.data(), length);
+}
+
+void use_property(Input& input, int camera) {
+  constexpr std::array kKeys = {"image_format", "resolution_index", "enable_roi", "roi_offset_x",
+                                "roi_offset_y", "roi_width",        "roi_height", "none"};
+  const char* key = kKeys[input.byte() % kKeys.size()];
+  int value = 0;
+  set_property(camera, key, any_int(input));
+  get_property(camera, key, &value);
+}
+
+void use_registers(Input& input, int camera) {
+  const auto reg = static_cast<uint32_t>(any_int(input));
+  uint32_t value = 0;
+  sccb_read(camera, 0, reg, &value, 0);
+  sccb_write(camera, 0, reg, value, 0);
+  isp_read(camera, 0, reg, &value, 0);
+  param_write(camera, reg, value);
+}
+
+void find_by_serial_number(Input& input) {
+  const auto bytes = input.take(12);
+  get_camera_idx(std::string(bytes.begin(), bytes.end()).c_str());
+}
+
+void measure_lines(Input& input, int camera) {
+  const int width = any_int(input);
+  const int height = any_int(input);
+  set_exposure_width(camera, width, height);
+  get_extra_exposure_width(camera, width, height);
+}
+
+}  // namespace
+
+void make_inner_call(Input& input, int camera) {
+  switch (input.byte() % 8) {
+    case 0:
+      return use_dead_pixels(input, camera);
+    case 1:
+      return use_fixed_pattern(input, camera);
+    case 2:
+      return use_serial_number(input, camera);
+    case 3:
+      return use_property(input, camera);
+    case 4:
+      return use_registers(input, camera);
+    case 5:
+      return find_by_serial_number(input);
+    case 6:
+      return measure_lines(input, camera);
+    default:
+      erase_firmware(camera);
+  }
+}
+
+}  // namespace kxcam

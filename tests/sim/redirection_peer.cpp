@@ -1,0 +1,130 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "redirection_peer.h"
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <utility>
+
+#include <sys/socket.h>
+
+namespace kxsim {
+
+RedirectionPeer::RedirectionPeer(FileDescriptor socket, bool acknowledges)
+    : socket_(std::move(socket)), parser_(usbredirparser_create()) {
+  set_callbacks();
+  std::array<uint32_t, USB_REDIR_CAPS_SIZE> capabilities{};
+  for (const int capability : {usb_redir_cap_connect_device_version, usb_redir_cap_ep_info_max_packet_size,
+                               usb_redir_cap_64bits_ids, usb_redir_cap_32bits_bulk_length}) {
+    usbredirparser_caps_set_cap(capabilities.data(), capability);
+  }
+  if (acknowledges) usbredirparser_caps_set_cap(capabilities.data(), usb_redir_cap_device_disconnect_ack);
+  usbredirparser_init(parser_.get(), "test", capabilities.data(), capabilities.size(), 0);
+}
+
+void RedirectionPeer::set_callbacks() {
+  auto& on = *parser_;
+  on.priv = this;
+  on.log_func = [](void*, int, const char*) {};
+  on.read_func = [](void* object, uint8_t* data, int count) -> int {
+    const auto got = recv(self(object).socket(), data, static_cast<size_t>(count), MSG_DONTWAIT);
+    if (got < 0) return errno == EAGAIN ? 0 : -1;
+    return got == 0 ? -1 : static_cast<int>(got);
+  };
+  on.write_func = [](void* object, uint8_t* data, int count) -> int {
+    const auto put =
+        send(self(object).socket(), data, static_cast<size_t>(count), MSG_DONTWAIT | MSG_NOSIGNAL);
+    if (put < 0) return errno == EAGAIN ? 0 : -1;
+    return static_cast<int>(put);
+  };
+  on.hello_func = [](void*, usb_redir_hello_header*) {};
+  on.interface_info_func = [](void* object, usb_redir_interface_info_header* info) {
+    self(object).interfaces = *info;
+  };
+  on.ep_info_func = [](void* object, usb_redir_ep_info_header* info) { self(object).endpoints = *info; };
+  on.device_connect_func = [](void* object, usb_redir_device_connect_header* connected) {
+    self(object).device = *connected;
+    ++self(object).connects;
+  };
+  on.device_disconnect_func = [](void* object) {
+    self(object).device.reset();
+    ++self(object).disconnects;
+  };
+  on.configuration_status_func = [](void* object, uint64_t id,
+                                    usb_redir_configuration_status_header* header) {
+    self(object).add_reply(id, header->status, 0, nullptr, 0);
+  };
+  on.alt_setting_status_func = [](void* object, uint64_t id, usb_redir_alt_setting_status_header* header) {
+    self(object).add_reply(id, header->status, 0, nullptr, 0);
+  };
+  on.control_packet_func = [](void* object, uint64_t id, usb_redir_control_packet_header* header,
+                              uint8_t* data, int length) {
+    self(object).add_reply(id, header->status, header->length, data, length);
+  };
+  on.bulk_packet_func = [](void* object, uint64_t id, usb_redir_bulk_packet_header* header, uint8_t* data,
+                           int length) {
+    const size_t told = header->length | static_cast<size_t>(header->length_high) << 16;
+    self(object).add_reply(id, header->status, told, data, length);
+  };
+}
+
+void RedirectionPeer::add_reply(uint64_t id, uint8_t status, size_t length, uint8_t* data, int data_length) {
+  replies_.push_back({id, status, {data, data + data_length}, length});
+  usbredirparser_free_packet_data(parser_.get(), data);
+}
+
+bool RedirectionPeer::serve() {
+  return usbredirparser_do_read(parser_.get()) == 0 && write();
+}
+
+bool RedirectionPeer::write() {
+  return usbredirparser_has_data_to_write(parser_.get()) == 0 || usbredirparser_do_write(parser_.get()) == 0;
+}
+
+uint64_t RedirectionPeer::control(const ControlSetup& setup, std::vector<uint8_t> data) {
+  usb_redir_control_packet_header header{};
+  header.endpoint = setup.device_to_host() ? 0x80 : 0;
+  header.requesttype = setup.request_type;
+  header.request = setup.request;
+  header.value = setup.value;
+  header.index = setup.index;
+  header.length = setup.length;
+  usbredirparser_send_control_packet(parser_.get(), ++last_id_, &header, data.data(),
+                                     static_cast<int>(data.size()));
+  return last_id_;
+}
+
+uint64_t RedirectionPeer::bulk(uint8_t endpoint, uint32_t length) {
+  usb_redir_bulk_packet_header header{};
+  header.endpoint = endpoint;
+  header.length = static_cast<uint16_t>(length);
+  header.length_high = static_cast<uint16_t>(length >> 16);
+  usbredirparser_send_bulk_packet(parser_.get(), ++last_id_, &header, nullptr, 0);
+  return last_id_;
+}
+
+uint64_t RedirectionPeer::set_configuration(uint8_t number) {
+  usb_redir_set_configuration_header header{.configuration = number};
+  usbredirparser_send_set_configuration(parser_.get(), ++last_id_, &header);
+  return last_id_;
+}
+
+uint64_t RedirectionPeer::set_alt_setting(uint8_t interface, uint8_t alt) {
+  usb_redir_set_alt_setting_header header{.interface = interface, .alt = alt};
+  usbredirparser_send_set_alt_setting(parser_.get(), ++last_id_, &header);
+  return last_id_;
+}
+
+void RedirectionPeer::send_raw(const std::vector<uint8_t>& bytes) const {
+  send(socket(), bytes.data(), bytes.size(), MSG_NOSIGNAL);
+}
+
+std::optional<RedirectionPeer::Reply> RedirectionPeer::take_reply(uint64_t id) {
+  const auto found = std::ranges::find(replies_, id, &Reply::id);
+  if (found == replies_.end()) return std::nullopt;
+  auto reply = std::move(*found);
+  replies_.erase(found);
+  return reply;
+}
+
+}  // namespace kxsim

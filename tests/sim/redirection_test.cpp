@@ -1,0 +1,350 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// The device's side of the usbredir protocol against the protocol library's own host side.
+
+#include "usbredir/redirection.h"
+
+#include <filesystem>
+#include <fstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <poll.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+
+#include "device/descriptors.h"
+#include "device/fault_script.h"
+#include "device/vendor_request.h"
+#include "host.h"
+#include "redirection_peer.h"
+#include "usbredir/camera_port.h"
+
+namespace kxsim {
+namespace {
+
+using testing::ElementsAre;
+using testing::ElementsAreArray;
+using testing::IsEmpty;
+using testing::SizeIs;
+
+constexpr ControlSetup kAskFirmware{0xC0, kFirmwareVersion, 0, 0, 10};
+constexpr ControlSetup kStart{0xC0, kStartStream, 0, 0, 10};
+constexpr size_t kFrame = 640 * 480;  // of 0x304B
+
+constexpr ControlSetup descriptor(uint8_t type, uint8_t number = 0) {
+  return {0x80, 6, static_cast<uint16_t>(type << 8 | number), 0, 255};
+}
+
+/// A camera and a host that it is led to, in one thread.
+class RedirectionTest : public testing::Test {
+ protected:
+  void start(const char* description, bool acknowledges = true) {
+    device_.reset();
+    camera_.emplace(parse_camera_options(description));
+    camera_->set_frame_source(fill_with_pattern);
+    camera_->power_up();
+    std::array<int, 2> ends{};
+    ASSERT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, ends.data()), 0);
+    device_.emplace(*camera_, FileDescriptor(ends[0]), true);
+    host_.emplace(FileDescriptor(ends[1]), acknowledges);
+    ASSERT_TRUE(until([&] { return host_->device.has_value(); }));
+  }
+
+  /// Lets both sides work until it holds; false when it does not in good time, or the connection ends.
+  bool until(const std::function<bool()>& holds) {
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!holds()) {
+      if (std::chrono::steady_clock::now() > end) return false;
+      if (!host_->serve()) return false;
+      if (!device_->serve()) {
+        ended_ = true;
+        return false;
+      }
+      std::array<pollfd, 2> wait{{{host_->socket(), POLLIN, 0}, {device_->finished_descriptor(), POLLIN, 0}}};
+      poll(wait.data(), wait.size(), 1);
+    }
+    return true;
+  }
+
+  std::optional<RedirectionPeer::Reply> reply_to(uint64_t id) {
+    std::optional<RedirectionPeer::Reply> reply;
+    until([&] { return (reply = host_->take_reply(id)).has_value(); });
+    return reply;
+  }
+  RedirectionPeer::Reply control(const ControlSetup& setup, std::vector<uint8_t> data = {}) {
+    return reply_to(host_->control(setup, std::move(data))).value();
+  }
+  RedirectionPeer::Reply bulk(uint32_t length) { return reply_to(host_->bulk(0x81, length)).value(); }
+  /// Lets everything that was sent arrive.
+  void settle() { control(kAskFirmware); }
+
+  std::optional<SimulatedCamera> camera_;
+  std::optional<Redirection> device_;
+  std::optional<RedirectionPeer> host_;
+  bool ended_ = false;
+};
+
+TEST_F(RedirectionTest, TheAnnouncementAgreesWithTheDescriptors) {
+  for (const char* description : {"0x3500", "0x0500", "0x392B,generic", "0x3500,speed=high"}) {
+    SCOPED_TRACE(description);
+    start(description);
+    const bool super = camera_->options().speed == UsbSpeed::kSuper;
+    EXPECT_EQ(host_->device->speed, super ? usb_redir_speed_super : usb_redir_speed_high);
+    const auto device = control(descriptor(1));
+    EXPECT_EQ(device.bytes, device_descriptor(camera_->options()));
+    EXPECT_EQ(int{host_->device->vendor_id}, device.bytes[8] | device.bytes[9] << 8);
+    EXPECT_EQ(int{host_->device->product_id}, device.bytes[10] | device.bytes[11] << 8);
+    EXPECT_EQ(int{host_->device->device_version_bcd}, device.bytes[12] | device.bytes[13] << 8);
+    const auto configuration = control(descriptor(2));
+    ASSERT_THAT(configuration.bytes, SizeIs(testing::Ge(25)));
+    EXPECT_LE(configuration.bytes[8] * (super ? 8 : 2), 500) << "milliamperes";
+    EXPECT_EQ(host_->interfaces->interface_class[0], configuration.bytes[14]);
+    const size_t bulk = 16 + (configuration.bytes[20] & 0x0F);
+    EXPECT_EQ(host_->endpoints->type[bulk], usb_redir_type_bulk);
+    EXPECT_EQ(int{host_->endpoints->max_packet_size[bulk]},
+              configuration.bytes[22] | configuration.bytes[23] << 8);
+    EXPECT_EQ(std::ranges::count(host_->endpoints->type, usb_redir_type_invalid), 32 - 3);
+    const auto store = control(descriptor(15));
+    const bool newer_than_2_0 = device.bytes[3] > 2 || device.bytes[2] > 0;
+    EXPECT_EQ(newer_than_2_0, camera_->model().newer_bridge());
+    EXPECT_EQ(store.status, newer_than_2_0 ? usb_redir_success : usb_redir_stall);
+    if (newer_than_2_0) {
+      EXPECT_EQ(store.bytes[2], store.bytes.size());
+    }
+  }
+}
+
+TEST_F(RedirectionTest, ControlRequests) {
+  start("0x304B");
+  const auto answer = control(kAskFirmware);
+  EXPECT_EQ(answer.status, usb_redir_success);
+  EXPECT_EQ(answer.length, 4U);
+  EXPECT_THAT(answer.bytes, ElementsAre(0, 0, 0x83, 0x10));
+  std::vector<uint8_t> page(256);
+  for (size_t i = 0; i < page.size(); ++i) page[i] = pattern(0, i);
+  control({0x40, kFlashPrepare, 1, 6, 0});
+  EXPECT_EQ(control({0x40, kFlashWrite, 0, 0x600, 256}, page).status, usb_redir_success);
+  EXPECT_EQ(control({0xC0, kFlashRead, 0, 0x600, 256}).bytes, page);
+  EXPECT_EQ(control({0xC0, kEepromRead, 0, 0x2000, 10}).status, usb_redir_stall);
+  EXPECT_EQ(reply_to(host_->set_configuration(1))->status, usb_redir_success);
+  EXPECT_EQ(reply_to(host_->set_configuration(2))->status, usb_redir_inval);
+  EXPECT_EQ(reply_to(host_->set_alt_setting(0, 0))->status, usb_redir_success);
+  EXPECT_EQ(reply_to(host_->set_alt_setting(0, 1))->status, usb_redir_inval);
+}
+
+TEST_F(RedirectionTest, FramesComeWholeOrInParts) {
+  start("0x304B,fps=0");
+  control(kStart);
+  const auto whole = bulk(kFrame + 1024);
+  EXPECT_EQ(whole.status, usb_redir_success);
+  EXPECT_EQ(whole.length, kFrame);
+  EXPECT_EQ(whole.bytes, pattern_frame(0, kFrame));
+  auto parts = bulk(200 * 1024).bytes;
+  EXPECT_THAT(parts, SizeIs(200 * 1024));
+  std::ranges::copy(bulk(200 * 1024).bytes, std::back_inserter(parts));
+  EXPECT_EQ(parts, pattern_frame(1, kFrame));
+}
+
+TEST_F(RedirectionTest, MegabytesInOneTransfer) {
+  start("0x3500,fps=0");
+  control(kStart);
+  const auto frame = bulk(8 << 20);
+  EXPECT_EQ(frame.length, size_t{2592 * 1944});
+  EXPECT_EQ(frame.bytes, pattern_frame(0, 2592 * 1944));
+}
+
+TEST_F(RedirectionTest, WhatIsCancelledIsAnsweredAsCancelled) {
+  start("0x304B");
+  camera_->inject(parse_fault_script("request 1 of B3 timeout"));
+  const auto unanswered = host_->control(kAskFirmware);
+  const auto read = host_->bulk(0x81, 4096);
+  settle();
+  EXPECT_FALSE(host_->take_reply(unanswered) || host_->take_reply(read));
+  host_->cancel(read);
+  host_->cancel(unanswered);
+  host_->cancel(12345);
+  EXPECT_EQ(reply_to(unanswered)->status, usb_redir_cancelled);
+  EXPECT_EQ(reply_to(read)->status, usb_redir_cancelled);
+}
+
+TEST_F(RedirectionTest, ErrorsOfTheStream) {
+  start("0x304B,fps=0");
+  control(kStart);
+  camera_->inject(parse_fault_script("bulk 1 overflow; bulk 2 error; bulk 3 stall"));
+  EXPECT_EQ(bulk(4096).status, usb_redir_babble);
+  EXPECT_EQ(bulk(4096).status, usb_redir_ioerror);
+  EXPECT_EQ(bulk(4096).status, usb_redir_stall);
+  EXPECT_EQ(bulk(4096).status, usb_redir_stall) << "until the halt is cleared";
+  EXPECT_EQ(control({0x02, 1, 0, 0x81, 0}).status, usb_redir_success);
+  EXPECT_EQ(bulk(4096).status, usb_redir_success);
+}
+
+TEST_F(RedirectionTest, AResetReachesTheCamera) {
+  start("0x304B,fps=0");
+  control(kStart);
+  ASSERT_TRUE(camera_->streaming());
+  host_->reset();
+  settle();
+  EXPECT_EQ(camera_->counters().resets, 1U);
+  EXPECT_FALSE(camera_->streaming());
+}
+
+TEST_F(RedirectionTest, UnpluggingAndPluggingIn) {
+  for (const bool acknowledges : {true, false}) {
+    start("0x304B", acknowledges);
+    const auto read = host_->bulk(0x81, 4096);
+    settle();
+    camera_->power_down();
+    device_->unplug();
+    EXPECT_FALSE(device_->attached());
+    camera_->power_up();
+    device_->plug();
+    ASSERT_TRUE(until([&] { return host_->connects == 2; }));
+    EXPECT_EQ(host_->disconnects, 1);
+    EXPECT_FALSE(host_->take_reply(read)) << "it has gone with the device";
+    EXPECT_EQ(control(kAskFirmware).status, usb_redir_success);
+  }
+}
+
+TEST_F(RedirectionTest, WhatNobodyMayAskForIsRefused) {
+  start("0x304B");
+  EXPECT_EQ(bulk(100 << 20).status, usb_redir_inval);
+  EXPECT_EQ(reply_to(host_->bulk(0x82, 4096))->status, usb_redir_inval);
+  // Together they may not ask for more either.
+  std::vector<uint64_t> reads;
+  for (int i = 0; i < 9; ++i) reads.push_back(host_->bulk(0x81, 8 << 20));
+  EXPECT_EQ(reply_to(reads.back())->status, usb_redir_inval);
+  EXPECT_FALSE(host_->take_reply(reads[7]));
+  for (const auto id : reads) host_->cancel(id);
+  settle();
+  for (size_t i = 0; i < Redirection::kMostRequests; ++i) host_->bulk(0x81, 512);
+  EXPECT_EQ(reply_to(host_->bulk(0x81, 512))->status, usb_redir_inval);
+  EXPECT_FALSE(ended_);
+}
+
+TEST_F(RedirectionTest, APeerThatBreaksTheProtocolIsLeft) {
+  start("0x304B");
+  host_->number_next(7);
+  host_->bulk(0x81, 4096);
+  host_->number_next(7);
+  host_->bulk(0x81, 4096);
+  EXPECT_FALSE(until([] { return false; }));
+  EXPECT_TRUE(ended_) << "two requests of one number";
+
+  ended_ = false;
+  start("0x304B");
+  host_->send_raw(std::vector<uint8_t>(64, 0xEE));
+  EXPECT_FALSE(until([] { return false; }));
+  EXPECT_TRUE(ended_) << "no packet";
+}
+
+TEST_F(RedirectionTest, APeerThatDoesNotReadIsNotReadFrom) {
+  start("0x392B,fps=0");
+  camera_->set_frame_source([](const FrameRequest&, std::span<uint8_t>) {});
+  control(kStart);
+  // What is not read waits in the buffers of this side.
+  for (int i = 0; i < 5000 && (device_->events() & POLLIN) != 0; ++i) {
+    host_->bulk(0x81, 8 << 20);
+    host_->write();
+    ASSERT_TRUE(device_->serve());
+    std::this_thread::sleep_for(std::chrono::milliseconds(1));
+  }
+  EXPECT_EQ(device_->events(), POLLOUT);
+  EXPECT_TRUE(until([&] { return device_->events() == POLLIN; })) << "reading helps";
+}
+
+/// A port with its socket in a folder of its own, and hosts that connect to it.
+class CameraPortTest : public testing::Test {
+ protected:
+  CameraPortTest() {
+    std::string name = testing::TempDir() + "port-XXXXXX";
+    folder_ = mkdtemp(name.data());
+    path_ = folder_ / "camera.sock";
+    port_.emplace(parse_camera_options("0x304B,fps=0"), path_);
+  }
+  ~CameraPortTest() override {
+    port_.reset();
+    EXPECT_FALSE(std::filesystem::exists(path_));
+    std::filesystem::remove_all(folder_);
+  }
+  CameraPortTest(const CameraPortTest&) = delete;
+  CameraPortTest& operator=(const CameraPortTest&) = delete;
+
+  void connect_host() {
+    FileDescriptor end(socket(AF_UNIX, SOCK_STREAM, 0));
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    path_.string().copy(address.sun_path, sizeof address.sun_path - 1);
+    ASSERT_EQ(connect(end.get(), reinterpret_cast<const sockaddr*>(&address), sizeof address), 0);
+    host_.emplace(std::move(end));
+  }
+
+  bool until(const std::function<bool()>& holds) {
+    for (int i = 0; i < 5000; ++i) {
+      if (holds()) return true;
+      port_->serve();
+      if (host_) host_->serve();
+      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    }
+    return false;
+  }
+
+  std::filesystem::path folder_;
+  std::filesystem::path path_;
+  std::optional<CameraPort> port_;
+  std::optional<RedirectionPeer> host_;
+};
+
+TEST_F(CameraPortTest, OneHostAfterTheOther) {
+  EXPECT_EQ(port_->state(), CameraPort::State::kNoHost);
+  for (int i = 0; i < 2; ++i) {
+    connect_host();
+    ASSERT_TRUE(until([&] { return host_->device.has_value(); }));
+    EXPECT_EQ(port_->state(), CameraPort::State::kAttached);
+    host_->bulk(0x81, 4096);
+    host_->serve();
+    host_.reset();
+    ASSERT_TRUE(until([&] { return port_->state() == CameraPort::State::kNoHost; }));
+    EXPECT_FALSE(port_->camera().powered());
+  }
+}
+
+TEST_F(CameraPortTest, ThePlugIsPulledByHand) {
+  port_->unplug();
+  connect_host();
+  ASSERT_TRUE(until([&] { return host_->interfaces || port_->state() == CameraPort::State::kUnplugged; }));
+  for (int i = 1; i <= 2; ++i) {
+    port_->plug();
+    ASSERT_TRUE(until([&] { return host_->connects == i; }));
+    port_->unplug();
+    ASSERT_TRUE(until([&] { return host_->disconnects == i; }));
+  }
+}
+
+TEST_F(CameraPortTest, ThePlugIsPulledByAFault) {
+  port_->camera().inject(parse_fault_script("unplug after 1 frames back after 10ms"));
+  connect_host();
+  ASSERT_TRUE(until([&] { return host_->device.has_value(); }));
+  host_->control(kStart);
+  host_->bulk(0x81, kFrame + 1024);
+  ASSERT_TRUE(until([&] { return host_->disconnects == 1 && host_->connects == 2; }));
+  const auto id = host_->control(kAskFirmware);
+  EXPECT_TRUE(until([&] { return host_->take_reply(id).has_value(); }));
+}
+
+TEST_F(CameraPortTest, TheSocketIsTakenOverOnlyFromTheDead) {
+  EXPECT_THROW(ListeningSocket second(path_), std::runtime_error);
+  const auto file = folder_ / "file";
+  std::ofstream(file) << "precious";
+  EXPECT_THROW(ListeningSocket second(file), std::runtime_error);
+  EXPECT_THROW(ListeningSocket second(folder_ / std::string(200, 'x')), std::runtime_error);
+
+  const auto abandoned = folder_ / "abandoned";
+  std::filesystem::create_hard_link(path_, abandoned);
+  port_.reset();
+  EXPECT_NO_THROW(ListeningSocket second(abandoned));
+}
+
+}  // namespace
+}  // namespace kxsim

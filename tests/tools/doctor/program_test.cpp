@@ -1,0 +1,100 @@
+// SPDX-License-Identifier: Apache-2.0
+// `kxcam doctor` itself, against simulated cameras.
+#include <filesystem>
+#include <fstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include "saved_picture.h"
+#include "simulated_run.h"
+#include "temporary_folder.h"
+
+namespace {
+
+using nlohmann::json;
+using testing::HasSubstr;
+using testing::Not;
+
+/// "check camera" of everything that is not ok.
+std::vector<std::string> complaints(const Result& result) {
+  std::vector<std::string> list;
+  const json found = json::parse(result.output);
+  for (const auto& check : found.at("checks")) {
+    if (check.at("result") == "ok") continue;
+    EXPECT_NE(check.value("remedy", ""), "");
+    list.push_back(check.at("check").get<std::string>() + " " + check.value("camera", "machine"));
+  }
+  return list;
+}
+
+TEST(Doctor, FindsSimulatedCamerasWell) {
+  const Result result = run({{"3500", "392B,generic=1,speed=high", "0030"}}, {"doctor", "--json"});
+  EXPECT_EQ(result.status, 0) << result.error;
+  EXPECT_THAT(complaints(result), testing::ElementsAre("speed 1-2"));
+  const json found = json::parse(result.output);
+  EXPECT_EQ(found.at("simulated"), true);
+  ASSERT_EQ(found.at("cameras").size(), 3U);
+  EXPECT_EQ(found.at("cameras")[0].at("megabits_per_second"), 5000);
+  EXPECT_EQ(found.at("cameras")[1].at("megabits_per_second"), 480);
+  EXPECT_EQ(found.at("cameras")[1].at("product_id"), "3ff0");
+  EXPECT_EQ(found.at("cameras")[1].at("model_row"), 81) << "asked for its model";
+}
+
+TEST(Doctor, TellsFaultsApart) {
+  const std::vector<std::pair<std::string, std::string>> faults = {
+      {"camera 2 open denied", "permission 1-2"},
+      {"camera 2 claim busy", "use 1-2"},
+      {"camera 2 request all of a9 stall", "model 1-2"},
+  };
+  for (const auto& [fault, complaint] : faults) {
+    const Result result = run({{"3500", "3600,generic=1"}, fault}, {"doctor", "--json"});
+    EXPECT_EQ(result.status, 1) << fault;
+    EXPECT_THAT(complaints(result), testing::ElementsAre(complaint)) << fault;
+    EXPECT_THAT(result.error, HasSubstr("1 problem")) << fault;
+  }
+}
+
+// The library ends its process over some files: the doctor has to say which.
+TEST(Doctor, JudgesConfigurationFilesAsTheLibraryDoes) {
+  const std::string comment = "#" + std::string(118, '-');
+  const TemporaryFolder folder;
+  const std::string file = folder.path() / "kxusb.conf";
+  for (const std::string& text :
+       {std::string("<VPD>\n</VPD>\n"), std::string("VPD\n"), comment + "\n", comment + "x\n",
+        std::string("LogFile=a b\n \t\n"), std::string(" =\n</VPD>\n")}) {
+    std::ofstream(file) << text;
+    const bool ends =
+        run_with_configuration(file, {"list"}).error.find("Error in config file") != std::string::npos;
+    const Result result =
+        run_with_configuration(file, {"doctor", "--json", "--report", "/dev/null", "--serials"});
+    EXPECT_EQ(testing::Value(complaints(result), testing::Contains("configuration machine")), ends) << text;
+  }
+}
+
+TEST(Doctor, ReportHoldsWhatABugNeedsAndNoSerials) {
+  const TemporaryFolder folder;
+  const std::string file = folder.path() / "report.txt";
+  const Cameras camera{{"36C0,serial=SECRET000001,name=Private"}};
+  const Result result = run(camera, {"doctor", "--report", file});
+  EXPECT_EQ(result.status, 0) << result.error;
+  EXPECT_THAT(result.output, HasSubstr("Camera at USB port 1-1 (a7b7:36c0)"));
+  const std::string report = read_file(file);
+  for (const char* part :
+       {"2019.1013", "libusb ", "Linux", "Model 2.3MP-C", "1201", "a7b7 36c0", "usbfs_memory_mb"}) {
+    EXPECT_THAT(report, HasSubstr(part));
+  }
+  EXPECT_THAT(report, Not(HasSubstr("SECRET")));
+  EXPECT_THAT(report, Not(HasSubstr("Private")));
+
+  const Result full = run(camera, {"doctor", "--serials", "--report", "-"});
+  EXPECT_THAT(full.output, HasSubstr("SECRET000001"));
+  EXPECT_THAT(full.output, testing::StartsWith("Report of kxcam doctor"));
+}
+
+TEST(Doctor, SerialsAreForTheReportOnly) {
+  EXPECT_EQ(run({{"3600"}}, {"doctor", "--serials"}).status, 2);
+}
+
+}  // namespace

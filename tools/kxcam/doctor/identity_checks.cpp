@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// Which camera it is, and whether the library may open such a one.
+
+#include <fmt/format.h>
+
+#include "configuration.h"
+#include "core/model_table.h"
+#include "doctor/checks.h"
+
+namespace kxcam::doctor {
+
+int model_row(const CameraFacts& camera) {
+  const bool asked = camera.usb && camera.usb->true_product;
+  return find_model(asked ? *camera.usb->true_product : camera.product_id);
+}
+
+std::string usb_id(const CameraFacts& camera) {
+  return fmt::format("{:04x}:{:04x}", kCameraVendor, camera.product_id);
+}
+
+void check_model(const CameraFacts& camera, Findings& findings) {
+  const std::string check = "model";
+  const bool generic = camera.product_id == kGenericProduct;
+  const bool asked = camera.usb && camera.usb->open == 0;
+  const int row = model_row(camera);
+  if (row != kUnknownModel) {
+    findings.push_back({Severity::kOk, check, camera.port, model_table[static_cast<std::size_t>(row)].MODEL});
+  } else if (generic && !asked) {
+    return;  // why it could not be asked is another check's finding
+  } else if (generic && !camera.usb->true_product) {
+    findings.push_back(
+        {Severity::kProblem, check, camera.port,
+         "the camera does not answer which model it is: the firmware of its bridge does not run",
+         "Take all power from it for ten seconds, then plug it straight into the machine. If that\n"
+         "does not help, its firmware has to be restored by the maker."});
+  } else {
+    findings.push_back({Severity::kProblem, check, camera.port,
+                        "this version of the library does not know the model",
+                        "A newer version may know it."});
+  }
+}
+
+void check_listed(const CameraFacts& camera, const Configuration& configuration, const DeviceList& list,
+                  Findings& findings) {
+  if (configuration.error != 0 || list.bad_line != 0) return;
+  const std::string check = "listed";
+  if (list.contains(kCameraVendor, camera.product_id)) {
+    findings.push_back({Severity::kOk, check, camera.port, "listed in the configuration file"});
+    return;
+  }
+  findings.push_back({Severity::kProblem, check, camera.port,
+                      fmt::format("{} does not list {}, so that the library leaves it alone",
+                                  configuration.path, usb_id(camera)),
+                      configuration_row_to_add(fmt::format("{:04x}", camera.product_id))});
+}
+
+}  // namespace kxcam::doctor

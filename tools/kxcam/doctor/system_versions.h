@@ -1,0 +1,13 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace kxcam::doctor {
+
+/// What runs here, as names and values: tool and library, libusb, kernel, distribution, instruction set.
+std::vector<std::pair<std::string, std::string>> system_versions();
+
+}  // namespace kxcam::doctor
