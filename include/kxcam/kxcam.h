@@ -143,8 +143,8 @@ KXCAM_API uint32_t CameraGetLastError(int* error);
  * stored in, is passed over. Of the stored switches none is: in such a camera all of them are on, mirror
  * and rotation among them. Settings that cannot be loaded do not fail the call. Takes about half a second on
  * the models that are reset at open. Errors: 1; 6 when the index is open already; 5 on an empty bus; 4 when
- * the camera is not there or its model is unknown. A missing configuration file or a device that may not be
- * opened fails without a code. Exclusive. */
+ * the camera leaves meanwhile or its model is unknown. An index beyond the cameras on the bus, a missing
+ * configuration file or a device that may not be opened fails without a code. Exclusive. */
 KXCAM_API uint32_t CameraInit(int camera);
 
 /** @brief Opens a camera for register access only: no frame buffers, no reader thread, no streaming.
@@ -178,9 +178,13 @@ KXCAM_API uint32_t CameraReset(int camera);
 
 /** @brief Brings back an open camera whose cable was pulled or that was reset.
  *
- * The camera is found by its serial number, wherever it is plugged in now. Index, settings and tables stay;
- * the settings are sent to the camera again, and the stream starts without any frame from before. Queries
- * that wait in other threads end with #KXCAM_ERROR_NO_FRAME.
+ * The library itself resets a camera when a read of image data fails; the newer models send no more frames
+ * after that, and queries fail with #KXCAM_ERROR_NO_FRAME until this call.
+ *
+ * The camera is found by its serial number, wherever it is plugged in now; one whose serial number could not
+ * be read when it was opened is not found, and has to be closed and opened anew. Index, settings and tables
+ * stay; the settings are sent to the camera again, and the stream starts without any frame from before.
+ * Queries that wait in other threads end with #KXCAM_ERROR_NO_FRAME.
  *
  * Errors: 1, 3; 4 for a virtual camera and while the camera is not there: the index stays open then, and the
  * call may be repeated. Takes about as long as CameraInit(). Exclusive. */

@@ -19,6 +19,7 @@ bool BulkPipe::cancel(Transfer& transfer) {
   reads_.erase(found);
   if (transfer.transferred > 0) ++counters_.cut_reads;
   transfer.finished(TransferStatus::kCancelled);
+  pump();
   return true;
 }
 
@@ -69,23 +70,28 @@ bool BulkPipe::serve_first() {
     finish_first(TransferStatus::kStalled);
     return true;
   }
-  if (fault) {
-    fail_first(*fault);
-    return true;
-  }
+  if (fault) return fail_first(*fault);
   return frame_ && move_bytes(*transfer);
 }
 
-void BulkPipe::fail_first(BulkFault::Action fault) {
+/// False when the read is left without an answer.
+bool BulkPipe::fail_first(BulkFault::Action fault) {
   switch (fault) {
     case BulkFault::Action::kStall:
       halted_ = true;
-      return finish_first(TransferStatus::kStalled);
+      finish_first(TransferStatus::kStalled);
+      return true;
     case BulkFault::Action::kOverflow:
-      return finish_first(TransferStatus::kOverflow);
+      finish_first(TransferStatus::kOverflow);
+      return true;
     case BulkFault::Action::kError:
-      return finish_first(TransferStatus::kError);
+      finish_first(TransferStatus::kError);
+      return true;
+    case BulkFault::Action::kTimeout:
+    case BulkFault::Action::kUnplug:
+      return false;
   }
+  return false;
 }
 
 size_t BulkPipe::segment_end() const {

@@ -59,7 +59,7 @@ class BulkPipe {
 
   void pump();
   bool serve_first();
-  void fail_first(BulkFault::Action fault);
+  bool fail_first(BulkFault::Action fault);
   bool move_bytes(Transfer& transfer);
   bool end_segment(Transfer& transfer);
   void copy(Transfer& transfer, size_t length);

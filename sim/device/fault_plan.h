@@ -25,6 +25,7 @@ struct RequestFault {
     kShort,    ///< the reply ends after `length` bytes
     kGarbage,  ///< the reply's bytes are replaced by noise
     kReply,    ///< the device lies: `reply` instead of its own
+    kUnplug,   ///< the cable is pulled while the host waits for the answer
   };
   Action action = Action::kStall;
   Ordinals which = {};
@@ -34,7 +35,13 @@ struct RequestFault {
 };
 
 struct BulkFault {
-  enum class Action { kStall, kOverflow, kError };
+  enum class Action {
+    kStall,
+    kOverflow,
+    kError,
+    kTimeout,  ///< nothing arrives until the host gives up; what there was to send waits for the next read
+    kUnplug,   ///< the cable is pulled while the host waits
+  };
   Action action = Action::kStall;
   Ordinals which = {};
 };

@@ -136,9 +136,9 @@ Action read_action(Words& words, const std::array<Named<Action>, N>& actions) {
 void read_request(Words& words, FaultPlan& plan) {
   using Action = RequestFault::Action;
   static constexpr std::array kActions = {
-      Named<Action>{"stall", Action::kStall}, Named<Action>{"timeout", Action::kTimeout},
+      Named<Action>{"stall", Action::kStall},     Named<Action>{"timeout", Action::kTimeout},
       Named<Action>{"garbage", Action::kGarbage}, Named<Action>{"short", Action::kShort},
-      Named<Action>{"reply", Action::kReply}};
+      Named<Action>{"reply", Action::kReply},     Named<Action>{"unplug", Action::kUnplug}};
   RequestFault fault;
   fault.which = read_which(words);
   if (words.accept("of")) fault.code = read_byte(words, "a request code such as 0xB3");
@@ -154,9 +154,10 @@ void read_request(Words& words, FaultPlan& plan) {
 
 void read_bulk(Words& words, FaultPlan& plan) {
   using Action = BulkFault::Action;
-  static constexpr std::array kActions = {Named<Action>{"stall", Action::kStall},
-                                          Named<Action>{"overflow", Action::kOverflow},
-                                          Named<Action>{"error", Action::kError}};
+  static constexpr std::array kActions = {
+      Named<Action>{"stall", Action::kStall}, Named<Action>{"overflow", Action::kOverflow},
+      Named<Action>{"error", Action::kError}, Named<Action>{"timeout", Action::kTimeout},
+      Named<Action>{"unplug", Action::kUnplug}};
   const auto which = read_which(words);
   plan.bulk.push_back({.action = read_action(words, kActions), .which = which});
 }

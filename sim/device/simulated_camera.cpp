@@ -160,8 +160,11 @@ void SimulatedCamera::vendor_request(const ControlSetup& setup, Transfer& transf
 
 void SimulatedCamera::execute(const ControlSetup& setup, Transfer& transfer,
                               const std::optional<RequestFault>& fault) {
-  if (fault && fault->action == RequestFault::Action::kTimeout) {
+  if (fault) ++counters_.faults;
+  if (fault &&
+      (fault->action == RequestFault::Action::kTimeout || fault->action == RequestFault::Action::kUnplug)) {
     unanswered_.push_back(&transfer);
+    if (fault->action == RequestFault::Action::kUnplug) pull(UnplugFault());
     return;
   }
   if (fault && fault->action == RequestFault::Action::kStall)
@@ -289,7 +292,10 @@ bool SimulatedCamera::submit_bulk(Transfer& transfer) {
     pipe_.drop_frame();
     ++stale_frames_;
   }
-  pipe_.read(transfer, faults_.next_bulk());
+  const auto fault = faults_.next_bulk();
+  if (fault) ++counters_.faults;
+  pipe_.read(transfer, fault);
+  if (fault == BulkFault::Action::kUnplug) pull(UnplugFault());
   count_sent_frames();
   if (pipe_.wants_frame()) wake_.notify_all();
   return true;
@@ -491,6 +497,7 @@ bool SimulatedCamera::frame_work(Lock& lock) {
   if (!due || *due > now) return false;
   clock_.take(now);
   const auto fault = faults_.next_frame();
+  if (fault) ++counters_.faults;
   const FrameRequest request{
       .number = frame_number_++, .readout = bridge_.geometry().current(), .shutter = bridge_.shutter()};
   if (fault && fault->action == FrameFault::Action::kMissing) {

@@ -50,6 +50,7 @@ struct CameraCounters {
   uint64_t frames_stale = 0;      ///< made, then replaced by a newer one because the host did not read
   uint64_t frames_dropped = 0;    ///< lost because the host did not read, made or not
   uint64_t resets = 0;            ///< bus resets
+  uint64_t faults = 0;            ///< requests, bulk reads and frames that went wrong by a fault
 };
 
 /// The camera went off the bus or came back by itself.

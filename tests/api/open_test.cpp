@@ -86,6 +86,12 @@ TEST_F(Open, WakesTheOldThreeMegapixelSensorAsItsFirmwareNeeds) {
   EXPECT_TRUE(newer->requests(0xA1).empty());
 }
 
+TEST_F(Open, FailsWithoutACodeBeyondTheCamerasOnTheBus) {
+  plug("3600");
+  EXPECT_EQ(CameraInit(1), 1U);
+  EXPECT_EQ(code(), KXCAM_ERROR_NONE_YET);
+}
+
 TEST_F(Open, GoesOnWithoutAFirmwareVersion) {
   const auto camera = plug("3600");
   camera->inject({.requests = {{.action = kxsim::RequestFault::Action::kStall, .code = 0xB3}}});

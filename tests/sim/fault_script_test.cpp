@@ -27,8 +27,8 @@ TEST(FaultScript, EveryKindOfFault) {
       "request 3 stall; request all of 0xB0 timeout\n"
       "request 2-5 of b3 reply 00 0x01 fF   # lies\n"
       "request 7- short 1\n"
-      "request 1 garbage\n\n"
-      "bulk 1 stall; bulk 2 overflow; bulk all error;\n"
+      "request 1 garbage; request 9 unplug\n\n"
+      "bulk 1 stall; bulk 2 overflow; bulk all error; bulk 4 timeout; bulk 5 unplug\n"
       "frame 1 short 10; frame 2 long 20; frame 3 split 512; frame 4 unended 1; frame 5- missing\r\n"
       "stream ends after 0\n"
       "eeprom dies after 64\n"
@@ -36,7 +36,7 @@ TEST(FaultScript, EveryKindOfFault) {
       "unplug at 2s; unplug after 10 frames back after 500ms; unplug after 4 requests back after 0s on port "
       "7\n"
       "open denied; claim busy");
-  ASSERT_EQ(plan.requests.size(), 5U);
+  ASSERT_EQ(plan.requests.size(), 6U);
   EXPECT_EQ(plan.requests[0].action, RequestFault::Action::kStall);
   EXPECT_TRUE(plan.requests[0].which.contains(3));
   EXPECT_FALSE(plan.requests[0].which.contains(2) || plan.requests[0].which.contains(4));
@@ -48,7 +48,10 @@ TEST(FaultScript, EveryKindOfFault) {
   EXPECT_THAT(plan.requests[2].reply, testing::ElementsAre(0, 1, 0xFF));
   EXPECT_EQ(plan.requests[3].which.first, 7U);
   EXPECT_EQ(plan.requests[3].length, 1U);
-  EXPECT_EQ(plan.bulk.size(), 3U);
+  EXPECT_EQ(plan.requests[5].action, RequestFault::Action::kUnplug);
+  ASSERT_EQ(plan.bulk.size(), 5U);
+  EXPECT_EQ(plan.bulk[3].action, BulkFault::Action::kTimeout);
+  EXPECT_EQ(plan.bulk[4].action, BulkFault::Action::kUnplug);
   ASSERT_EQ(plan.frames.size(), 5U);
   EXPECT_EQ(plan.frames[2].bytes, 512U);
   EXPECT_EQ(plan.frames[4].action, FrameFault::Action::kMissing);

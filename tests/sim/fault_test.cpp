@@ -84,6 +84,28 @@ TEST(Faults, BulkReads) {
   EXPECT_EQ(host.read(kRoom).status, TransferStatus::kCompleted);
 }
 
+TEST(Faults, ABulkReadWithoutAnswerPendsAndLosesNothing) {
+  Faulty host("bulk 2 timeout");
+  EXPECT_EQ(host.read(kRoom).bytes, pattern_frame(0, kFrame));
+  EXPECT_EQ(host.read(kRoom, milliseconds(20)).status, std::nullopt);
+  EXPECT_EQ(host.read(kRoom).bytes, pattern_frame(1, kFrame));
+  EXPECT_EQ(host.camera.counters().faults, 1U);
+}
+
+TEST(Faults, TheCableIsPulledBeforeAnAnswer) {
+  Faulty request("request 2 unplug");
+  EXPECT_TRUE(request.ask(kGetGpio));
+  HostTransfer transfer(1);
+  ASSERT_TRUE(request.camera.submit_control({0xC0, kGetGpio, 0, 0, 1}, transfer));
+  EXPECT_EQ(transfer.wait(), TransferStatus::kDisconnected);
+  EXPECT_FALSE(request.camera.powered());
+
+  Faulty bulk("bulk 2 unplug");
+  EXPECT_EQ(bulk.read(kRoom).status, TransferStatus::kCompleted);
+  EXPECT_EQ(bulk.read(kRoom).status, TransferStatus::kDisconnected);
+  EXPECT_FALSE(bulk.camera.powered());
+}
+
 TEST(Faults, TheStreamEnds) {
   Faulty host("stream ends after 2");
   EXPECT_EQ(host.read(kRoom).bytes.size(), kFrame);

@@ -1,0 +1,287 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "operation.h"
+
+#include <algorithm>
+#include <array>
+
+#include <gtest/gtest.h>
+
+#include "core/frame_ring.h"
+#include "kxcam/kxcam.h"
+
+namespace kxcam::faults {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// More than the ring holds, so that some of them arrive during the operation.
+constexpr int kPictures = 2 * kHostBufferCount;
+constexpr int kMissesAccepted = 2;
+
+void leave_open(FaultyCamera&) {}
+
+void close_first(FaultyCamera&) {
+  CameraFree(kCamera);
+}
+
+bool is_open() {
+  return CameraReset(kCamera) == 0;
+}
+
+// The stream.
+
+void expect_pictures_again(FaultyCamera& camera, Aftermath aftermath) {
+  if (!is_open()) return;
+  const bool streams_after_reset = !camera.device().model().newer_bridge();
+  const bool interrupted =
+      aftermath == Aftermath::kPulled || (aftermath == Aftermath::kReset && !streams_after_reset);
+  if (interrupted) {
+    camera.plug_in_if_pulled();
+    EXPECT_EQ(CameraReconnect(kCamera), 0U) << "code " << last_error;
+  }
+  EXPECT_TRUE(FaultyCamera::delivers_in_the_end()) << "code " << last_error;
+}
+
+void expect_pictures_if_nothing_was_lost(FaultyCamera&, Aftermath aftermath) {
+  if (aftermath == Aftermath::kNone) {
+    EXPECT_TRUE(FaultyCamera::delivers_in_the_end()) << "code " << last_error;
+  }
+}
+
+/// With room for a frame that is lost, and for one that is late.
+bool take_pictures(bool (*take)()) {
+  int taken = 0;
+  for (int misses = 0; taken < kPictures && misses <= kMissesAccepted;) take() ? ++taken : ++misses;
+  return taken == kPictures;
+}
+
+bool open(FaultyCamera&) {
+  return CameraInit(kCamera) == 0;
+}
+
+bool open_and_take_pictures(FaultyCamera& camera) {
+  return open(camera) && take_pictures(FaultyCamera::delivers);
+}
+
+/// The automatic sends requests while pictures are made.
+void switch_automatic_on(FaultyCamera&) {
+  EXPECT_EQ(CameraSetAGC(kCamera, true), 0U);
+  EXPECT_EQ(CameraSetAEC(kCamera, true), 0U);
+}
+
+bool make_pictures(FaultyCamera&) {
+  return take_pictures(FaultyCamera::makes_picture);
+}
+
+// Register access only.
+
+bool open_registers(FaultyCamera&) {
+  return CameraInitIO(kCamera) == 0;
+}
+
+void expect_no_stream(FaultyCamera& camera, Aftermath) {
+  if (!is_open()) return;
+  EXPECT_FALSE(camera.device().streaming() && camera.device().model().newer_bridge());
+}
+
+// Stored settings.
+
+void change_settings(FaultyCamera&) {
+  CameraSetGain(kCamera, 99);
+  CameraSetGamma(kCamera, 0.5);
+  CameraSetWBGain(kCamera, 1.5, 1.0, 2.0);
+  CameraSetBlackLevel(kCamera, 20);
+}
+
+bool save(FaultyCamera&) {
+  return CameraSaveParameter(kCamera, 0) == 0;
+}
+
+const std::vector<uint8_t>& saved_without_a_fault(FaultyCamera& camera) {
+  static const std::vector<uint8_t> saved = [&] {
+    camera.restore();
+    change_settings(camera);
+    EXPECT_TRUE(save(camera));
+    return camera.stored();
+  }();
+  return saved;
+}
+
+/// Every byte is the new one or, unless all was written, the old one.
+void expect_saved(FaultyCamera& camera, Aftermath aftermath) {
+  const std::vector<uint8_t> now = camera.stored();
+  const std::vector<uint8_t>& saved = saved_without_a_fault(camera);
+  const std::vector<uint8_t>& before = camera.factory_settings();
+  for (size_t i = 0; i < now.size(); ++i) {
+    const bool kept = aftermath != Aftermath::kNone && now[i] == before[i];
+    if (now[i] != saved[i] && !kept) ADD_FAILURE() << "byte " << int{now[i]} << " at address " << i;
+  }
+}
+
+/// The older bridges lack the registers of some settings.
+bool load(FaultyCamera& camera) {
+  return CameraLoadParameter(kCamera, 0) == 0 ||
+         (!camera.device().model().newer_bridge() && last_error == KXCAM_ERROR_NOT_SUPPORTED);
+}
+
+template <class T>
+void expect_within(uint32_t (*getter)(int, T*), T least, T greatest, const char* what) {
+  T value{};
+  EXPECT_EQ(getter(kCamera, &value), 0U) << what;
+  EXPECT_GE(value, least) << what;
+  EXPECT_LE(value, greatest) << what;
+}
+
+void expect_settings_in_range(FaultyCamera&, Aftermath) {
+  expect_within(CameraGetGain, 1, 255, "gain");
+  expect_within(CameraGetExposure, 1, 0xFFFFFF, "exposure");
+  expect_within(CameraGetGamma, 0.3, 2.0, "gamma");
+  expect_within(CameraGetContrast, 0.3, 2.0, "contrast");
+  expect_within(CameraGetSaturation, 0.0, 2.0, "saturation");
+  expect_within(CameraGetBlackLevel, 0, 255, "black level");
+  expect_within(CameraGetAETarget, 0, 255, "auto-exposure target");
+  expect_within(CameraGetTimeout, 500, 50000, "time-out");
+  expect_within(CameraGetSnapNum, 1, 65535, "frames per trigger");
+}
+
+// Away and back.
+
+void pull_and_plug(FaultyCamera& camera) {
+  camera.pull_and_plug();
+}
+
+bool reconnect(FaultyCamera&) {
+  return CameraReconnect(kCamera) == 0;
+}
+
+bool reconnect_and_take_pictures(FaultyCamera& camera) {
+  return reconnect(camera) && take_pictures(FaultyCamera::delivers);
+}
+
+/// Once more, and nothing has happened.
+void expect_reconnect_again(FaultyCamera& camera, Aftermath) {
+  camera.plug_in_if_pulled();
+  EXPECT_EQ(CameraReconnect(kCamera), 0U) << "code " << last_error;
+  EXPECT_TRUE(FaultyCamera::delivers_in_the_end()) << "code " << last_error;
+}
+
+// The end.
+
+/// A read of image data is under way then.
+void fall_silent(FaultyCamera& camera) {
+  camera.device().inject({.stream_frames = 0});
+  CameraClearHostBuffer(kCamera);
+}
+
+bool close(FaultyCamera&) {
+  return CameraFree(kCamera) == 0;
+}
+
+bool empty_the_ring_and_close(FaultyCamera& camera) {
+  int taken = 0;
+  while (taken < kHostBufferCount && FaultyCamera::delivers()) ++taken;
+  return close(camera);
+}
+
+void expect_closed(FaultyCamera&, Aftermath) {
+  EXPECT_FALSE(is_open());
+}
+
+}  // namespace
+
+std::span<const Operation> operations() {
+  static const std::array kOperations = {
+      Operation{.name = "open",
+                .targets = {Target::kRequests},
+                .prepare = close_first,
+                .run = open,
+                .failures = {KXCAM_ERROR_NO_DEVICE},
+                .limit = 1s,
+                .silent_limit = 30s,
+                .check = expect_pictures_if_nothing_was_lost},
+      Operation{.name = "open for register access",
+                .targets = {Target::kRequests},
+                .prepare = close_first,
+                .run = open_registers,
+                .failures = {KXCAM_ERROR_NO_DEVICE},
+                .limit = 500ms,
+                .silent_limit = 3s,
+                .check = expect_no_stream},
+      Operation{.name = "open and take pictures",
+                .targets = {Target::kReads},
+                .prepare = close_first,
+                .run = open_and_take_pictures,
+                .failures = {KXCAM_ERROR_NO_DEVICE, KXCAM_ERROR_NO_FRAME},
+                .limit = 3s,
+                .silent_limit = 32s,
+                .check = expect_pictures_again},
+      Operation{.name = "take pictures",
+                .targets = {Target::kRequests, Target::kReads},
+                .prepare = switch_automatic_on,
+                .run = make_pictures,
+                .failures = {KXCAM_ERROR_NO_FRAME},
+                .limit = 2s,
+                .silent_limit = 3s,
+                .check = expect_pictures_again},
+      Operation{.name = "save the settings",
+                .targets = {Target::kRequests, Target::kReads},
+                .prepare = change_settings,
+                .run = save,
+                .failures = {},
+                .limit = 1s,
+                .silent_limit = 20s,
+                .check = expect_saved},
+      Operation{.name = "load the settings",
+                .targets = {Target::kRequests, Target::kReads},
+                .prepare = leave_open,
+                .run = load,
+                .failures = {KXCAM_ERROR_ARGUMENT, KXCAM_ERROR_NOT_SUPPORTED, KXCAM_ERROR_READ_REQUEST,
+                             KXCAM_ERROR_WRITE_REQUEST},
+                .limit = 1s,
+                .silent_limit = 25s,
+                .check = expect_settings_in_range},
+      Operation{.name = "reconnect",
+                .targets = {Target::kRequests},
+                .prepare = pull_and_plug,
+                .run = reconnect,
+                .failures = {KXCAM_ERROR_NO_DEVICE},
+                .limit = 1s,
+                .silent_limit = 4s,
+                .check = expect_reconnect_again},
+      Operation{.name = "reconnect and take pictures",
+                .targets = {Target::kReads},
+                .prepare = pull_and_plug,
+                .run = reconnect_and_take_pictures,
+                .failures = {KXCAM_ERROR_NO_DEVICE, KXCAM_ERROR_NO_FRAME},
+                .limit = 3s,
+                .silent_limit = 4s,
+                .check = expect_pictures_again},
+      Operation{.name = "close",
+                .targets = {Target::kRequests},
+                .prepare = leave_open,
+                .run = close,
+                .failures = {},
+                .limit = 1s,
+                .silent_limit = 1s,
+                .check = expect_closed},
+      Operation{.name = "close while frames arrive",
+                .targets = {Target::kReads},
+                .prepare = leave_open,
+                .run = empty_the_ring_and_close,
+                .failures = {},
+                .limit = 2s,
+                .silent_limit = 2s,
+                .check = expect_closed},
+      Operation{.name = "close a silent camera",
+                .targets = {Target::kRequests},
+                .prepare = fall_silent,
+                .run = close,
+                .failures = {},
+                .limit = 1s,
+                .silent_limit = 1s,
+                .check = expect_closed},
+  };
+  return kOperations;
+}
+
+}  // namespace kxcam::faults

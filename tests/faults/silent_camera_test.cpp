@@ -1,0 +1,85 @@
+// SPDX-License-Identifier: Apache-2.0
+
+// A camera that answers nothing any more, and one that is not there.
+
+#include <atomic>
+#include <cstdio>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "effort.h"
+#include "fault_case.h"
+#include "kxcam/kxcam.h"
+#include "worker_processes.h"
+
+namespace kxcam::faults {
+namespace {
+
+using namespace std::chrono_literals;
+
+kxsim::FaultPlan silence() {
+  return {.requests = {{.action = kxsim::RequestFault::Action::kTimeout}},
+          .bulk = {{.action = kxsim::BulkFault::Action::kTimeout}}};
+}
+
+void answer_nothing(FaultyCamera& camera) {
+  camera.device().inject(silence());
+}
+
+void be_gone(FaultyCamera& camera) {
+  camera.pull();
+}
+
+class SilentCamera : public testing::TestWithParam<const char*> {
+ protected:
+  using Milliseconds = std::chrono::milliseconds;
+  struct Measured {
+    std::atomic<int64_t> ms = -1;
+  };
+
+  /// Every operation in a process of its own, as all of them are one long wait.
+  static void run_all(const std::vector<Operation>& all, void (*disturb)(FaultyCamera&),
+                      Milliseconds (*limit)(const Operation&)) {
+    const SharedArray<Measured> measured(all.size());
+    run_in_processes(static_cast<int>(all.size()), [&](Worker& worker) {
+      const auto number = static_cast<size_t>(worker.number());
+      const Operation& operation = all[number];
+      worker.begins(operation.name);
+      SCOPED_TRACE(operation.name);
+      FaultyCamera camera(GetParam());
+      operation.prepare(camera);
+      disturb(camera);
+      const TimedRun run = run_timed(camera, operation);
+      EXPECT_LE(run.time, limit(operation) + kBusyMachine);
+      measured.items()[number].ms = run.time.count();
+      camera.restore();
+    });
+    for (size_t i = 0; i < all.size(); ++i) {
+      std::printf("  %-27s %5ld ms\n", all[i].name.data(), measured.items()[i].ms.load());
+    }
+  }
+};
+
+TEST_P(SilentCamera, EndsInTime) {
+  std::vector<Operation> chosen;
+  for (const Operation& operation : operations()) {
+    if (effort().long_waits || operation.silent_limit < 5s) chosen.push_back(operation);
+  }
+  run_all(chosen, answer_nothing, [](const Operation& operation) { return operation.silent_limit; });
+}
+
+TEST_P(SilentCamera, EndsAtOnceWhenItIsGone) {
+  std::vector<Operation> all(operations().begin(), operations().end());
+  for (Operation& operation : all) {
+    if (!operation.failures.empty()) operation.failures.push_back(KXCAM_ERROR_EMPTY_BUS);
+  }
+  run_all(all, be_gone, [](const Operation& operation) { return operation.limit; });
+}
+
+INSTANTIATE_TEST_SUITE_P(Cameras, SilentCamera, testing::Values("3600,fps=0,features=5", "0030,fps=0"),
+                         [](const auto& setup) { return std::string(setup.param, 4); });
+
+}  // namespace
+}  // namespace kxcam::faults
