@@ -14,6 +14,7 @@ function(kxcam_test NAME)
   target_link_libraries(${NAME} PRIVATE ${ARG_LIBRARIES} GTest::gmock GTest::gtest_main kxcam_settings)
   if(KXCAM_SANITIZE)
     target_compile_options(${NAME} PRIVATE -O0)  # assertions take long to optimise once they are instrumented
+    target_compile_definitions(${NAME} PRIVATE SANITIZED)
   elseif(NOT CMAKE_BUILD_TYPE STREQUAL Debug)
     target_compile_options(${NAME} PRIVATE -g1)
   endif()
