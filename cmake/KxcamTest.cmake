@@ -6,10 +6,11 @@ if(KXCAM_SANITIZE MATCHES thread)
   set(KXCAM_TEST_ENVIRONMENT "TSAN_OPTIONS=suppressions=${CMAKE_CURRENT_LIST_DIR}/tsan_suppressions.txt")
 endif()
 
-# kxcam_test(NAME SOURCES source... LIBRARIES library...): a GoogleTest program; every case of it is a
-# test of its own, in a process of its own, so that no case sees another's open cameras.
+# kxcam_test(NAME SOURCES source... LIBRARIES library... [ALONE]): a GoogleTest program; every case of it is
+# a test of its own, in a process of its own, so that no case sees another's open cameras. ALONE: beside no
+# other test, as it keeps all processors busy.
 function(kxcam_test NAME)
-  cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(ARG "ALONE" "" "SOURCES;LIBRARIES" ${ARGN})
   add_executable(${NAME} ${ARG_SOURCES})
   target_link_libraries(${NAME} PRIVATE ${ARG_LIBRARIES} GTest::gmock GTest::gtest_main kxcam_settings)
   if(KXCAM_SANITIZE)
@@ -23,5 +24,5 @@ function(kxcam_test NAME)
     target_precompile_headers(${NAME} PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
   endif()
   gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST
-                       PROPERTIES TIMEOUT 120 ENVIRONMENT "${KXCAM_TEST_ENVIRONMENT}")
+                       PROPERTIES TIMEOUT 120 RUN_SERIAL ${ARG_ALONE} ENVIRONMENT "${KXCAM_TEST_ENVIRONMENT}")
 endfunction()

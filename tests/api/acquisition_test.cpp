@@ -80,7 +80,7 @@ TEST_F(Acquisition, AQueryGivesUpAfterItsTimeout) {
   EXPECT_EQ(timeout, 50000);
   CameraSetTimeout(0, 500);
   const auto start = Clock::now();
-  EXPECT_TRUE(query_raw().empty());
+  EXPECT_TRUE(query_raw(1).empty());
   EXPECT_EQ(code(), KXCAM_ERROR_NO_FRAME);
   EXPECT_GE(Clock::now() - start, 500ms);
   EXPECT_LT(Clock::now() - start, 5s);

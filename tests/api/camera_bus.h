@@ -68,12 +68,14 @@ class CameraBus : public ::testing::Test {
     return size;
   }
 
-  /// A raw frame, or nothing.
-  static std::vector<uint8_t> query_raw() {
+  /// A raw frame, or nothing when none comes. A busy machine may need more than one time-out for a frame.
+  static std::vector<uint8_t> query_raw(int tries = 4) {
     int size = buffer_size(KXCAM_FORMAT_RAW);
     std::vector<uint8_t> frame(static_cast<size_t>(size));
-    if (CameraQueryImage(0, frame.data(), &size, KXCAM_FORMAT_RAW) != 0) frame.clear();
-    return frame;
+    for (int n = 0; n < tries; ++n) {
+      if (CameraQueryImage(0, frame.data(), &size, KXCAM_FORMAT_RAW) == 0) return frame;
+    }
+    return {};
   }
 
   /// Bytes that no shift, repetition or mixture of frames imitates.
