@@ -11,7 +11,7 @@ namespace kxcam::faults {
 /// How much of all that can go wrong is tried.
 struct Effort {
   int workers;      ///< processes at once; a thread sanitizer spins when there are many
-  uint64_t step;    ///< every so many-th request or read
+  uint64_t step;    ///< every so many-th request or read; prime to the ten kinds, so that all have their turn
   size_t kinds;     ///< so many kinds of fault for each, others for the next
   int pairs;        ///< cases with two faults, per worker
   bool long_waits;  ///< operations on a camera that never answers, half a minute each
@@ -21,7 +21,7 @@ struct Effort {
 /// time for.
 inline Effort effort() {
 #if defined(KXCAM_THREAD_SANITIZER)
-  Effort effort{.workers = 12, .step = 4, .kinds = 1, .pairs = 2, .long_waits = false};
+  Effort effort{.workers = 12, .step = 7, .kinds = 1, .pairs = 2, .long_waits = false};
 #elif defined(KXCAM_ADDRESS_SANITIZER)
   Effort effort{.workers = 24, .step = 1, .kinds = 1, .pairs = 2, .long_waits = false};
 #else
