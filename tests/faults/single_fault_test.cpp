@@ -117,7 +117,7 @@ void PrintTo(const Setup& setup, std::ostream* out) {
 class SingleFault : public testing::TestWithParam<Setup> {};
 
 TEST_P(SingleFault, EndsAsDocumented) {
-  const std::vector<Series> series = all_series(GetParam().first_turn);
+  const std::vector<Series> series = all_series(GetParam().first_turn + effort().first);
   const SharedArray<Progress> progress(series.size());
   for (size_t i = 0; i < series.size(); ++i) progress.items()[i].next_n = 1 + i % effort().step;
 
