@@ -83,7 +83,10 @@ TEST_P(ExposureLoop, AFlickeringLampLeavesNoBands) {
     if (run.context().flicker_lines * 3 > kLongestLoopExposure) continue;
     expect_settled(run, "flicker");
     const int lines = run.context().parameter.exposure;
-    EXPECT_EQ(lines % run.context().flicker_lines, 0) << lines;
+    // Where the line depends on the exposure, the count of a half-period may have changed by one with it.
+    const int period = run.context().flicker_lines;
+    const int off = std::min(lines % period, period - lines % period);
+    EXPECT_LE(off, lines / period) << lines;
     // The sensors whose line depends on the exposure count half-periods with half their clock.
     const double half_periods = lines * run.context().line_time_ms * mains_hz * 2 / 1000;
     if (std::abs(half_periods - std::round(half_periods)) > 0.1) continue;
