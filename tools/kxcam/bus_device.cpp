@@ -46,6 +46,9 @@ std::optional<BusDevice> read_device(const fs::path& device, const fs::path& nod
   const auto address = read_number(device / "devnum");
   if (!bus || !address) return std::nullopt;
   BusDevice found;
+  found.port = device.filename().string();
+  found.bus = *bus;
+  found.address = *address;
   found.product_id = read_line(device / "idProduct");
   found.node = nodes / fmt::format("{:03}", *bus) / fmt::format("{:03}", *address);
   found.access_error = node_access_error(found.node);

@@ -9,6 +9,9 @@ namespace kxcam {
 
 /// A camera as the kernel shows it, whether or not it may be opened.
 struct BusDevice {
+  std::string port;  ///< bus and ports, "1-3.2": its name in sysfs
+  int bus = 0;
+  int address = 0;
   std::string product_id;      ///< four hexadecimal digits
   std::filesystem::path node;  ///< /dev/bus/usb/BBB/DDD
   int access_error = 0;        ///< errno of an attempt to open the node for reading and writing; 0: allowed
