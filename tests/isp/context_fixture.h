@@ -5,8 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include "calls.h"
 #include "core/contexts.h"
-#include "core/last_error.h"
 #include "core/model_table.h"
 
 namespace kxcam::test {
@@ -30,13 +30,6 @@ class ContextTest : public testing::Test {
 
 inline void set_map(CameraContext& ctx, const IndexMap& map) {
   ctx.index_map.store(std::make_shared<const IndexMap>(map));
-}
-
-/// Code of the failure of `call`; 0 when it succeeds.
-template <class Call>
-int code_of(Call call) {
-  set_last_error(KXCAM_ERROR_NONE_YET);
-  return call() ? 0 : get_last_error();
 }
 
 }  // namespace kxcam::test

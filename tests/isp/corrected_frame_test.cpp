@@ -55,7 +55,7 @@ std::vector<uint8_t> imperfect_frame() {
 
 std::vector<uint8_t> raw_of(std::vector<uint8_t>& frame, int format) {
   std::vector<uint8_t> out(kPixels);
-  EXPECT_TRUE(isp(kCamera, frame.data(), out.data(), kWidth, kHeight, format));
+  EXPECT_TRUE(ok(CameraISP(kCamera, frame.data(), out.data(), kWidth, kHeight, format)));
   return out;
 }
 
@@ -77,8 +77,8 @@ TEST_F(CorrectedFrame, PassesItsStagesInOrderAndByTheirSwitches) {
       {false, false, 40, 40, 200, 92},
   };
   for (const Case& c : kCases) {
-    ASSERT_TRUE(set_denoise(kCamera, c.denoise));
-    ASSERT_TRUE(set_fpn(kCamera, c.fpn));
+    ASSERT_TRUE(ok(CameraSetDenoise(kCamera, c.denoise)));
+    ASSERT_TRUE(ok(CameraSetFPN(kCamera, c.fpn)));
     std::vector<uint8_t> expected(kPixels, static_cast<uint8_t>(c.background));
     expected[10 * kWidth + 12] = static_cast<uint8_t>(c.dead);
     expected[12 * kWidth + 8] = static_cast<uint8_t>(c.speckle);
@@ -115,7 +115,7 @@ TEST_F(CorrectedFrame, KeepsItsShapeWhileThePictureIsTurned) {
   set_map(*ctx, IndexMap(kWidth, kHeight, false, false, true));
   auto frame = imperfect_frame();
   std::vector<uint8_t> out(kPixels);
-  ASSERT_TRUE(isp(kCamera, frame.data(), out.data(), kHeight, kWidth, KXCAM_FORMAT_RAW));
+  ASSERT_TRUE(ok(CameraISP(kCamera, frame.data(), out.data(), kHeight, kWidth, KXCAM_FORMAT_RAW)));
   EXPECT_EQ(out, std::vector<uint8_t>(kPixels, 45));
 }
 
@@ -130,15 +130,15 @@ TEST_F(CorrectedFrame, IsCorrectedWithOneSetOfTables) {
     for (int i = 0; !done; ++i) {
       const auto& columns = i % 2 == 0 ? halved : kept;
       set_fpn_data(kCamera, columns.data(), columns.data(), nullptr, 34, 0);
-      set_wb_gain(kCamera, 1.5, 1.0, 0.5);
-      one_push_wb(kCamera);
+      CameraSetWBGain(kCamera, 1.5, 1.0, 0.5);
+      CameraOnePushWB(kCamera);
       ctx->dead_pixels.store(std::make_shared<const DeadPixelList>());
     }
   });
   for (int i = 0; i < 500; ++i) {
     std::vector<uint8_t> frame(kPixels, 80);
     std::vector<uint8_t> out(3 * kPixels);
-    EXPECT_TRUE(isp(kCamera, frame.data(), out.data(), kWidth, kHeight, KXCAM_FORMAT_COLOR));
+    EXPECT_TRUE(ok(CameraISP(kCamera, frame.data(), out.data(), kWidth, kHeight, KXCAM_FORMAT_COLOR)));
     // The gain is 1 - 0.125 - 0.375 or 1 - 0.125 + 0.125.
     EXPECT_TRUE(frame[0] == 40 || frame[0] == 80) << int{frame[0]};
     EXPECT_EQ(frame, std::vector<uint8_t>(kPixels, frame[0]));
@@ -169,13 +169,13 @@ class MeasuredFrame : public ContextTest {
   /// Develops a frame; the red of its picture, or the level of a grey one.
   static int developed(std::vector<uint8_t> frame, int format) {
     std::vector<uint8_t> out(3 * kPixels);
-    EXPECT_TRUE(isp(kCamera, frame.data(), out.data(), kWidth, kHeight, format));
+    EXPECT_TRUE(ok(CameraISP(kCamera, frame.data(), out.data(), kWidth, kHeight, format)));
     return out[0];
   }
 
   static double red_gain() {
     double gain = 0;
-    EXPECT_TRUE(get_wb_gain(kCamera, &gain, nullptr, nullptr));
+    EXPECT_TRUE(ok(CameraGetWBGain(kCamera, &gain, nullptr, nullptr)));
     return gain;
   }
 };
@@ -186,16 +186,16 @@ TEST_F(MeasuredFrame, GetsTheGainsThatItWasMeasuredFor) {
       SCOPED_TRACE(testing::Message() << "mode " << mode << ", format " << format);
       const ContextRef ctx = open_plain(mode);
       const auto frame = tinted_frame(*ctx);
-      ASSERT_TRUE(one_push_wb(kCamera));
+      ASSERT_TRUE(ok(CameraOnePushWB(kCamera)));
       // Grey is the luma of equal channels: its three products are cut one by one, so it may lose 2.
       EXPECT_NEAR(developed(frame, format), 120, format == KXCAM_FORMAT_GREY ? 2 : 0);
       EXPECT_EQ(red_gain(), 1.2);
       EXPECT_FALSE(ctx->one_push_request);
-      ASSERT_TRUE(set_wb_gain(kCamera, 1, 1, 1));
+      ASSERT_TRUE(ok(CameraSetWBGain(kCamera, 1, 1, 1)));
       developed(frame, format);
       EXPECT_EQ(red_gain(), 1.0) << "one request, one measurement";
       ctx->mean_level = 0;
-      ASSERT_TRUE(set_awb(kCamera, true));
+      ASSERT_TRUE(ok(CameraSetAWB(kCamera, true)));
       EXPECT_NEAR(developed(frame, format), 120, format == KXCAM_FORMAT_GREY ? 2 : 0);
       EXPECT_EQ(red_gain(), 1.2);
       EXPECT_FALSE(ctx->auto_wb_request);
@@ -208,17 +208,17 @@ TEST_F(MeasuredFrame, IsTheCorrectedOne) {
   open_plain(kRGGB);
   auto frame = std::vector<uint8_t>(kPixels, 100);
   frame[8 * kWidth + 12] = 250;  // a red speckle in the middle
-  ASSERT_TRUE(one_push_wb(kCamera));
+  ASSERT_TRUE(ok(CameraOnePushWB(kCamera)));
   developed(frame, KXCAM_FORMAT_COLOR | KXCAM_FORMAT_UNCORRECTED);
   EXPECT_LT(red_gain(), 1.0);
-  ASSERT_TRUE(one_push_wb(kCamera));
+  ASSERT_TRUE(ok(CameraOnePushWB(kCamera)));
   developed(frame, KXCAM_FORMAT_COLOR);
   EXPECT_EQ(red_gain(), 1.0);
 }
 
 TEST_F(MeasuredFrame, IsTheNextPictureOfAColourModel) {
   ContextRef ctx = open_plain(kGBRG);
-  ASSERT_TRUE(one_push_wb(kCamera));
+  ASSERT_TRUE(ok(CameraOnePushWB(kCamera)));
   developed(tinted_frame(*ctx), KXCAM_FORMAT_RAW);
   developed(tinted_frame(*ctx), 0);
   EXPECT_TRUE(ctx->one_push_request) << "raw frames and no picture at all leave a request alone";
@@ -226,8 +226,8 @@ TEST_F(MeasuredFrame, IsTheNextPictureOfAColourModel) {
   vacate_slot(kCamera);
 
   ctx = open_plain(kMono8);
-  ASSERT_TRUE(one_push_wb(kCamera));
-  ASSERT_TRUE(set_awb(kCamera, true));
+  ASSERT_TRUE(ok(CameraOnePushWB(kCamera)));
+  ASSERT_TRUE(ok(CameraSetAWB(kCamera, true)));
   for (int n = 0; n < 40; ++n)
     developed(std::vector<uint8_t>(kPixels, 90), n % 2 == 0 ? KXCAM_FORMAT_COLOR : KXCAM_FORMAT_GREY);
   EXPECT_EQ(red_gain(), 1.0);
@@ -237,7 +237,7 @@ TEST_F(MeasuredFrame, IsTheNextPictureOfAColourModel) {
 // A change of brightness too small for the trigger of every fifth frame, in a steady stream.
 TEST_F(MeasuredFrame, FollowsAModerateChangeWithin32Frames) {
   const ContextRef ctx = open_plain(kBGGR);
-  ASSERT_TRUE(set_awb(kCamera, true));
+  ASSERT_TRUE(ok(CameraSetAWB(kCamera, true)));
   const auto dark = std::vector<uint8_t>(kPixels, 100);
   for (int n = 0; n < 35; ++n) developed(dark, KXCAM_FORMAT_COLOR);
   EXPECT_EQ(ctx->wb_last_avg, 100);

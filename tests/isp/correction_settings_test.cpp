@@ -75,32 +75,32 @@ TEST_F(CorrectionSettings, RefuseMoreEntriesThanTheSensorHas) {
 
 TEST_F(CorrectionSettings, SwitchesKeepApart) {
   const ContextRef ctx = open(kMono8);
-  EXPECT_EQ(get_denoise(kCamera), 1);
-  EXPECT_EQ(get_fpn(kCamera), 1);
-  EXPECT_EQ(get_awb(kCamera), 0);
-  EXPECT_TRUE(set_denoise(kCamera, false));
+  EXPECT_EQ(get(CameraGetDenoise, kCamera), 1);
+  EXPECT_EQ(get(CameraGetFPN, kCamera), 1);
+  EXPECT_EQ(get(CameraGetAWB, kCamera), 0);
+  EXPECT_TRUE(ok(CameraSetDenoise(kCamera, false)));
   EXPECT_EQ(ctx->parameter.isp_flags, 0x0400);
-  EXPECT_EQ(get_denoise(kCamera), 0);
-  EXPECT_TRUE(set_fpn(kCamera, false));
-  EXPECT_TRUE(set_denoise(kCamera, true));
+  EXPECT_EQ(get(CameraGetDenoise, kCamera), 0);
+  EXPECT_TRUE(ok(CameraSetFPN(kCamera, false)));
+  EXPECT_TRUE(ok(CameraSetDenoise(kCamera, true)));
   EXPECT_EQ(ctx->parameter.isp_flags, 0x0800);
-  EXPECT_EQ(get_fpn(kCamera), 0);
-  EXPECT_TRUE(set_fpn(kCamera, true));
+  EXPECT_EQ(get(CameraGetFPN, kCamera), 0);
+  EXPECT_TRUE(ok(CameraSetFPN(kCamera, true)));
   EXPECT_FALSE(ctx->auto_wb_request);
-  EXPECT_TRUE(set_awb(kCamera, true));
+  EXPECT_TRUE(ok(CameraSetAWB(kCamera, true)));
   EXPECT_EQ(ctx->parameter.isp_flags, 0x0040);
-  EXPECT_EQ(get_awb(kCamera), 1);
+  EXPECT_EQ(get(CameraGetAWB, kCamera), 1);
   EXPECT_TRUE(ctx->auto_wb_request);
   EXPECT_FALSE(ctx->one_push_request);
-  EXPECT_TRUE(set_awb(kCamera, false));
+  EXPECT_TRUE(ok(CameraSetAWB(kCamera, false)));
   EXPECT_EQ(ctx->parameter.isp_flags, 0);
-  EXPECT_TRUE(one_push_wb(kCamera));
+  EXPECT_TRUE(ok(CameraOnePushWB(kCamera)));
   EXPECT_TRUE(ctx->one_push_request);
 }
 
 TEST_F(CorrectionSettings, GainsStayWithinTheirRange) {
   const ContextRef ctx = open(kRGGB);
-  ASSERT_TRUE(set_wb_gain(kCamera, 3.0, 2.0, 0.0));
+  ASSERT_TRUE(ok(CameraSetWBGain(kCamera, 3.0, 2.0, 0.0)));
   const auto curves = ctx->curves.load();
   EXPECT_EQ(curves->final_curve_r[84], 252);
   EXPECT_EQ(curves->final_curve_r[85], 255);
@@ -109,22 +109,22 @@ TEST_F(CorrectionSettings, GainsStayWithinTheirRange) {
   EXPECT_THAT(curves->final_curve_b, Each(0));
   EXPECT_EQ(curves->mono_curve[77], 77);
   for (const double gain : {3.01, -0.01, std::nan(""), HUGE_VAL}) {
-    EXPECT_EQ(code_of([&] { return set_wb_gain(kCamera, gain, 1, 1); }), KXCAM_ERROR_ARGUMENT);
-    EXPECT_EQ(code_of([&] { return set_wb_gain(kCamera, 1, gain, 1); }), KXCAM_ERROR_ARGUMENT);
-    EXPECT_EQ(code_of([&] { return set_wb_gain(kCamera, 1, 1, gain); }), KXCAM_ERROR_ARGUMENT);
+    EXPECT_EQ(code_of(CameraSetWBGain, kCamera, gain, 1, 1), KXCAM_ERROR_ARGUMENT);
+    EXPECT_EQ(code_of(CameraSetWBGain, kCamera, 1, gain, 1), KXCAM_ERROR_ARGUMENT);
+    EXPECT_EQ(code_of(CameraSetWBGain, kCamera, 1, 1, gain), KXCAM_ERROR_ARGUMENT);
   }
   double r = -1;
   double b = -1;
-  EXPECT_TRUE(get_wb_gain(kCamera, &r, nullptr, &b));
+  EXPECT_TRUE(ok(CameraGetWBGain(kCamera, &r, nullptr, &b)));
   EXPECT_EQ(r, 3.0);
   EXPECT_EQ(b, 0.0);
   EXPECT_EQ(ctx->curves.load(), curves) << "a refused gain rebuilds nothing";
 }
 
 TEST_F(CorrectionSettings, TestTheIndexThenTheValueThenTheContext) {
-  EXPECT_EQ(code_of([] { return set_wb_gain(256, 9, 9, 9); }), KXCAM_ERROR_INDEX);
-  EXPECT_EQ(code_of([] { return set_wb_gain(kCamera, 9, 9, 9); }), KXCAM_ERROR_ARGUMENT);
-  EXPECT_EQ(code_of([] { return set_wb_gain(kCamera, 1, 1, 1); }), KXCAM_ERROR_NOT_OPEN);
+  EXPECT_EQ(code_of(CameraSetWBGain, 256, 9, 9, 9), KXCAM_ERROR_INDEX);
+  EXPECT_EQ(code_of(CameraSetWBGain, kCamera, 9, 9, 9), KXCAM_ERROR_ARGUMENT);
+  EXPECT_EQ(code_of(CameraSetWBGain, kCamera, 1, 1, 1), KXCAM_ERROR_NOT_OPEN);
 }
 
 }  // namespace

@@ -56,7 +56,7 @@ class FrameAllocations : public ContextTest {
     std::vector<uint8_t> frame = noise(static_cast<size_t>(width) * height * 2, 1);
     std::vector<uint8_t> out(static_cast<size_t>(width) * height * 4);
     const int before = allocations;
-    EXPECT_TRUE(isp(kCamera, frame.data(), out.data(), width, height, format));
+    EXPECT_TRUE(ok(CameraISP(kCamera, frame.data(), out.data(), width, height, format)));
     return allocations - before;
   }
 };
@@ -108,8 +108,8 @@ TEST_F(FrameAllocations, AreDoneWithoutWhenMemoryRunsOut) {
     std::vector<uint8_t> scarce(size_t{3} * kWidth * kHeight);
     std::vector<uint8_t> plenty(scarce.size());
     const auto make = [&](std::vector<uint8_t>& out) {
-      return isp(kCamera, frame.data(), out.data(), kWidth, kHeight,
-                 KXCAM_FORMAT_COLOR | KXCAM_FORMAT_UNCORRECTED);
+      return ok(CameraISP(kCamera, frame.data(), out.data(), kWidth, kHeight,
+                          KXCAM_FORMAT_COLOR | KXCAM_FORMAT_UNCORRECTED));
     };
     exhausted = true;
     const bool made = make(scarce);

@@ -42,15 +42,15 @@ TEST_F(Isp, ConvertsByTheColourModeOfTheModel) {
     SCOPED_TRACE(mode.color_mode);
     const ContextRef ctx = open(mode.color_mode);
     set_map(*ctx, IndexMap(kWidth, kHeight, true, false, false));
-    ASSERT_TRUE(set_gamma(kCamera, 1.6));
-    ASSERT_TRUE(set_saturation(kCamera, 0.4));
+    ASSERT_TRUE(ok(CameraSetGamma(kCamera, 1.6)));
+    ASSERT_TRUE(ok(CameraSetSaturation(kCamera, 0.4)));
     auto frame = noise(kWidth * kHeight, mode.color_mode);
     const ImageView raw(frame, kWidth, kHeight);
 
     std::vector<uint8_t> expected(frame.size() * 3);
     const int32_t mean = mode.to_color(frame_settings(*ctx), raw, expected.data(), KXCAM_FORMAT_COLOR);
     GuardedOutput color(expected.size());
-    ASSERT_TRUE(isp(kCamera, frame.data(), color.data(), kWidth, kHeight, kUncorrectedColor));
+    ASSERT_TRUE(ok(CameraISP(kCamera, frame.data(), color.data(), kWidth, kHeight, kUncorrectedColor)));
     EXPECT_EQ(color.picture(), expected);
     EXPECT_TRUE(color.guards_intact());
     EXPECT_EQ(ctx->mean_level, mean);
@@ -60,7 +60,8 @@ TEST_F(Isp, ConvertsByTheColourModeOfTheModel) {
     mode.to_grey(frame_settings(*ctx), raw, expected.data(), 0);
     GuardedOutput grey(expected.size());
     // Grey comes before colour.
-    ASSERT_TRUE(isp(*ctx, frame.data(), grey.data(), kWidth, kHeight, kUncorrectedGrey | KXCAM_FORMAT_COLOR));
+    ASSERT_TRUE(ok(CameraISP(kCamera, frame.data(), grey.data(), kWidth, kHeight,
+                             kUncorrectedGrey | KXCAM_FORMAT_COLOR)));
     EXPECT_EQ(grey.picture(), expected);
     EXPECT_TRUE(grey.guards_intact());
     EXPECT_EQ(ctx->mean_level, mean);
@@ -75,14 +76,14 @@ TEST_F(Isp, CopiesRawFramesAndWritesNothingWithoutAFormat) {
   auto frame = noise(24, 1);
   const auto original = frame;
   GuardedOutput raw(24);
-  ASSERT_TRUE(
-      isp(kCamera, frame.data(), raw.data(), 4, 6, kUncorrectedRaw | KXCAM_FORMAT_GREY | KXCAM_FORMAT_COLOR));
+  ASSERT_TRUE(ok(CameraISP(kCamera, frame.data(), raw.data(), 4, 6,
+                           kUncorrectedRaw | KXCAM_FORMAT_GREY | KXCAM_FORMAT_COLOR)));
   EXPECT_EQ(raw.picture(), original);
   EXPECT_TRUE(raw.guards_intact());
 
   GuardedOutput nothing(96);
-  ASSERT_TRUE(
-      isp(kCamera, frame.data(), nothing.data(), 4, 6, KXCAM_FORMAT_32BIT | KXCAM_FORMAT_UNCORRECTED));
+  ASSERT_TRUE(ok(
+      CameraISP(kCamera, frame.data(), nothing.data(), 4, 6, KXCAM_FORMAT_32BIT | KXCAM_FORMAT_UNCORRECTED)));
   EXPECT_EQ(nothing.picture(), std::vector<uint8_t>(96, kGuard));
   EXPECT_EQ(frame, original);
   EXPECT_EQ(ctx->frames_delivered, 2U);
@@ -101,12 +102,12 @@ TEST_F(Isp, ReducesTwelveBitSamplesByTheUserTable) {
   const auto original = frame;
   const auto levels = [&](int format) {
     GuardedOutput out(kWidth);
-    EXPECT_TRUE(isp(kCamera, frame.data(), out.data(), kWidth, 1, format));
+    EXPECT_TRUE(ok(CameraISP(kCamera, frame.data(), out.data(), kWidth, 1, format)));
     EXPECT_TRUE(out.guards_intact());
     return out.picture();
   };
   EXPECT_EQ(levels(kUncorrectedGrey), (std::vector<uint8_t>{0xFF, 0x12, 0x01, 0x80, 0x45, 0x0F, 0xC0}));
-  ASSERT_TRUE(set_lut(kCamera, lut.data(), 4096));
+  ASSERT_TRUE(ok(CameraSetLUT(kCamera, lut.data(), 4096)));
   std::vector<uint8_t> expected(kWidth);
   std::ranges::transform(samples, expected.begin(), [](int v) { return static_cast<uint8_t>(v % 251); });
   EXPECT_EQ(levels(kUncorrectedRaw), expected);
@@ -122,7 +123,7 @@ TEST_F(Isp, TakesTheSizeOfTheDeliveredPictureWhileRotated) {
   std::vector<uint8_t> expected(48 * 3);
   BGGRtoRGB888(frame_settings(*ctx), ImageView(frame, 8, 6), expected.data(), KXCAM_FORMAT_COLOR);
   std::vector<uint8_t> out(expected.size());
-  ASSERT_TRUE(isp(kCamera, frame.data(), out.data(), 6, 8, kUncorrectedColor));
+  ASSERT_TRUE(ok(CameraISP(kCamera, frame.data(), out.data(), 6, 8, kUncorrectedColor)));
   EXPECT_EQ(out, expected);
   // One row high, the turn shows in the map's row step alone.
   EXPECT_TRUE(is_rotated(IndexMap(5, 1, true, true, true)));
@@ -134,7 +135,7 @@ TEST_F(Isp, TakesTheSizeOfTheDeliveredPictureWhileRotated) {
 TEST_F(Isp, RefusesWhatIsNotAFrameOfTheCamera) {
   uint8_t byte = 1;
   const auto call = [&](int camera, int width, int height) {
-    return code_of([&] { return isp(camera, &byte, &byte, width, height, kUncorrectedColor); });
+    return code_of(CameraISP, camera, &byte, &byte, width, height, kUncorrectedColor);
   };
   EXPECT_EQ(call(-1, 8, 6), KXCAM_ERROR_INDEX);
   EXPECT_EQ(call(256, 8, 6), KXCAM_ERROR_INDEX);
@@ -159,20 +160,20 @@ TEST_F(Isp, AppliesTheMatrixForEnhancementOrAnySaturationButOne) {
   const auto red_and_blue = [&] {
     std::vector<uint8_t> frame = {10, 100, 100, 200};
     std::vector<uint8_t> out(12);
-    EXPECT_TRUE(isp(kCamera, frame.data(), out.data(), 2, 2, kUncorrectedColor));
+    EXPECT_TRUE(ok(CameraISP(kCamera, frame.data(), out.data(), 2, 2, kUncorrectedColor)));
     return std::pair<int, int>{out[0], out[2]};
   };
   EXPECT_EQ(red_and_blue(), std::pair(10, 200));
-  ASSERT_TRUE(set_enhancement(kCamera, true));
+  ASSERT_TRUE(ok(CameraSetEnhancement(kCamera, true)));
   EXPECT_EQ(red_and_blue(), std::pair(200, 10));
   ASSERT_TRUE(set_ccm(kCamera, kIdentity));
   EXPECT_EQ(red_and_blue(), std::pair(200, 10)) << "a matrix acts from the next rebuild on";
-  ASSERT_TRUE(set_enhancement(kCamera, false));
+  ASSERT_TRUE(ok(CameraSetEnhancement(kCamera, false)));
   EXPECT_EQ(red_and_blue(), std::pair(10, 200));
   // Just off 1.0 the products of the diagonal fall below the whole numbers.
-  ASSERT_TRUE(set_saturation(kCamera, 0.9999999));
+  ASSERT_TRUE(ok(CameraSetSaturation(kCamera, 0.9999999)));
   EXPECT_NE(red_and_blue(), std::pair(10, 200));
-  ASSERT_TRUE(set_saturation(kCamera, 0.0));
+  ASSERT_TRUE(ok(CameraSetSaturation(kCamera, 0.0)));
   EXPECT_EQ(red_and_blue(), std::pair(2 + 71 + 15, 2 + 71 + 15));
 }
 
@@ -182,12 +183,12 @@ TEST_F(Isp, ProcessesAFrameWithOneSetOfCurves) {
   set_map(*ctx, IndexMap(64, 64, false, false, false));
   std::atomic<bool> done = false;
   std::thread setter([&] {
-    for (int i = 0; !done; ++i) set_black_level(kCamera, i % 2 == 0 ? 0 : 90);
+    for (int i = 0; !done; ++i) CameraSetBlackLevel(kCamera, i % 2 == 0 ? 0 : 90);
   });
   std::vector<uint8_t> frame(64 * 64, 100);
   std::vector<uint8_t> out(frame.size());
   for (int i = 0; i < 500; ++i) {
-    ASSERT_TRUE(isp(kCamera, frame.data(), out.data(), 64, 64, kUncorrectedGrey));
+    ASSERT_TRUE(ok(CameraISP(kCamera, frame.data(), out.data(), 64, 64, kUncorrectedGrey)));
     ASSERT_TRUE(std::ranges::all_of(out, [&](uint8_t level) { return level == out[0]; }));
     ASSERT_TRUE(out[0] == 100 || out[0] == 10 * 256 / 166) << int{out[0]};
   }
@@ -196,11 +197,10 @@ TEST_F(Isp, ProcessesAFrameWithOneSetOfCurves) {
 }
 
 TEST_F(Isp, StoresTheInterpolationSetting) {
-  EXPECT_EQ(code_of([] { return set_interpolation(kCamera, 1); }), KXCAM_ERROR_NOT_OPEN);
-  EXPECT_EQ(get_interpolation(256), -1);
+  EXPECT_EQ(code_of(CameraSetInterpolation, kCamera, 1), KXCAM_ERROR_NOT_OPEN);
   open(kBGGR);
-  EXPECT_TRUE(set_interpolation(kCamera, 0x1FE));
-  EXPECT_EQ(get_interpolation(kCamera), 0xFE);
+  EXPECT_TRUE(ok(CameraSetInterpolation(kCamera, 0x1FE)));
+  EXPECT_EQ(get(CameraGetInterpolation, kCamera), 0xFE);
 }
 
 }  // namespace

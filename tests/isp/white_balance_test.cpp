@@ -31,7 +31,7 @@ void PrintTo(const Gains& gains, std::ostream* out) {
 
 Gains gains_now() {
   Gains gains;
-  EXPECT_TRUE(get_wb_gain(kCamera, &gains.r, &gains.g, &gains.b));
+  EXPECT_TRUE(ok(CameraGetWBGain(kCamera, &gains.r, &gains.g, &gains.b)));
   return gains;
 }
 
@@ -45,7 +45,7 @@ class WhiteBalance : public ContextTest {
   template <class Measure>
   Gains measured(Measure measure, const Order& order, const Mosaic& mosaic, int mean_level = 0) {
     const ContextRef ctx = open(order.color_mode);
-    EXPECT_TRUE(set_wb_gain(kCamera, 2.5, 2.5, 2.5));
+    EXPECT_TRUE(ok(CameraSetWBGain(kCamera, 2.5, 2.5, 2.5)));
     ctx->mean_level = mean_level;
     measure(*ctx, ImageView(mosaic.samples, mosaic.width, mosaic.height));
     const Gains gains = gains_now();

@@ -4,6 +4,7 @@
 #include <span>
 #include <vector>
 
+#include "calls.h"
 #include "camera_bus.h"
 
 namespace kxcam {

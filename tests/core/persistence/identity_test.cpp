@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+
 #include "core/identity.h"
 
 #include <cstring>
@@ -13,24 +14,25 @@
 namespace kxcam {
 namespace {
 
+using test::ok;
+
 using Identity = EepromTest;
 
 TEST_F(Identity, TheSerialNumberIsCachedAtOpen) {
   const auto camera = open_registers("3600,serial=ABCDEFGHIJKL");
   std::array<char, 14> text;
   text.fill('x');
-  EXPECT_FALSE(get_serialnumber(0, text.data(), 11));
-  EXPECT_EQ(code(), KXCAM_ERROR_ARGUMENT);
-  EXPECT_TRUE(get_serialnumber(0, text.data(), 12));
+  EXPECT_FALSE(ok(CameraReadSerialNumber(0, text.data(), 11)));
+  EXPECT_TRUE(ok(CameraReadSerialNumber(0, text.data(), 12)));
   EXPECT_EQ(std::memcmp(text.data(), "ABCDEFGHIJKLxx", 14), 0) << "exactly 12 bytes are touched";
-  EXPECT_TRUE(get_serialnumber(0, text.data(), 13));
+  EXPECT_TRUE(ok(CameraReadSerialNumber(0, text.data(), 13)));
   EXPECT_EQ(std::memcmp(text.data(), "ABCDEFGHIJKL\0x", 14), 0);
   EXPECT_TRUE(camera->requests().empty());
 
   EXPECT_FALSE(writer_serialnumber(0, "MNOPQRSTUVWX", 13));
   EXPECT_EQ(code(), KXCAM_ERROR_ARGUMENT);
   EXPECT_TRUE(writer_serialnumber(0, "MNOPQRSTUVWX", 12));
-  EXPECT_TRUE(get_serialnumber(0, text.data(), 13));
+  EXPECT_TRUE(ok(CameraReadSerialNumber(0, text.data(), 13)));
   EXPECT_STREQ(text.data(), "ABCDEFGHIJKL");
   EXPECT_TRUE(read_serialnumber(0, text.data(), 13));
   EXPECT_STREQ(text.data(), "MNOPQRSTUVWX");
@@ -48,9 +50,9 @@ TEST_F(Identity, SerialNumberFailures) {
   EXPECT_EQ(code(), KXCAM_ERROR_ARGUMENT);
   EXPECT_FALSE(read_serialnumber(1, text.data(), 11));
   EXPECT_EQ(code(), KXCAM_ERROR_ARGUMENT) << "before the slot";
-  EXPECT_FALSE(get_serialnumber(1, text.data(), 12));
+  EXPECT_FALSE(ok(CameraReadSerialNumber(1, text.data(), 12)));
   EXPECT_EQ(code(), KXCAM_ERROR_NOT_OPEN);
-  EXPECT_FALSE(get_serialnumber(256, text.data(), 12));
+  EXPECT_FALSE(ok(CameraReadSerialNumber(256, text.data(), 12)));
   EXPECT_EQ(code(), KXCAM_ERROR_INDEX);
 
   fail_request(*camera, kEepromWrite, 3);

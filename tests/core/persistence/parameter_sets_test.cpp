@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/parameter_sets.h"
 
 #include <map>
 #include <string>
@@ -9,6 +8,8 @@
 
 namespace kxcam {
 namespace {
+
+using test::ok;
 
 class ParameterSets : public EepromTest {
  protected:
@@ -189,7 +190,7 @@ TEST_F(ParameterSets, OnlyTwoSlotsCanBeReached) {
   CameraSetGain(0, 42);
   for (const auto& [slot, address] : {std::pair{2, 0x1F00}, {1, 0x1F40}, {-7, 0x1F00}, {3, 0x1F00}}) {
     program(*camera, kSet0, std::vector<uint8_t>(0x100, 0xFF));
-    EXPECT_TRUE(save_parameter(0, slot));
+    EXPECT_TRUE(ok(CameraSaveParameter(0, slot)));
     for (const uint16_t block : {0x1F00, 0x1F40, 0x1F80, 0x1FC0}) {
       EXPECT_EQ(camera->eeprom(block), block == address ? 0 : 0xFF) << slot;
     }

@@ -3,7 +3,6 @@
 
 #include <limits>
 
-#include "core/auto_exposure_settings.h"
 #include "core/isp_flags.h"
 #include "device/vendor_request.h"
 #include "sensor_test.h"
@@ -169,17 +168,17 @@ class AutoExposureSettings : public SensorTest {};
 TEST_F(AutoExposureSettings, SwitchesPostponeTheNextRun) {
   open(0x0030);
   context().frames_delivered = 100;
-  EXPECT_TRUE(set_agc(kCamera, true));
+  EXPECT_TRUE(ok(CameraSetAGC(kCamera, true)));
   EXPECT_EQ(requests(), "wAF=0") << "the sensor's own loop is stopped";
   EXPECT_EQ(context().frames_delivered, 27U);
-  EXPECT_TRUE(set_aec(kCamera, true));
+  EXPECT_TRUE(ok(CameraSetAEC(kCamera, true)));
   EXPECT_EQ(context().frames_delivered, 8U);
   EXPECT_EQ(requests(), "");
-  EXPECT_EQ(get_agc(kCamera) + get_aec(kCamera), 2);
-  EXPECT_TRUE(set_agc(kCamera, false) && set_aec(kCamera, false));
-  EXPECT_EQ(get_agc(kCamera) + get_aec(kCamera), 0);
+  EXPECT_EQ(get(CameraGetAGC, kCamera) + get(CameraGetAEC, kCamera), 2);
+  EXPECT_TRUE(ok(CameraSetAGC(kCamera, false)) && ok(CameraSetAEC(kCamera, false)));
+  EXPECT_EQ(get(CameraGetAGC, kCamera) + get(CameraGetAEC, kCamera), 0);
   context().frames_delivered = static_cast<uint32_t>(-40);
-  EXPECT_TRUE(set_aec(kCamera, true));
+  EXPECT_TRUE(ok(CameraSetAEC(kCamera, true)));
   EXPECT_EQ(context().frames_delivered, static_cast<uint32_t>(-8));
 }
 
@@ -193,41 +192,43 @@ TEST_F(AutoExposureSettings, TheBridgesLoopTakesOver) {
     SCOPED_TRACE(testing::Message() << std::hex << expected.mid << " features " << expected.features);
     const auto flags = [this] { return context().parameter.isp_flags & kSoftwareExposureAllowed; };
     open(expected.mid, expected.features);
-    EXPECT_TRUE(set_aec(kCamera, true));
+    EXPECT_TRUE(ok(CameraSetAEC(kCamera, true)));
     EXPECT_EQ(requests(), expected.has_loop ? "R0" : "");
     context().parameter.isp_flags.set_bits(kSoftwareExposureAllowed, true);
     ASSERT_TRUE(isp_write(context(), 0, 0x103));
-    EXPECT_TRUE(set_aec(kCamera, true));
+    EXPECT_TRUE(ok(CameraSetAEC(kCamera, true)));
     EXPECT_NE(flags(), 0) << "this version of the bridge has no loop";
     ASSERT_TRUE(isp_write(context(), 0, 0x104));
     forget_requests();
-    EXPECT_TRUE(set_aec(kCamera, true));
+    EXPECT_TRUE(ok(CameraSetAEC(kCamera, true)));
     EXPECT_EQ(flags() == 0, expected.has_loop);
-    EXPECT_TRUE(set_anti_flicker(kCamera, 1) && set_aec(kCamera, true));
-    EXPECT_TRUE(set_anti_flicker(kCamera, 2) && set_aec(kCamera, false));
+    EXPECT_TRUE(ok(CameraSetAntiFlicker(kCamera, 1)) && ok(CameraSetAEC(kCamera, true)));
+    EXPECT_TRUE(ok(CameraSetAntiFlicker(kCamera, 2)) && ok(CameraSetAEC(kCamera, false)));
     EXPECT_NE(flags(), 0);
     EXPECT_EQ(requests(), expected.has_loop ? "R0 W19=1 R0 W19=11 R0 W19=20" : "");
-    EXPECT_TRUE(set_ae_target(kCamera, 100));
+    EXPECT_TRUE(ok(CameraSetAETarget(kCamera, 100)));
     EXPECT_EQ(requests(), expected.has_loop ? "W1A=640" : "");
     break_requests(kxsim::kIspWrite);
-    EXPECT_EQ(set_ae_target(kCamera, 101), !expected.has_loop);
-    EXPECT_EQ(get_ae_target(kCamera), 101);
+    EXPECT_EQ(ok(CameraSetAETarget(kCamera, 101)), !expected.has_loop);
+    EXPECT_EQ(get(CameraGetAETarget, kCamera), 101);
   }
 }
 
 TEST_F(AutoExposureSettings, RangesAndModes) {
   open(0x0500);
-  EXPECT_EQ(get_ae_target(kCamera), 70);
+  EXPECT_EQ(get(CameraGetAETarget, kCamera), 70);
   for (const int target : {-1, 256}) {
-    EXPECT_EQ(code_of([&] { return set_ae_target(kCamera, target); }), KXCAM_ERROR_ARGUMENT);
+    EXPECT_EQ(code_of(CameraSetAETarget, kCamera, target), KXCAM_ERROR_ARGUMENT);
   }
-  EXPECT_TRUE(set_ae_target(kCamera, 255));
-  EXPECT_EQ(get_ae_target(kCamera), 255);
+  EXPECT_TRUE(ok(CameraSetAETarget(kCamera, 255)));
+  EXPECT_EQ(get(CameraGetAETarget, kCamera), 255);
   context().mean_level = -3;
-  EXPECT_EQ(get_avg(kCamera), 0);
+  EXPECT_EQ(get(CameraGetAvg, kCamera), 0);
   for (const auto& [mode, reported] : {std::pair(1, 1), {2, 2}, {3, 0}, {1, 1}, {0, 0}, {-1, 0}}) {
-    EXPECT_TRUE(set_anti_flicker(kCamera, mode));
-    EXPECT_EQ(get_anti_flicker(kCamera), reported) << mode;
+    EXPECT_TRUE(ok(CameraSetAntiFlicker(kCamera, mode)));
+    int read = 0;
+    CameraGetAntiFlicker(kCamera, &read);
+    EXPECT_EQ(read, reported) << mode;
   }
 }
 

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/delay.h"
 
 #include <limits>
 
@@ -28,7 +27,7 @@ const TrafficTable kDelays = {
 
 class DelayTraffic : public SensorTest {
  protected:
-  static bool set(int lines) { return set_delay(kCamera, lines); }
+  static bool set(int lines) { return ok(CameraSetDelay(kCamera, lines)); }
 };
 
 TEST_F(DelayTraffic, ReachesEverySensor) {
@@ -60,14 +59,14 @@ TEST_F(DelayTraffic, IsReportedAsSet) {
   open(0x0300);
   EXPECT_TRUE(set(1000));
   EXPECT_EQ(camera().sensor_register(0x06), 745);
-  EXPECT_EQ(get_delay(kCamera), 1000);
+  EXPECT_EQ(get(CameraGetDelay, kCamera), 1000);
   EXPECT_TRUE(set(-5));
-  EXPECT_EQ(get_delay(kCamera), 0);
+  EXPECT_EQ(get(CameraGetDelay, kCamera), 0);
   EXPECT_TRUE(set(std::numeric_limits<int>::max()));
 
   context().usb_handle.store(nullptr);
   EXPECT_EQ(code_of([] { return set(7); }), KXCAM_ERROR_NO_DEVICE);
-  EXPECT_EQ(code_of([] { return get_delay(kCamera) >= 0; }), KXCAM_ERROR_NO_DEVICE);
+  EXPECT_EQ(code_of(CameraGetDelay, kCamera), KXCAM_ERROR_NO_DEVICE);
 }
 
 }  // namespace

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/exposure.h"
 
 #include <limits>
 #include <utility>
@@ -75,10 +74,10 @@ const TrafficTable kFixedRate = {
 
 class ExposureTraffic : public SensorTest {
  protected:
-  static bool set(int lines) { return set_exposure(kCamera, lines); }
+  static bool set(int lines) { return ok(CameraSetExposure(kCamera, lines)); }
   bool set_at_fixed_rate(int lines) {
     context().parameter.isp_flags = 0;
-    return set_exposure(kCamera, lines);
+    return ok(CameraSetExposure(kCamera, lines));
   }
 };
 
@@ -145,7 +144,7 @@ TEST_F(ExposureTraffic, ASensorWithoutAShutterRefuses) {
   preset_sensor(0x1E, 0x0001);
   EXPECT_EQ(code_of([] { return set(100); }), KXCAM_ERROR_NOT_SUPPORTED);
   EXPECT_EQ(requests(), "r1E");
-  EXPECT_EQ(get_exposure(kCamera), 100) << "stored all the same";
+  EXPECT_EQ(get(CameraGetExposure, kCamera), 100) << "stored all the same";
   break_requests(kxsim::kSensorRead);
   EXPECT_EQ(code_of([] { return set(101); }), KXCAM_ERROR_READ_REQUEST);
   EXPECT_EQ(camera().sensor_register(0x09), 101);
@@ -155,16 +154,16 @@ TEST_F(ExposureTraffic, TheRequestedValueIsReportedWhateverTheSensorTakes) {
   open(0x0C30);
   EXPECT_EQ(code_of([] { return set(0); }), KXCAM_ERROR_ARGUMENT);
   EXPECT_EQ(code_of([] { return set(-1); }), KXCAM_ERROR_ARGUMENT);
-  EXPECT_EQ(get_exposure(kCamera), 5);
+  EXPECT_EQ(get(CameraGetExposure, kCamera), 5);
   EXPECT_EQ(requests(), "");
   for (const auto& [lines, units] : {std::pair(2, 20), {3, 20}, {4, 20}, {5, 80}, {7, 80}, {8, 80}}) {
     EXPECT_TRUE(set(lines));
     EXPECT_EQ(camera().isp_register(0x0A), units);
-    EXPECT_EQ(get_exposure(kCamera), lines);
+    EXPECT_EQ(get(CameraGetExposure, kCamera), lines);
   }
   break_requests(kxsim::kIspWrite);
   EXPECT_EQ(code_of([] { return set(9); }), KXCAM_ERROR_WRITE_REQUEST);
-  EXPECT_EQ(get_exposure(kCamera), 9);
+  EXPECT_EQ(get(CameraGetExposure, kCamera), 9);
 }
 
 TEST_F(ExposureTraffic, TheLongestExposureOverflowsNothing) {

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/gain.h"
 
 #include "sensor_test.h"
 
@@ -63,8 +62,8 @@ const TrafficTable kAdvanced = {
 
 class GainTraffic : public SensorTest {
  protected:
-  static bool set(int gain) { return set_gain(kCamera, gain); }
-  static bool set_advanced(int level) { return set_advanced_gain(kCamera, level); }
+  static bool set(int gain) { return ok(CameraSetGain(kCamera, gain)); }
+  static bool set_advanced(int level) { return ok(CameraSetAdvancedGain(kCamera, level)); }
 };
 
 TEST_F(GainTraffic, ReachesEverySensor) {
@@ -105,16 +104,16 @@ TEST_F(GainTraffic, HighConversionLimitsTheAnalogueGain) {
 TEST_F(GainTraffic, Ranges) {
   open(0x0100);
   EXPECT_TRUE(set(77));
-  EXPECT_EQ(get_gain(kCamera), 77) << "stored without a gain register too";
+  EXPECT_EQ(get(CameraGetGain, kCamera), 77) << "stored without a gain register too";
   for (const int gain : {0, -1, 256}) {
     EXPECT_EQ(code_of([&] { return set(gain); }), KXCAM_ERROR_ARGUMENT) << gain;
   }
-  EXPECT_EQ(get_gain(kCamera), 77);
+  EXPECT_EQ(get(CameraGetGain, kCamera), 77);
   EXPECT_TRUE(set_advanced(255));
   for (const int level : {-1, 256}) {
     EXPECT_EQ(code_of([&] { return set_advanced(level); }), KXCAM_ERROR_ARGUMENT) << level;
   }
-  EXPECT_EQ(get_advanced_gain(kCamera), 255);
+  EXPECT_EQ(get(CameraGetAdvancedGain, kCamera), 255);
 }
 
 }  // namespace

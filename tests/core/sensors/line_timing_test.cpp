@@ -4,11 +4,7 @@
 #include <cmath>
 #include <utility>
 
-#include "core/exposure.h"
-#include "core/high_speed.h"
 #include "core/isp_flags.h"
-#include "core/resolution.h"
-#include "core/roi.h"
 #include "device/vendor_request.h"
 #include "sensor_test.h"
 
@@ -98,9 +94,9 @@ TEST_F(LineTimingTest, OfEverySensor) {
     SCOPED_TRACE(testing::Message() << std::hex << timing.pid);
     open_at(timing);
     EXPECT_EQ(set_exposure_width(kCamera, 0, 0), timing.extra_width);
-    EXPECT_DOUBLE_EQ(get_exposure_unit(kCamera), timing.unit);
+    EXPECT_DOUBLE_EQ(get(CameraGetExposureUnit, kCamera), timing.unit);
     EXPECT_EQ(context().flicker_lines, timing.at_50_hz);
-    EXPECT_DOUBLE_EQ(get_exposure_time(kCamera), timing.exposure * timing.unit);
+    EXPECT_DOUBLE_EQ(get(CameraGetExposureTime, kCamera), timing.exposure * timing.unit);
     context().parameter.isp_flags.set_bits(kAntiFlicker60Hz, true);
     EXPECT_EQ(set_exposure_width(kCamera, 1280, 960), timing.extra_width);
     EXPECT_EQ(context().flicker_lines, timing.at_60_hz);
@@ -177,27 +173,28 @@ TEST_F(LineTimingTest, NoAnswerOfAnyCameraMakesAnInfinityOrAHang) {
 
 TEST_F(LineTimingTest, HighSpeedCountsAnewAndIsTheBridgesToRefuse) {
   open(0x0130);
-  EXPECT_TRUE(set_highspeed(kCamera, true));
+  EXPECT_TRUE(ok(CameraSetHighspeed(kCamera, true)));
   EXPECT_EQ(requests(), "B2=1 r5");
-  EXPECT_DOUBLE_EQ(get_exposure_unit(kCamera), (1280 + 225) * 0.001 / 48);
-  EXPECT_EQ(get_highspeed(kCamera), 1);
-  EXPECT_TRUE(set_highspeed(kCamera, false));
-  EXPECT_DOUBLE_EQ(get_exposure_unit(kCamera), (1280 + 225) * 0.001 / 24);
+  EXPECT_DOUBLE_EQ(get(CameraGetExposureUnit, kCamera), (1280 + 225) * 0.001 / 48);
+  EXPECT_EQ(get(CameraGetHighspeed, kCamera), 1);
+  EXPECT_TRUE(ok(CameraSetHighspeed(kCamera, false)));
+  EXPECT_DOUBLE_EQ(get(CameraGetExposureUnit, kCamera), (1280 + 225) * 0.001 / 24);
   break_requests(kxsim::kHighSpeed);
-  EXPECT_EQ(code_of([] { return set_highspeed(kCamera, true); }), KXCAM_ERROR_READ_REQUEST);
-  EXPECT_EQ(get_highspeed(kCamera), 0);
+  EXPECT_EQ(code_of(CameraSetHighspeed, kCamera, true), KXCAM_ERROR_READ_REQUEST);
+  EXPECT_EQ(get(CameraGetHighspeed, kCamera), 0);
   context().usb_handle.store(nullptr);
-  EXPECT_EQ(code_of([] { return set_highspeed(kCamera, true); }), KXCAM_ERROR_NO_DEVICE);
+  EXPECT_EQ(code_of(CameraSetHighspeed, kCamera, true), KXCAM_ERROR_NO_DEVICE);
 }
 
 TEST_F(LineTimingTest, ANewGeometryRenewsDelayAndTiming) {
   open_model(0x3500);
-  EXPECT_TRUE(set_resolution(kCamera, 2, nullptr, nullptr, nullptr));
-  EXPECT_EQ(requests(), "AC=2 w6=39");
-  EXPECT_DOUBLE_EQ(get_exposure_unit(kCamera), (context().geometry.load().frame_width + 894) * 0.001 / 96);
-  EXPECT_TRUE(set_ROI(kCamera, 0, 0, 800, 600));
-  EXPECT_EQ(requests(), "AD=0 AD=0 w6=39");
-  EXPECT_DOUBLE_EQ(get_exposure_unit(kCamera), (800 + 894) * 0.001 / 96);
+  EXPECT_TRUE(ok(CameraSetResolution(kCamera, 2, nullptr, nullptr)));
+  EXPECT_EQ(requests(), "AC=2 w6=39 w9=5");
+  EXPECT_DOUBLE_EQ(get(CameraGetExposureUnit, kCamera),
+                   (context().geometry.load().frame_width + 894) * 0.001 / 96);
+  EXPECT_TRUE(ok(CameraSetROI(kCamera, 0, 0, 800, 600)));
+  EXPECT_EQ(requests(), "AD=0 AD=0 w6=39 w9=5");
+  EXPECT_DOUBLE_EQ(get(CameraGetExposureUnit, kCamera), (800 + 894) * 0.001 / 96);
 }
 
 }  // namespace

@@ -131,7 +131,7 @@ TEST_F(LoopWrites, FollowEveryPictureAndOnlyAGreyOneFailsWithThem) {
     context().parameter.exposure = 283;
     context().frames_delivered = 3;
     context().ae_last_step = 0;
-    return isp(kCamera, frame.data(), picture.data(), 8, 8, format);
+    return ok(CameraISP(kCamera, frame.data(), picture.data(), 8, 8, format));
   };
   for (const uint32_t mid : {0x0500U, 0x050BU}) {
     open(mid).parameter.isp_flags = kAutoExposure | kSoftwareExposureAllowed;

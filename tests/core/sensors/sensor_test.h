@@ -8,8 +8,8 @@
 #include <gtest/gtest.h>
 #include <libusb.h>
 
+#include "calls.h"
 #include "core/contexts.h"
-#include "core/last_error.h"
 #include "device/simulated_camera.h"
 
 namespace kxcam::test {
@@ -117,12 +117,5 @@ class SensorTest : public testing::Test {
 
 /// Every sensor id of the model table stands in the table exactly once.
 void expect_complete(const TrafficTable& table);
-
-/// Code of the failure of `call`; 0 when it succeeds.
-template <class Call>
-int code_of(Call call) {
-  set_last_error(KXCAM_ERROR_NONE_YET);
-  return call() ? 0 : get_last_error();
-}
 
 }  // namespace kxcam::test

@@ -1,5 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/strobe.h"
 
 #include "device/vendor_request.h"
 #include "sensor_test.h"
@@ -27,8 +26,12 @@ const std::vector<StrobeLine> kLines = {
 
 class StrobeTest : public SensorTest {
  protected:
-  static bool off_and_on() { return enable_strobe(kCamera, false) && enable_strobe(kCamera, true); }
-  static bool low_and_high() { return set_strobe_polarity(kCamera, 0) && set_strobe_polarity(kCamera, 1); }
+  static bool off_and_on() {
+    return ok(CameraEnableStrobe(kCamera, false)) && ok(CameraEnableStrobe(kCamera, true));
+  }
+  static bool low_and_high() {
+    return ok(CameraSetStrobePolarity(kCamera, 0)) && ok(CameraSetStrobePolarity(kCamera, 1));
+  }
 };
 
 TEST_F(StrobeTest, OfTheSensor) {
@@ -43,18 +46,18 @@ TEST_F(StrobeTest, OfTheSensor) {
       EXPECT_EQ(requests(), line.low_and_high);
 
       break_requests(kxsim::kSensorWrite);
-      EXPECT_TRUE(enable_strobe(kCamera, false)) << "the write does not matter";
-      EXPECT_EQ(code_of([] { return set_strobe_polarity(kCamera, 0); }), KXCAM_ERROR_WRITE_REQUEST);
-      EXPECT_EQ(get_strobe_polarity(kCamera), 0);
+      EXPECT_TRUE(ok(CameraEnableStrobe(kCamera, false))) << "the write does not matter";
+      EXPECT_EQ(code_of(CameraSetStrobePolarity, kCamera, 0), KXCAM_ERROR_WRITE_REQUEST);
+      EXPECT_EQ(get(CameraGetStrobePolarity, kCamera), 0);
       break_requests(kxsim::kSensorRead);
-      EXPECT_EQ(code_of([] { return enable_strobe(kCamera, true); }), KXCAM_ERROR_NOT_SUPPORTED);
+      EXPECT_EQ(code_of(CameraEnableStrobe, kCamera, true), KXCAM_ERROR_NOT_SUPPORTED);
       bool on = true;
-      EXPECT_TRUE(get_strobe(kCamera, &on));
+      EXPECT_TRUE(ok(CameraGetStrobe(kCamera, &on)));
       EXPECT_FALSE(on) << "the switch stays";
-      EXPECT_EQ(code_of([] { return set_strobe_polarity(kCamera, 1); }), KXCAM_ERROR_NOT_SUPPORTED);
-      EXPECT_EQ(get_strobe_polarity(kCamera), 1);
+      EXPECT_EQ(code_of(CameraSetStrobePolarity, kCamera, 1), KXCAM_ERROR_NOT_SUPPORTED);
+      EXPECT_EQ(get(CameraGetStrobePolarity, kCamera), 1);
       context().usb_handle.store(nullptr);
-      EXPECT_EQ(code_of([] { return enable_strobe(kCamera, true); }), KXCAM_ERROR_NO_DEVICE);
+      EXPECT_EQ(code_of(CameraEnableStrobe, kCamera, true), KXCAM_ERROR_NO_DEVICE);
     }
   }
   for (const auto& [mode, sent] : {std::pair<uint8_t, const char*>(1, "wB=46 wB=46"), {2, "wB=144 wB=144"}}) {
@@ -70,14 +73,14 @@ TEST_F(StrobeTest, OfTheTriggerUnit) {
     open(mid, kTriggerUnit);
     EXPECT_TRUE(off_and_on());
     EXPECT_EQ(requests(), "W4=0 W4=8001") << "polarity 1, the one after open";
-    EXPECT_TRUE(set_strobe_polarity(kCamera, 0));
+    EXPECT_TRUE(ok(CameraSetStrobePolarity(kCamera, 0)));
     EXPECT_TRUE(off_and_on());
-    EXPECT_TRUE(enable_strobe(kCamera, false));
-    EXPECT_TRUE(set_strobe_polarity(kCamera, 1));
+    EXPECT_TRUE(ok(CameraEnableStrobe(kCamera, false)));
+    EXPECT_TRUE(ok(CameraSetStrobePolarity(kCamera, 1)));
     EXPECT_EQ(requests(), "W4=8000 W4=1 W4=8000 W4=1 W4=0");
     break_requests(kxsim::kIspWrite);
-    EXPECT_TRUE(enable_strobe(kCamera, true));
-    EXPECT_EQ(code_of([] { return set_strobe_polarity(kCamera, 0); }), KXCAM_ERROR_WRITE_REQUEST);
+    EXPECT_TRUE(ok(CameraEnableStrobe(kCamera, true)));
+    EXPECT_EQ(code_of(CameraSetStrobePolarity, kCamera, 0), KXCAM_ERROR_WRITE_REQUEST);
 
     open(mid);
     EXPECT_TRUE(off_and_on() && low_and_high());
@@ -97,14 +100,14 @@ TEST_F(StrobeTest, TheSwitchIsKeptWithoutALineToo) {
     SCOPED_TRACE(testing::Message() << std::hex << expected.mid);
     open(expected.mid, expected.features);
     bool on = false;
-    EXPECT_EQ(get_strobe(kCamera, &on), expected.line);
+    EXPECT_EQ(ok(CameraGetStrobe(kCamera, &on)), expected.line);
     EXPECT_TRUE(on);
-    EXPECT_TRUE(enable_strobe(kCamera, false));
-    get_strobe(kCamera, &on);
+    EXPECT_TRUE(ok(CameraEnableStrobe(kCamera, false)));
+    CameraGetStrobe(kCamera, &on);
     EXPECT_FALSE(on);
   }
   for (const int polarity : {-1, 2}) {
-    EXPECT_EQ(code_of([&] { return set_strobe_polarity(kCamera, polarity); }), KXCAM_ERROR_ARGUMENT);
+    EXPECT_EQ(code_of(CameraSetStrobePolarity, kCamera, polarity), KXCAM_ERROR_ARGUMENT);
   }
 }
 
