@@ -61,6 +61,37 @@ TEST(Stream, GoesOnWithACameraThatComesBackOnAnotherPort) {
   EXPECT_THAT(without.error, HasSubstr("does not answer any more"));
 }
 
+// After a failed transfer the library resets the camera, which answers from then on and sends nothing.
+TEST(Stream, ReconnectsACameraThatAnswersAndSendsNothing) {
+  for (const char* model : {"3600,fps=40", "303B,fps=40"}) {
+    const Cameras reset{{model}, "bulk 20 error"};
+    const Result result = run(reset, {"stream", "--reconnect", "-n", "60", "--timeout", "500", "--json"});
+    ASSERT_EQ(result.status, 0) << result.error;
+    EXPECT_EQ(json::parse(result.output).at("frames"), 60);
+    EXPECT_EQ(json::parse(result.output).at("reconnects"), 1);
+    EXPECT_THAT(result.error, HasSubstr("camera 0 sends no frames; reconnecting\ncamera 0 is back after"));
+  }
+}
+
+TEST(Stream, EndsWithSevenWhenTheCameraFallsSilentForGood) {
+  const Cameras silent{{"3600,fps=40"}, "stream ends after 5"};
+  for (const std::vector<std::string>& options : {std::vector<std::string>{"-n", "50"},
+                                                  {"--reconnect"},
+                                                  {"--seconds", "2"},
+                                                  {"--reconnect", "--seconds", "3"}}) {
+    std::vector<std::string> arguments = {"stream", "--timeout", "500"};
+    arguments.insert(arguments.end(), options.begin(), options.end());
+    const Result result = run(silent, arguments);
+    EXPECT_EQ(result.status, 7) << testing::PrintToString(options) << result.error;
+    EXPECT_THAT(result.output, HasSubstr("frames     5 ("));
+  }
+  EXPECT_EQ(run({{"3600"}}, {"stream", "-n", "1", "--seconds", "3", "--timeout", "500", "--set", "trigger=on",
+                             "--reconnect"})
+                .error.find("reconnecting"),
+            std::string::npos)
+      << "a camera that waits for a trigger is as it should be";
+}
+
 TEST(Stream, WaitsForALostCameraNoLongerThanAskedFor) {
   const Cameras lost{{"3600,fps=40"}, "unplug after 5 frames"};
   const Result result = run(lost, {"stream", "--reconnect", "--seconds", "2"});

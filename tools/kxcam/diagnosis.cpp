@@ -131,6 +131,8 @@ Error no_frame_error(int index, int milliseconds) {
   return {ExitCode::kNoFrame, fmt::format("camera {} delivered no frame within {} ms", index, milliseconds),
           fmt::format("The camera answers, but its pictures do not arrive. Likely causes:\n"
                       "  - it waits for a trigger (raise --timeout, or trigger it)\n"
+                      "  - the computer is busy and the frames came too late (raise --timeout)\n"
+                      "  - a transfer failed and the camera was reset (`kxcam stream --reconnect` goes on)\n"
                       "  - the exposure is longer than the time-out (raise --timeout)\n"
                       "  - another program uses the camera\n"
                       "  - a bad cable, or too many devices on one bus (try another port)\n"

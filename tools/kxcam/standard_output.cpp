@@ -3,23 +3,30 @@
 
 #include <cerrno>
 #include <cstdio>
-#include <system_error>
 
 #include <fcntl.h>
-#include <fmt/format.h>
 #include <stdio_ext.h>
 #include <unistd.h>
 
-#include "error.h"
 #include "output_file.h"
 
 namespace kxcam {
 
-StandardOutput::StandardOutput() : file_(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, 3)) {
-  if (file_ < 0) {
-    throw Error(ExitCode::kFailure,
-                fmt::format("no standard output: {}", std::generic_category().message(errno)));
+void open_standard_files() {
+  for (const int file : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(file, F_GETFD) < 0 && errno == EBADF)
+      open("/dev/null", file == STDERR_FILENO ? O_WRONLY : O_RDONLY);
   }
+}
+
+void print_message(std::string_view text) {
+  std::fwrite(text.data(), 1, text.size(), stderr);
+}
+
+StandardOutput::StandardOutput() : file_(fcntl(STDOUT_FILENO, F_DUPFD_CLOEXEC, STDERR_FILENO + 1)) {
+  // Whole messages at the end: a line of the library must not come before that of the tool which explains it.
+  static char buffer[BUFSIZ];
+  std::setvbuf(stdout, buffer, _IOFBF, sizeof buffer);
   dup2(STDERR_FILENO, STDOUT_FILENO);
 }
 

@@ -14,6 +14,7 @@
 #include "camera.h"
 #include "camera_settings.h"
 #include "command.h"
+#include "control.h"
 #include "diagnosis.h"
 #include "interrupt.h"
 #include "progress.h"
@@ -27,6 +28,10 @@ using std::chrono::milliseconds;
 
 // Errors other than a missing frame come at once and again and again: the stream is over.
 constexpr int kMostErrorsInARow = 10;
+// A camera that runs freely and sends nothing for so many time-outs does not begin again by itself: it was
+// reset, by the library after a failed transfer or by the kernel, and answers without sending.
+constexpr int kMostTimeoutsInARow = 3;
+constexpr int kMostReconnectsInVain = 3;
 constexpr milliseconds kPauseAfterError{10};
 constexpr milliseconds kPauseBetweenSearches{250};
 
@@ -60,7 +65,7 @@ class Reporter {
   void announce(const std::string& event) {
     line_.show("");
     if (silent_) {
-      fmt::print(stderr, "{}\n", event);
+      print_message(event + "\n");
     } else {
       output_.print(event + "\n");
     }
@@ -86,9 +91,10 @@ class Stream {
   void run(Reporter& reporter) {
     while (!finished()) {
       take_frame();
-      if (failure_ && options_.reconnect && !camera_.answers()) wait_for_return(reporter);
+      if (failure_ && options_.reconnect) recover(reporter);
       reporter.report(statistics_, elapsed());
     }
+    if (!failure_ && is_silent()) failure_ = no_frame_error(camera_.index(), quiet_ms());
   }
 
   PixelFormat format() const { return format_; }
@@ -112,18 +118,37 @@ class Stream {
       note_error(code);
     } else {
       statistics_.add_frame(frame_.size());
-      errors_in_a_row_ = 0;
-      quiet_since_ = Clock::now();
+      reconnects_in_vain_ = 0;
+      begin_again();
     }
   }
 
+  void begin_again() {
+    errors_in_a_row_ = 0;
+    timeouts_in_a_row_ = 0;
+    last_frame_ = Clock::now();
+  }
+
+  int quiet_ms() const {
+    return static_cast<int>(std::chrono::duration_cast<milliseconds>(Clock::now() - last_frame_).count());
+  }
+
+  /// A triggered camera may be silent for as long as nothing triggers it.
+  bool is_silent() const {
+    return timeouts_in_a_row_ > 0 && read_control(camera_, find_control("trigger")) == 0;
+  }
+
   void note_silence() {
-    const bool too_long = Clock::now() - quiet_since_ >= milliseconds(options_.timeout);
+    const bool too_long = quiet_ms() >= (timeouts_in_a_row_ + 1) * options_.timeout;
     if (too_long) {
-      quiet_since_ = Clock::now();
+      ++timeouts_in_a_row_;
       statistics_.add_timeout();
     }
-    if ((too_long || options_.reconnect) && !camera_.answers()) failure_ = camera_gone_error(camera_.index());
+    if ((too_long || options_.reconnect) && !camera_.answers()) {
+      failure_ = camera_gone_error(camera_.index());
+    } else if (timeouts_in_a_row_ >= kMostTimeoutsInARow && is_silent()) {
+      failure_ = no_frame_error(camera_.index(), quiet_ms());
+    }
   }
 
   void note_error(int code) {
@@ -135,23 +160,33 @@ class Stream {
     }
   }
 
+  /// Leaves the failure where the camera cannot be brought back.
+  void recover(Reporter& reporter) {
+    if (!camera_.answers()) {
+      reporter.announce(fmt::format("camera {} is gone; waiting for it", camera_.index()));
+      wait_for_return(reporter);
+    } else if (is_silent() && reconnects_in_vain_ < kMostReconnectsInVain) {
+      ++reconnects_in_vain_;
+      reporter.announce(fmt::format("camera {} sends no frames; reconnecting", camera_.index()));
+      wait_for_return(reporter);
+    }
+  }
+
   /// Until the camera is back, the stream is to end anyway or the user interrupts it. The failure stays when
   /// it is not back by then.
   void wait_for_return(Reporter& reporter) {
-    const Error gone = *failure_;
+    const Error failure = *failure_;
     const auto since = Clock::now();
-    reporter.announce(fmt::format("camera {} is gone; waiting for it", camera_.index()));
     failure_.reset();
     bool back = false;
     while (!finished() && !(back = camera_.come_back())) std::this_thread::sleep_for(kPauseBetweenSearches);
     if (!back) {
-      if (!interrupted()) failure_ = gone;
+      if (!interrupted()) failure_ = failure;
       return;
     }
     const StreamStatistics::Seconds away = Clock::now() - since;
     statistics_.add_absence(away);
-    errors_in_a_row_ = 0;
-    quiet_since_ = Clock::now();
+    begin_again();
     reporter.announce(fmt::format("camera {} is back after {:.1f} s", camera_.index(), away.count()));
   }
 
@@ -161,8 +196,10 @@ class Stream {
   StreamStatistics statistics_;
   std::vector<uint8_t> frame_;
   Clock::time_point start_ = Clock::now();
-  Clock::time_point quiet_since_ = start_;
+  Clock::time_point last_frame_ = start_;  ///< or the beginning, of the stream or after a return
   int errors_in_a_row_ = 0;
+  int timeouts_in_a_row_ = 0;
+  int reconnects_in_vain_ = 0;
   std::optional<Error> failure_;
 };
 
