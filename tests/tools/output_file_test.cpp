@@ -32,6 +32,19 @@ TEST(OutputFile, ReplacesAFileAndLeavesNothingBesideIt) {
   EXPECT_EQ(fs::status(path).permissions(), fs::perms(0640));
 }
 
+TEST(OutputFile, FollowsSymbolicLinksAndLeavesThem) {
+  const TemporaryFolder folder;
+  fs::create_directory(folder.path() / "other");
+  fs::create_symlink("other/second", folder.path() / "first");
+  fs::create_symlink("target", folder.path() / "other" / "second");
+  for (const std::string text : {"made", "replaced"}) {
+    write_file(folder.path() / "first", std::vector<uint8_t>(text.begin(), text.end()));
+    EXPECT_EQ(read_file(folder.path() / "other" / "target"), text);
+  }
+  EXPECT_TRUE(fs::is_symlink(folder.path() / "first") && fs::is_symlink(folder.path() / "other" / "second"));
+  EXPECT_EQ(entries(folder.path()), 2) << "nothing beside it";
+}
+
 TEST(OutputFile, AFailureLeavesNothing) {
   const TemporaryFolder folder;
   fs::create_directory(folder.path() / "taken");

@@ -70,8 +70,7 @@ TEST_F(Params, AFileCarriesAllSettingsToAnotherCamera) {
 }
 
 TEST_F(Params, AFileMayBeShortAndForAnotherModel) {
-  const auto name =
-      write("b.conf", "# by hand\r\n\r\n  gain=12 # louder\r\nglobal-reset = on\nmirror-y = on");
+  const auto name = write("b.conf", "\xEF\xBB\xBF  gain=12 # louder\r\nglobal-reset = on\nmirror-y = on");
   EXPECT_THAT(output_of(camera(), {"params", "load", name}), HasSubstr("global-reset left out"));
   EXPECT_EQ(output_of(camera(), {"get", "gain", "mirror-y", "exposure"}),
             "gain=12\nmirror-y=on\nexposure=5\n");
@@ -86,6 +85,8 @@ TEST_F(Params, AMistakeIsReportedWithItsLineAndNothingChanges) {
       {"gain = 3\nhello\n", "x.conf:2: hello is no assignment"},
       {"gain =\n", "x.conf:1: nothing is no value of gain"},
       {"exposure-ms = 3\n", "x.conf:1: exposure-ms has no place in a file"},
+      {"", "x.conf holds no settings"},
+      {"\xEF\xBB\xBF# gain = 3\r\n", "x.conf holds no settings"},
       {std::string(70'000, '#'), "too long"}};
   for (const auto& [text, answer] : mistakes) {
     const Result result = run(camera(), {"params", "load", write("x.conf", text)});

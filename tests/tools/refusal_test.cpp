@@ -107,7 +107,20 @@ TEST(Refusal, AnAbsentIndexIsThreeAndTellsWhichArePresent) {
 TEST(Refusal, AFileThatCannotBeWrittenIsOne) {
   const Result result = run(kCamera, {"capture", "-o", "/nonexistent/f.png"});
   EXPECT_EQ(result.status, 1);
-  EXPECT_THAT(result.error, HasSubstr("/nonexistent/f.png"));
+  EXPECT_THAT(result.error, HasSubstr("/nonexistent/f.png: there is no folder /nonexistent\n"));
+}
+
+TEST(Refusal, OutputsThatCannotBeWrittenAreNoCrash) {
+  const std::tuple<const char*, const char*, int> rows[] = {
+      {"info -c 7", "2>&-", 3},     {"info -c 7", "2>/dev/full", 3},
+      {"info -c 7", ">&- 2>&-", 3}, {"info", "2>&-", 0},
+      {"list", ">&-", 1},           {"list", ">/dev/full", 1},
+      {"look", "2>/dev/full", 2},   {"look", "2>&-", 2},
+      {"info", "<&- >&- 2>&-", 1},  {"stream -n 3 --json", "2>&-", 0}};
+  for (const auto& [command, redirection, status] : rows) {
+    const Result result = run_shell(kCamera, std::string("\"$KXCAM\" ") + command + " " + redirection);
+    EXPECT_EQ(result.status, status) << command << redirection << result.error;
+  }
 }
 
 TEST(Refusal, ASilentCameraIsSeven) {

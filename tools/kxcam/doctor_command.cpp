@@ -42,7 +42,7 @@ std::string make_report(const Options& options, const Facts& facts, const Findin
 
 void store(const std::string& file, const std::string& text) {
   write_file(file, {reinterpret_cast<const uint8_t*>(text.data()), text.size()});
-  fmt::print(stderr, "Stored {}. Look through it before you send it.\n", file);
+  print_message(fmt::format("Stored {}. Review it before sending.\n", file));
 }
 
 void run(const Options& options, StandardOutput& output) {

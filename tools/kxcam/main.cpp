@@ -53,15 +53,15 @@ void build(CLI::App& app, Command& chosen) {
 }
 
 ExitCode report(const Error& error) {
-  fmt::print(stderr, "kxcam: {}\n", error.what());
-  if (!error.cure().empty()) fmt::print(stderr, "{}\n", error.cure());
+  kxcam::print_message(
+      fmt::format("kxcam: {}\n{}{}", error.what(), error.cure(), error.cure().empty() ? "" : "\n"));
   return error.exit_code();
 }
 
 ExitCode run(const Command& command) {
+  kxcam::watch_for_interrupts();
+  kxcam::StandardOutput output;
   try {
-    kxcam::watch_for_interrupts();
-    kxcam::StandardOutput output;
     command(output);
     return ExitCode::kSuccess;
   } catch (const Error& error) {
@@ -74,6 +74,7 @@ ExitCode run(const Command& command) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  kxcam::open_standard_files();
   CLI::App app("Look at, take and measure pictures of industrial USB cameras.", "kxcam");
   Command command;
   try {

@@ -76,6 +76,16 @@ bool is_special(const fs::path& path) {
   return fs::exists(status) && !fs::is_regular_file(status);
 }
 
+/// Where a path leads: through symbolic links, of which the last may name a file that is not there yet.
+fs::path target_of(fs::path path) {
+  constexpr int kMostLinks = 40;  // as the kernel follows
+  std::error_code error;
+  for (int links = 0; links < kMostLinks && fs::is_symlink(path, error); ++links) {
+    path = path.parent_path() / fs::read_symlink(path, error);
+  }
+  return path;
+}
+
 void write_in_place(const fs::path& path, std::span<const uint8_t> bytes) {
   OpenFile file(open(path.c_str(), O_WRONLY | O_CLOEXEC), path.string());
   write_all(file.number(), bytes, path.string());
@@ -103,11 +113,22 @@ void write_all(int file, std::span<const uint8_t> bytes, const std::string& name
   }
 }
 
+void require_folder(const fs::path& path) {
+  const fs::path folder = target_of(path).parent_path();
+  std::error_code error;
+  if (folder.empty() || fs::is_directory(folder, error)) return;
+  throw Error(ExitCode::kFailure,
+              fmt::format("cannot write {}: there is no folder {}", path.string(), folder.string()),
+              fmt::format("`mkdir -p {}` makes it.", folder.string()));
+}
+
 void write_file(const fs::path& path, std::span<const uint8_t> bytes) {
-  if (is_special(path)) {
-    write_in_place(path, bytes);
+  require_folder(path);
+  const fs::path target = target_of(path);
+  if (is_special(target)) {
+    write_in_place(target, bytes);
   } else {
-    write_and_rename(path, bytes);
+    write_and_rename(target, bytes);
   }
 }
 

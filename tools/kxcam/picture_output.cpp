@@ -55,7 +55,11 @@ void add_target_options(CLI::App& command, PictureTarget& target) {
 PictureOutput::PictureOutput(const PictureTarget& target, int total, StandardOutput& output)
     : target_(target), total_(total), output_(output), type_(choose_type(target)), pattern_(target.output) {
   check_format(target, type_);
-  if (target.to_standard_output()) check_standard_output(type_, total, output);
+  if (target.to_standard_output()) {
+    check_standard_output(type_, total, output);
+  } else {
+    require_folder(pattern_.name(1, total));
+  }
 }
 
 PixelFormat PictureOutput::format(PixelFormat natural) const {

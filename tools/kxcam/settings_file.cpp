@@ -103,13 +103,20 @@ std::string settings_text(const OpenCamera& camera) {
 }
 
 std::vector<Assignment> parse_settings(std::string_view text, const std::string& source) {
+  constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
+  if (text.starts_with(kByteOrderMark)) text.remove_prefix(kByteOrderMark.size());
   Parser parser(source);
   while (!text.empty()) {
     const std::size_t end = std::min(text.find('\n'), text.size());
     parser.take_line(text.substr(0, end));
     text.remove_prefix(std::min(end + 1, text.size()));
   }
-  return parser.in_order();
+  auto settings = parser.in_order();
+  if (settings.empty()) {
+    throw Error(ExitCode::kUsage, fmt::format("{} holds no settings", source),
+                "`kxcam params save FILE` writes such a file.");
+  }
+  return settings;
 }
 
 std::vector<Assignment> read_settings_file(const std::string& name) {

@@ -14,7 +14,7 @@ namespace kxcam {
 std::string settings_text(const OpenCamera& camera);
 
 /// The settings in such a text, in the order of the table of controls, whatever order the text has. Throws
-/// Error (usage) that names `source` and the line of whatever is wrong.
+/// Error (usage) that names `source` and the line of whatever is wrong, or says that there are none.
 std::vector<Assignment> parse_settings(std::string_view text, const std::string& source);
 
 /// parse_settings() of a file; "-" is standard input. Throws Error when it cannot be read.
