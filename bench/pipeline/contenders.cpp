@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include <fmt/format.h>
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
@@ -85,28 +86,29 @@ std::vector<double> fixed_pattern(int size, uint32_t seed) {
   return entries;
 }
 
+/// The product id of a colour model with such a sensor, or 0.
 int color_model_of_size(int width, int height) {
   for (const CameraModel& model : model_table) {
     const bool fits = model.SENSOR_ARRAY.width == width && model.SENSOR_ARRAY.height == height;
     if (fits && !model.monochrome()) return static_cast<int>(model.PID);
   }
-  throw std::runtime_error("no colour model of that size");
+  return 0;
 }
 
-class Scene {
+class Frames {
  public:
-  Scene(int width, int height, std::vector<Buffers>& sets) : width_(width), height_(height), sets_(sets) {}
+  Frames(int width, int height, std::vector<Buffers>& sets) : width_(width), height_(height), sets_(sets) {}
 
   Contender develop_with(CpuLevel level, const Task& task) const {
     const FrameSettings settings = settings_for(task, width_, height_);
-    return {task.name, std::string(name_of(level)), [=, *this](size_t set) {
+    return {task.name, std::string(name_of(level)), Scene::kSmooth, [=, *this](size_t set) {
               const ImageView raw(sets_[set].raw, width_, height_);
               develop(level, task.mode, settings, raw, sets_[set].out.data(), task.format, sets_[set].memory);
             }};
   }
 
   Contender copy(const char* name, size_t frames) const {
-    return {name, "memcpy", [=, *this](size_t set) {
+    return {name, "memcpy", Scene::kSmooth, [=, *this](size_t set) {
               std::memcpy(sets_[set].out.data(), sets_[set].raw.data(), frames * pixels());
             }};
   }
@@ -114,7 +116,7 @@ class Scene {
   Contender opencv(const char* name, cv::ColorConversionCodes code, bool lut_and_matrix) const {
     const cv::Mat lut = opencv_lut();
     const cv::Mat matrix = cv::Mat(3, 3, CV_64F, const_cast<double*>(kCcm.data())).clone();
-    return {name, "opencv", [=, *this](size_t set) {
+    return {name, "opencv", Scene::kSmooth, [=, *this](size_t set) {
               const cv::Mat raw(height_, width_, CV_8UC1, sets_[set].raw.data());
               const int type = code == cv::COLOR_BayerBG2GRAY ? CV_8UC1 : CV_8UC3;
               cv::Mat picture(height_, width_, type, sets_[set].out.data());
@@ -127,7 +129,7 @@ class Scene {
   }
 
   /// Raw corrections, tables and matrix.
-  Contender whole_with(CpuLevel level) const {
+  Contender whole_with(CpuLevel level, Scene scene) const {
     const FrameSettings settings =
         settings_for({.name = "", .mode = kGRBG, .apply_matrix = true}, width_, height_);
     FlatField field({width_, height_});
@@ -137,7 +139,8 @@ class Scene {
                                         .flat_field = std::make_shared<const FlatField>(std::move(field)),
                                         .despeckled = true,
                                         .placement = {}};
-    return {"whole", std::string(name_of(level)), [=, *this](size_t set) {
+    const std::string task = scene == Scene::kSmooth ? "whole" : fmt::format("whole, {}", name_of(scene));
+    return {task, std::string(name_of(level)), scene, [=, *this](size_t set) {
               const MutableImageView raw(sets_[set].raw, width_, height_);
               correct(level, raw, corrections);
               develop(level, kGRBG, settings, raw, sets_[set].out.data(), KXCAM_FORMAT_COLOR,
@@ -170,7 +173,8 @@ class Scene {
     const auto odd = fixed_pattern(width_, 2);
     const auto rows = fixed_pattern(height_, 3);
     set_fpn_data(kCamera, even.data(), odd.data(), rows.data(), width_, height_);
-    return {"whole, CameraISP", std::string(name_of(cpu_choice().level)), [=, *this](size_t set) {
+    return {"whole, CameraISP", std::string(name_of(cpu_choice().level)), Scene::kSmooth,
+            [=, *this](size_t set) {
               Buffers& buffers = sets_[set];
               if (CameraISP(kCamera, buffers.raw.data(), buffers.out.data(), width_, height_,
                             KXCAM_FORMAT_COLOR) != 0) {
@@ -196,40 +200,29 @@ class Scene {
   std::vector<Buffers>& sets_;
 };
 
-/// A smooth picture with a mosaic of different levels and some noise, as a sensor gives it.
-uint8_t sample(int x, int y, std::mt19937& random) {
-  const double level = 90 + 60 * std::sin(x * 0.004 + 1) * std::cos(y * 0.003) + (x & 1) * 20 - (y & 1) * 15;
-  const double noise = static_cast<int>(random() % 25) - 12;
-  return static_cast<uint8_t>(std::clamp(level + noise, 0.0, 255.0));
-}
-
 }  // namespace
 
 Buffers::Buffers(int width, int height, uint32_t seed)
-    : raw(2 * static_cast<size_t>(width) * height),
-      out(3 * raw.size() / 2 + raw.size() / 2),
-      more(out.size()) {
-  std::mt19937 random(seed);
-  for (int y = 0; y < 2 * height; ++y) {
-    for (int x = 0; x < width; ++x) raw[static_cast<size_t>(y) * width + x] = sample(x, y, random);
-  }
+    : raw(2 * static_cast<size_t>(width) * height), out(2 * raw.size()), more(out.size()) {
+  for (const Scene scene : kScenes)
+    scenes[static_cast<size_t>(scene)] = raw_frame(scene, width, height, seed);
 }
 
 std::vector<Contender> contenders(int width, int height, std::vector<Buffers>& sets,
                                   const std::vector<CpuLevel>& levels) {
-  const Scene scene(width, height, sets);
+  const Frames frames(width, height, sets);
   std::vector<Contender> all = {
-      scene.copy(kCopyForColor, 2),
-      scene.copy(kCopyForGrey, 1),
-      scene.opencv(kDemosaic, cv::COLOR_BayerBG2RGB, false),
-      scene.opencv("demosaic + LUT + transform", cv::COLOR_BayerBG2RGB, true),
-      scene.opencv("demosaic to grey", cv::COLOR_BayerBG2GRAY, false),
+      frames.copy(kCopyForColor, 2),
+      frames.copy(kCopyForGrey, 1),
+      frames.opencv(kDemosaic, cv::COLOR_BayerBG2RGB, false),
+      frames.opencv("demosaic + LUT + transform", cv::COLOR_BayerBG2RGB, true),
+      frames.opencv("demosaic to grey", cv::COLOR_BayerBG2GRAY, false),
   };
   for (const CpuLevel level : levels) {
-    for (const Task& task : kTasks) all.push_back(scene.develop_with(level, task));
-    all.push_back(scene.whole_with(level));
+    for (const Task& task : kTasks) all.push_back(frames.develop_with(level, task));
+    for (const Scene scene : kScenes) all.push_back(frames.whole_with(level, scene));
   }
-  all.push_back(scene.whole_exported());
+  if (color_model_of_size(width, height) != 0) all.push_back(frames.whole_exported());
   return all;
 }
 

@@ -8,6 +8,7 @@
 #include "isp/frame_memory.h"
 #include "isp/kernels/cpu_level.h"
 #include "measurement.h"
+#include "scenes.h"
 
 namespace kxcam::bench {
 
@@ -15,8 +16,9 @@ namespace kxcam::bench {
 struct Buffers {
   Buffers(int width, int height, uint32_t seed);
 
-  std::vector<uint8_t>
-      raw;  ///< two frames' worth: the second is for copying as many bytes as a picture moves
+  /// Corrections change the frame, so every run begins with one of these.
+  std::array<std::vector<uint8_t>, kScenes.size()> scenes;
+  std::vector<uint8_t> raw;   ///< two frames' worth, to copy as many bytes as a picture moves
   std::vector<uint8_t> out;   ///< a colour picture
   std::vector<uint8_t> more;  ///< another one, for methods that need it
   WorkMemory memory;

@@ -16,7 +16,7 @@ double processor_seconds() {
 Timing timing_of(std::vector<double> seconds) {
   std::ranges::sort(seconds);
   const auto quantile = [&](size_t quarter) { return seconds[quarter * (seconds.size() - 1) / 4]; };
-  return {quantile(2), (quantile(3) - quantile(1)) / quantile(2)};
+  return {seconds.front(), quantile(2), (quantile(3) - quantile(1)) / quantile(2)};
 }
 
 }  // namespace

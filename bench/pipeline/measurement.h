@@ -6,17 +6,21 @@
 #include <string>
 #include <vector>
 
+#include "scenes.h"
+
 namespace kxcam::bench {
 
 /// Something to be timed on one of several sets of buffers, which are used in turn.
 struct Contender {
   std::string task;   ///< what is made
   std::string maker;  ///< by what: "opencv", "memcpy" or a level
+  Scene scene;        ///< what the raw frame shows
   std::function<void(size_t set)> run;
 };
 
 struct Timing {
-  double median;  ///< seconds of processor time
+  double least;  ///< seconds of processor time
+  double median;
   double spread;  ///< distance of the quartiles, as a part of the median
 };
 
