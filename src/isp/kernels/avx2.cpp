@@ -62,8 +62,10 @@ struct Avx2 {
   static Bytes add_saturated(Bytes a, Bytes b) { return _mm256_adds_epu8(a, b); }
   static Bytes subtract_signed_saturated(Bytes a, Bytes b) { return _mm256_subs_epi8(a, b); }
   static Bytes maximum(Bytes a, Bytes b) { return _mm256_max_epu8(a, b); }
-  static bool any_above(Bytes a, Bytes b) {
-    return _mm256_testz_si256(_mm256_subs_epu8(a, b), set8(0xFF)) == 0;
+  /// A bit for every byte of a that is above b's.
+  static uint64_t above(Bytes a, Bytes b) {
+    return static_cast<uint32_t>(
+        ~_mm256_movemask_epi8(equal(_mm256_subs_epu8(a, b), _mm256_setzero_si256())));
   }
   static Bytes equal(Bytes a, Bytes b) { return _mm256_cmpeq_epi8(a, b); }
 

@@ -82,7 +82,8 @@ struct Avx512 {
   static Bytes subtract(Bytes a, Bytes b) { return _mm512_sub_epi8(a, b); }
   static Bytes add_saturated(Bytes a, Bytes b) { return _mm512_adds_epu8(a, b); }
   static Bytes maximum(Bytes a, Bytes b) { return _mm512_max_epu8(a, b); }
-  static bool any_above(Bytes a, Bytes b) { return _mm512_cmpgt_epu8_mask(a, b) != 0; }
+  /// A bit for every byte of a that is above b's.
+  static uint64_t above(Bytes a, Bytes b) { return _mm512_cmpgt_epu8_mask(a, b); }
   static Bytes equal(Bytes a, Bytes b) { return _mm512_movm_epi8(_mm512_cmpeq_epi8_mask(a, b)); }
 
   /// Does nothing and returns false if rounding might matter. The minimum of 1000 and what is no number is

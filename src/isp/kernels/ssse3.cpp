@@ -57,8 +57,9 @@ struct Ssse3 {
   static Bytes add_saturated(Bytes a, Bytes b) { return _mm_adds_epu8(a, b); }
   static Bytes subtract_signed_saturated(Bytes a, Bytes b) { return _mm_subs_epi8(a, b); }
   static Bytes maximum(Bytes a, Bytes b) { return _mm_max_epu8(a, b); }
-  static bool any_above(Bytes a, Bytes b) {
-    return _mm_movemask_epi8(_mm_cmpeq_epi8(_mm_subs_epu8(a, b), _mm_setzero_si128())) != 0xFFFF;
+  /// A bit for every byte of a that is above b's.
+  static uint64_t above(Bytes a, Bytes b) {
+    return static_cast<uint16_t>(~_mm_movemask_epi8(equal(_mm_subs_epu8(a, b), _mm_setzero_si128())));
   }
   static Bytes equal(Bytes a, Bytes b) { return _mm_cmpeq_epi8(a, b); }
 

@@ -41,27 +41,50 @@ void flatten_row(uint8_t* row, int width, double gain, const double* columns, co
   }
 }
 
-/// What despeckle() does to one sample.
+/// What despeckle() does to one sample; whether it was a speckle.
 template <class V>
-void despeckle_sample(const uint8_t* above, uint8_t* row, const uint8_t* below, int x) {
+bool despeckle_sample(const uint8_t* above, uint8_t* row, const uint8_t* below, int x) {
   const int mean = (row[x - 2] + row[x + 2] + above[x] + below[x]) >> 2;
-  if (row[x] >= kLeastSpeckle && row[x] > mean + kSpeckleTolerance) row[x] = static_cast<uint8_t>(mean);
+  if (row[x] < kLeastSpeckle || row[x] <= mean + kSpeckleTolerance) return false;
+  row[x] = static_cast<uint8_t>(mean);
+  return true;
 }
 
-/// A vector without any speckle is left alone at once. One with a speckle is gone through sample by sample,
-/// because every repair counts for the neighbour two samples on.
+/// The samples of a vector that may be speckles, from left to right. A repair makes a candidate of the sample
+/// two further on.
+template <class V>
+[[gnu::noinline]] void despeckle_some(const uint8_t* above, uint8_t* row, const uint8_t* below, int x,
+                                      uint64_t candidates) {
+  while (candidates != 0) {
+    const int i = __builtin_ctzll(candidates);
+    candidates &= candidates - 1;
+    if (despeckle_sample<V>(above, row, below, x + i) && i + 2 < V::kBytes) candidates |= uint64_t{4} << i;
+  }
+}
+
+/// Those samples of a vector that have a bit in `wanted`.
+template <class V>
+[[gnu::always_inline]] inline void despeckle_vector(const uint8_t* above, uint8_t* row, const uint8_t* below,
+                                                    int x, uint64_t wanted) {
+  // Averages of averages are at most 1 too high.
+  const auto across = V::average(V::load(row + x - 2), V::load(row + x + 2));
+  const auto mean = V::average(across, V::average(V::load(above + x), V::load(below + x)));
+  const auto limit =
+      V::maximum(V::add_saturated(mean, V::set8(kSpeckleTolerance - 1)), V::set8(kLeastSpeckle - 1));
+  const uint64_t candidates = V::above(V::load(row + x), limit) & wanted;
+  if (candidates != 0) [[unlikely]]
+    despeckle_some<V>(above, row, below, x, candidates);
+}
+
 template <class V>
 void despeckle_row(const uint8_t* above, uint8_t* row, const uint8_t* below, int first, int last) {
+  constexpr uint64_t kAll = ~uint64_t{0};
   int x = first;
-  for (; x + V::kBytes <= last; x += V::kBytes) {
-    // Averages of averages are at most 1 too high.
-    const auto across = V::average(V::load(row + x - 2), V::load(row + x + 2));
-    const auto mean = V::average(across, V::average(V::load(above + x), V::load(below + x)));
-    const auto limit =
-        V::maximum(V::add_saturated(mean, V::set8(kSpeckleTolerance - 1)), V::set8(kLeastSpeckle - 1));
-    if (!V::any_above(V::load(row + x), limit)) [[likely]]
-      continue;
-    for (int i = x; i < x + V::kBytes; ++i) despeckle_sample<V>(above, row, below, i);
+  for (; x + V::kBytes <= last; x += V::kBytes) despeckle_vector<V>(above, row, below, x, kAll);
+  if (x < last && last - first >= V::kBytes) {
+    // The last vector overlaps the one before. What that has repaired must not be looked at again.
+    despeckle_vector<V>(above, row, below, last - V::kBytes, kAll << (V::kBytes - (last - x)));
+    return;
   }
   for (; x < last; ++x) despeckle_sample<V>(above, row, below, x);
 }
