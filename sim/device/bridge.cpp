@@ -50,7 +50,7 @@ std::optional<uint16_t> find(const std::map<uint16_t, uint16_t>& registers, uint
 
 Bridge::Bridge(const CameraOptions& options)
     : options_(options),
-      sensor_model_(find_sensor_model(options.model->MID)),
+      sensor_model_(find_sensor_model(options.model->sensor_id)),
       eeprom_(options.serial),
       geometry_(*options.model) {
   if (!options.blank) program_factory_settings(*options.model, eeprom_, flash_);
@@ -64,7 +64,7 @@ void Bridge::restart() {
   geometry_ = ReadoutGeometry(*options_.model);
   requested_region_.reset();
   files_ = sensor_model_ != nullptr ? sensor_model_->power_up : RegisterFiles{};
-  if (const auto trigger = sensor_trigger(options_.model->MID)) {
+  if (const auto trigger = sensor_trigger(options_.model->sensor_id)) {
     files_.sensor[trigger->address] = trigger->power_up;
   }
   line_settings_.clear();
@@ -98,7 +98,7 @@ Answer Bridge::read(const ControlSetup& setup) {
     case kFeatures:
       return options_.firmware > 0x8000 ? Answer{.reply = little_endian({options_.features})} : stall();
     case kTrueProductId:
-      return {.reply = little_endian({static_cast<int>(options_.model->PID)})};
+      return {.reply = little_endian({static_cast<int>(options_.model->product_id)})};
     case kResolutionQuery:
       return query_resolution(setup.index, setup.value);
     case kResolutionSelect:
@@ -179,12 +179,11 @@ Answer Bridge::register_reply(uint16_t value) const {
 }
 
 Answer Bridge::query_resolution(uint16_t what, uint16_t value) {
-  const auto full = options_.model->SENSOR_ARRAY;
   switch (what) {
     case 1:
       return {.reply = {ReadoutGeometry::kPresets}};
     case 2:
-      return {.reply = little_endian({full.width, full.height})};
+      return {.reply = little_endian({options_.model->width, options_.model->height})};
     case 3: {
       const auto preset = geometry_.preset(value);
       if (!preset) return stall();
@@ -288,7 +287,7 @@ bool Bridge::has_isp() const {
 }
 
 bool Bridge::waits_for_trigger() const {
-  const auto trigger = sensor_trigger(options_.model->MID);
+  const auto trigger = sensor_trigger(options_.model->sensor_id);
   if (!trigger) return bridge_triggered_;
   return bridge_triggered_ || (sensor_register(trigger->address) & trigger->mask) == trigger->triggered;
 }

@@ -125,7 +125,7 @@ std::string all_keys() {
 
 std::string all_names() {
   std::set<std::string> names;
-  for (const auto& row : kxcam::model_table) names.insert(std::string(row.MODEL).substr(kNamePrefix.size()));
+  for (const auto& row : all_models()) names.insert(std::string(row.name).substr(kNamePrefix.size()));
   std::string list;
   for (const auto& name : names) list += (list.empty() ? "" : ", ") + name;
   return list;
@@ -138,36 +138,42 @@ std::string_view next_item(std::string_view& rest) {
   return item;
 }
 
-const kxcam::CameraModel* model_by_name(std::string_view name) {
+const Model* model_by_name(std::string_view name) {
   if (name.starts_with(kNamePrefix)) name.remove_prefix(kNamePrefix.size());
-  const kxcam::CameraModel* found = nullptr;
-  for (const auto& row : kxcam::model_table) {
-    if (std::string_view(row.MODEL).substr(kNamePrefix.size()) != name) continue;
+  const Model* found = nullptr;
+  for (const auto& row : all_models()) {
+    if (std::string_view(row.name).substr(kNamePrefix.size()) != name) continue;
     if (row.newer_bridge()) return &row;
     if (found == nullptr) found = &row;
   }
   return found;
 }
 
+const Model& model_of(uint32_t product_id) {
+  if (const auto* row = find_model(product_id)) return *row;
+  throw BadCameraOptions("no camera has the product id " + std::to_string(product_id));
+}
+
 }  // namespace
 
-CameraOptions::CameraOptions(const kxcam::CameraModel& chosen)
+CameraOptions::CameraOptions(const Model& chosen)
     : model(&chosen),
       firmware(default_firmware(chosen)),
       speed(chosen.newer_bridge() ? UsbSpeed::kSuper : UsbSpeed::kHigh) {}
 
-const kxcam::CameraModel* CameraOptions::default_model() {
-  return &kxcam::model_table[kxcam::find_model(0x3500)];
+const Model* CameraOptions::default_model() {
+  return find_model(0x3500);
 }
 
-uint32_t CameraOptions::default_firmware(const kxcam::CameraModel& model) {
+CameraOptions::CameraOptions(uint32_t product_id) : CameraOptions(model_of(product_id)) {}
+
+uint32_t CameraOptions::default_firmware(const Model& model) {
   return model.newer_bridge() ? 0x8310 : 0x4700;
 }
 
-const kxcam::CameraModel& find_model_by_text(std::string_view text) {
+const Model& find_model_by_text(std::string_view text) {
   if (const auto id = read_integer<uint16_t>(text, 16)) {
-    const int row = kxcam::find_model(*id);
-    if (row != kxcam::kUnknownModel) return kxcam::model_table[row];
+    if (const auto* row = find_model(*id)) return *row;
   }
   if (const auto* row = model_by_name(text)) return *row;
   throw BadCameraOptions("unknown model '" + std::string(text) +

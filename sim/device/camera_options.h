@@ -8,8 +8,8 @@
 #include <string>
 #include <string_view>
 
-#include "core/model_table.h"
 #include "device/lighting.h"
+#include "device/model.h"
 
 namespace kxsim {
 
@@ -17,7 +17,7 @@ enum class UsbSpeed { kHigh, kSuper };
 
 /// How one simulated camera is made. The defaults are a camera as it leaves the factory.
 struct CameraOptions {
-  const kxcam::CameraModel* model = default_model();
+  const Model* model = default_model();
   std::string serial;  ///< up to 12 characters; empty = the next KXSIM number
   std::string name;    ///< user-given name; empty = none
   uint32_t firmware = default_firmware(*default_model());
@@ -38,10 +38,12 @@ struct CameraOptions {
 
   CameraOptions() = default;
   /// The defaults of that model.
-  explicit CameraOptions(const kxcam::CameraModel& chosen);
+  explicit CameraOptions(const Model& chosen);
+  /// The same by product id. Throws BadCameraOptions.
+  explicit CameraOptions(uint32_t product_id);
 
-  static const kxcam::CameraModel* default_model();
-  static uint32_t default_firmware(const kxcam::CameraModel& model);
+  static const Model* default_model();
+  static uint32_t default_firmware(const Model& model);
 };
 
 /// A text that describes no camera; what() says why and what would be right.
@@ -57,6 +59,6 @@ CameraOptions parse_camera_options(std::string_view text);
 
 /// The row with that product id or name; of several rows with one name the first of the newer bridge
 /// family. Throws BadCameraOptions.
-const kxcam::CameraModel& find_model_by_text(std::string_view text);
+const Model& find_model_by_text(std::string_view text);
 
 }  // namespace kxsim

@@ -38,7 +38,8 @@ std::vector<uint8_t> encode_string(std::string_view text) {
 
 std::vector<uint8_t> device_descriptor(const CameraOptions& options) {
   const bool super = options.speed == UsbSpeed::kSuper;
-  const auto product = options.generic_id ? kGenericProductId : static_cast<uint16_t>(options.model->PID);
+  const auto product =
+      options.generic_id ? kGenericProductId : static_cast<uint16_t>(options.model->product_id);
   const uint16_t usb_version = usb_release(options);
   const uint8_t control_packet = super ? 9 : 64;  // super speed gives it as a power of two
   return {18,
@@ -111,7 +112,7 @@ std::vector<uint8_t> string_descriptor(const CameraOptions& options, uint8_t ind
     case 1:
       return encode_string("kxsim");
     case 2:
-      return encode_string(options.model->MODEL);
+      return encode_string(options.model->name);
     default:
       return {};
   }

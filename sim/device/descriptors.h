@@ -13,7 +13,7 @@ inline constexpr uint16_t kVendorId = 0xA7B7;
 inline constexpr uint16_t kGenericProductId = 0x3FF0;
 
 /// Address of the bulk IN endpoint.
-constexpr uint8_t bulk_endpoint(const kxcam::CameraModel& model) {
+constexpr uint8_t bulk_endpoint(const Model& model) {
   return model.newer_bridge() ? 0x81 : 0x82;
 }
 /// Bytes in a full bulk packet.

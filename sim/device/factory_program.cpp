@@ -58,16 +58,16 @@ std::vector<uint8_t> straight_lookup_table() {
 
 }  // namespace
 
-void program_factory_settings(const kxcam::CameraModel& model, Eeprom& eeprom, SpiFlash& flash) {
+void program_factory_settings(const Model& model, Eeprom& eeprom, SpiFlash& flash) {
   for (const uint16_t set : kParameterSets) program(eeprom, set, kNeutralSettings);
   program(eeprom, kColorMatrix, kIdentity);
   program(eeprom, kDeadPixels, std::array<uint8_t, 2>{});
-  const std::vector<uint8_t> columns(2 * static_cast<size_t>(model.SENSOR_ARRAY.width));
-  const std::vector<uint8_t> rows(2 * static_cast<size_t>(model.SENSOR_ARRAY.height));
+  const std::vector<uint8_t> columns(2 * static_cast<size_t>(model.width));
+  const std::vector<uint8_t> rows(2 * static_cast<size_t>(model.height));
   flash.write(kEvenColumnsPage, columns);
   flash.write(kOddColumnsPage, columns);
   flash.write(kRowsPage, rows);
-  if (model.COLOR_MODE == kxcam::kMono12) flash.write(kLookupTablePage, straight_lookup_table());
+  if (model.color == ColorMode::kMono12) flash.write(kLookupTablePage, straight_lookup_table());
 }
 
 }  // namespace kxsim

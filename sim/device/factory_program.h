@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "core/model_table.h"
 #include "device/eeprom.h"
+#include "device/model.h"
 #include "device/spi_flash.h"
 
 namespace kxsim {
@@ -10,6 +10,6 @@ namespace kxsim {
 /// What the maker writes into a camera before it leaves: neutral settings in both parameter sets, an empty
 /// list of dead pixels, no colour correction, and in the flash no fixed pattern and a straight lookup table.
 /// A camera without all that comes up with every switch on, mirrored and rotated.
-void program_factory_settings(const kxcam::CameraModel& model, Eeprom& eeprom, SpiFlash& flash);
+void program_factory_settings(const Model& model, Eeprom& eeprom, SpiFlash& flash);
 
 }  // namespace kxsim

@@ -8,9 +8,9 @@ namespace kxsim {
 namespace {
 
 SensorDescription describe(const CameraOptions& options) {
-  return {.width = options.model->SENSOR_ARRAY.width,
-          .height = options.model->SENSOR_ARRAY.height,
-          .color_mode = static_cast<kxcam::ColorMode>(options.model->COLOR_MODE),
+  return {.width = options.model->width,
+          .height = options.model->height,
+          .color_mode = options.model->color,
           .seed = options.seed,
           .noise = options.noise,
           .fixed_pattern = options.fixed_pattern,

@@ -5,17 +5,17 @@
 
 namespace kxsim {
 
-ReadoutGeometry::ReadoutGeometry(const kxcam::CameraModel& model)
-    : sensor_(model.SENSOR_ARRAY),
-      bytes_per_pixel_(model.COLOR_MODE == kxcam::kMono12 ? 2 : 1),
-      current_{.width = sensor_.width, .height = sensor_.height} {}
+ReadoutGeometry::ReadoutGeometry(const Model& model)
+    : sensor_{.width = model.width, .height = model.height},
+      bytes_per_pixel_(sample_bytes(model.color)),
+      current_(sensor_) {}
 
 std::optional<Readout> ReadoutGeometry::preset(int number) const {
   // Even positions and sizes keep the Bayer phase.
   const auto even = [](int n) { return n & ~1; };
   switch (number) {
     case 0:
-      return Readout{.width = sensor_.width, .height = sensor_.height};
+      return sensor_;
     case 1:
       return Readout{.width = even(sensor_.width / 2), .height = even(sensor_.height / 2), .step = 2};
     case 2: {

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <optional>
 
-#include "core/model_table.h"
+#include "device/model.h"
 #include "scene/sensor.h"
 
 namespace kxsim {
@@ -15,7 +15,7 @@ class ReadoutGeometry {
   /// 0 = full sensor, 1 = half size by skipping, 2 = centred window of at most 640 x 480.
   static constexpr int kPresets = 3;
 
-  explicit ReadoutGeometry(const kxcam::CameraModel& model);
+  explicit ReadoutGeometry(const Model& model);
 
   std::optional<Readout> preset(int number) const;
   bool select_preset(int number);
@@ -29,7 +29,7 @@ class ReadoutGeometry {
   int bytes_per_pixel() const { return bytes_per_pixel_; }
 
  private:
-  kxcam::SensorSize sensor_;
+  Readout sensor_;  ///< all of it
   int bytes_per_pixel_;
   Readout current_;
 };

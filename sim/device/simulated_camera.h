@@ -70,7 +70,7 @@ class SimulatedCamera {
   SimulatedCamera& operator=(const SimulatedCamera&) = delete;
 
   const CameraOptions& options() const { return options_; }
-  const kxcam::CameraModel& model() const { return *options_.model; }
+  const Model& model() const { return *options_.model; }
 
   // The connector.
 

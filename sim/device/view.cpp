@@ -9,10 +9,10 @@
 namespace kxsim {
 namespace {
 
-std::shared_ptr<const Scene> make_scene(const std::string& name, const kxcam::SensorSize& sensor) {
+std::shared_ptr<const Scene> make_scene(const std::string& name, const Model& model) {
   constexpr Light kGrey{0.18F, 0.18F, 0.18F};
   if (name == "grey") return make_uniform(kGrey);
-  if (name.empty() || name == "chart") return make_chart(static_cast<double>(sensor.width) / sensor.height);
+  if (name.empty() || name == "chart") return make_chart(static_cast<double>(model.width) / model.height);
   return load_scene(name);
 }
 
@@ -20,7 +20,7 @@ std::shared_ptr<const Scene> make_scene(const std::string& name, const kxcam::Se
 
 void set_view(SimulatedCamera& camera, const std::string& name) {
   if (name == "numbers") return camera.set_frame_source(fill_numbered_frame);
-  camera.set_scene(make_scene(name, camera.model().SENSOR_ARRAY));
+  camera.set_scene(make_scene(name, camera.model()));
 }
 
 bool is_built_in_view(std::string_view name) {

@@ -6,9 +6,9 @@
 #include <stdexcept>
 
 #include "device/camera_options.h"
+#include "device/conf_file.h"
 #include "device/view.h"
 #include "kxsim/child_process.h"
-#include "kxsim/conf_file.h"
 #include "kxsim/fault_option.h"
 #include "kxsim/preload_module.h"
 #include "scene/scene.h"

@@ -81,7 +81,7 @@ Ports open_ports(const ServeOptions& options) {
     auto& camera = ports.back()->camera();
     set_view(camera, options.scene);
     camera.inject(parse_fault_script(script, number));
-    fmt::print("camera {}: {} {} at {}\n", number, camera.model().MODEL, camera.options().serial,
+    fmt::print("camera {}: {} {} at {}\n", number, camera.model().name, camera.options().serial,
                ports.back()->socket().string());
   }
   std::fflush(stdout);

@@ -22,18 +22,18 @@ constexpr Filter kBlue{0, 0, 1};
 constexpr Filter kClear{0.2126F, 0.7152F, 0.0722F};
 
 /// The filters of a cell of 2 x 2 sites in reading order.
-std::array<Filter, 4> filters_of(kxcam::ColorMode mode) {
+std::array<Filter, 4> filters_of(ColorMode mode) {
   switch (mode) {
-    case kxcam::kRGGB:
+    case ColorMode::kRggb:
       return {kRed, kGreen, kGreen, kBlue};
-    case kxcam::kBGGR:
+    case ColorMode::kBggr:
       return {kBlue, kGreen, kGreen, kRed};
-    case kxcam::kGRBG:
+    case ColorMode::kGrbg:
       return {kGreen, kRed, kBlue, kGreen};
-    case kxcam::kGBRG:
+    case ColorMode::kGbrg:
       return {kGreen, kBlue, kRed, kGreen};
-    case kxcam::kMono8:
-    case kxcam::kMono12:
+    case ColorMode::kMono8:
+    case ColorMode::kMono12:
       break;
   }
   return {kClear, kClear, kClear, kClear};
@@ -53,8 +53,7 @@ constexpr unsigned kMostThreads = 4;
 
 }  // namespace
 
-LightMap::LightMap(int width, int height, kxcam::ColorMode mode)
-    : width_(width), height_(height), mode_(mode) {}
+LightMap::LightMap(int width, int height, ColorMode mode) : width_(width), height_(height), mode_(mode) {}
 
 void LightMap::set_scene(std::shared_ptr<const Scene> scene) {
   scene_ = std::move(scene);

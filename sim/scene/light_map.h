@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "core/model_table.h"
+#include "scene/color_mode.h"
 
 namespace kxsim {
 
@@ -15,7 +15,7 @@ class Scene;
 /// and the scene stands still, so each row is looked at once, when it is first asked for.
 class LightMap {
  public:
-  LightMap(int width, int height, kxcam::ColorMode mode);
+  LightMap(int width, int height, ColorMode mode);
 
   void set_scene(std::shared_ptr<const Scene> scene);
 
@@ -30,7 +30,7 @@ class LightMap {
 
   int width_;
   int height_;
-  kxcam::ColorMode mode_;
+  ColorMode mode_;
   std::shared_ptr<const Scene> scene_;
   std::vector<float> light_;
   std::vector<char> ready_;  // not vector<bool>: threads look at neighbouring rows

@@ -108,7 +108,7 @@ const SensorDescription& checked(const SensorDescription& description) {
 struct Sensor::Impl {
   explicit Impl(const SensorDescription& d);
 
-  size_t sample_size() const { return description.color_mode == kxcam::kMono12 ? 2 : 1; }
+  size_t sample_size() const { return static_cast<size_t>(sample_bytes(description.color_mode)); }
   Chain chain_for(const Exposure& exposure) const;
   void prepare_rows(const Readout& readout, int64_t rows);
   void collect(const Readout& readout, int64_t row, int64_t column, std::span<float> light) const;

@@ -6,7 +6,7 @@
 #include <span>
 #include <vector>
 
-#include "core/model_table.h"
+#include "scene/color_mode.h"
 
 namespace kxsim {
 
@@ -26,7 +26,7 @@ struct Readout {
 struct SensorDescription {
   int width = 0;   ///< 1..16384
   int height = 0;  ///< 1..16384
-  kxcam::ColorMode color_mode = kxcam::kRGGB;
+  ColorMode color_mode = ColorMode::kRggb;
   uint64_t seed = 1;
   bool noise = true;           ///< read and shot noise
   double fixed_pattern = 0.0;  ///< standard deviation of row and column gain, e.g. 0.02

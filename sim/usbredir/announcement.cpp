@@ -33,7 +33,8 @@ usb_redir_ep_info_header endpoints_of(const CameraOptions& options) {
 }
 
 usb_redir_device_connect_header device_of(const CameraOptions& options) {
-  const auto product = options.generic_id ? kGenericProductId : static_cast<uint16_t>(options.model->PID);
+  const auto product =
+      options.generic_id ? kGenericProductId : static_cast<uint16_t>(options.model->product_id);
   return {.speed = static_cast<uint8_t>(options.speed == UsbSpeed::kSuper ? usb_redir_speed_super
                                                                           : usb_redir_speed_high),
           .device_class = kVendorSpecific,

@@ -1,18 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <memory>
 #include <numeric>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include "core/model_table.h"
+#include "device/conf_file.h"
 #include "device/simulated_camera.h"
 #include "kxcam/kxcam.h"
 #include "usbfs/virtual_bus.h"
@@ -23,19 +20,12 @@ namespace kxcam {
 /// every camera is closed and no device node may be left open.
 class CameraBus : public ::testing::Test {
  protected:
-  CameraBus() {
-    std::ofstream file(conf_);
-    file << "<VPD>\n" << std::hex << "a7b7 3ff0 generic\n";
-    for (const CameraModel& model : model_table) file << "a7b7 " << model.PID << " camera\n";
-    file << "</VPD>\n";
-    setenv("KXUSB_CONF", conf_.c_str(), 1);
-  }
+  CameraBus() { setenv("KXUSB_CONF", conf_.path().c_str(), 1); }
 
   ~CameraBus() override {
     for (int camera = 0; camera < 4; ++camera) CameraFree(camera);
     EXPECT_EQ(bus_.open_nodes(), 0U);
     bus_.unplug_all();
-    std::remove(conf_.c_str());
   }
   CameraBus(const CameraBus&) = delete;
   CameraBus& operator=(const CameraBus&) = delete;
@@ -102,7 +92,7 @@ class CameraBus : public ::testing::Test {
   }
 
   kxsim::VirtualBus& bus_ = kxsim::VirtualBus::instance();
-  std::string conf_ = ::testing::TempDir() + "kxusb-" + std::to_string(getpid()) + ".conf";
+  kxsim::TemporaryConfFile conf_;
 };
 
 }  // namespace kxcam

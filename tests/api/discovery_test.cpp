@@ -96,7 +96,7 @@ TEST_F(Discovery, SaysWhyThereIsNoCamera) {
   EXPECT_EQ(CameraGetCount(&count), 0U);
   EXPECT_EQ(count, 0);
   camera->clear_faults();
-  std::remove(conf_.c_str());
+  setenv("KXUSB_CONF", "/nonexistent/kxusb.conf", 1);
   EXPECT_EQ(CameraGetCount(&count), 0U);
   EXPECT_EQ(count, 0);
   EXPECT_EQ(CameraGetName(0, nullptr, nullptr), 1U);

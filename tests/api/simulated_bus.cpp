@@ -2,30 +2,22 @@
 #include "simulated_bus.h"
 
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <memory>
-#include <string>
+#include <optional>
 
-#include <unistd.h>
-
-#include "device/descriptors.h"
+#include "device/conf_file.h"
 #include "device/simulated_camera.h"
 #include "usbfs/virtual_bus.h"
 
 namespace {
 
-std::filesystem::path conf_path() {
-  return std::filesystem::temp_directory_path() / ("kxusb-" + std::to_string(getpid()) + ".conf");
-}
+std::optional<kxsim::TemporaryConfFile> conf;
 
 }  // namespace
 
 void plug_in_camera(const char* options) {
   const auto description = kxsim::parse_camera_options(options);
-  std::ofstream(conf_path()) << std::hex << "<VPD>\n"
-                             << kxsim::kVendorId << ' ' << description.model->PID << " camera\n</VPD>\n";
-  setenv("KXUSB_CONF", conf_path().c_str(), 1);
+  setenv("KXUSB_CONF", conf.emplace().path().c_str(), 1);
   kxsim::VirtualBus::instance().plug(std::make_shared<kxsim::SimulatedCamera>(description));
 }
 
@@ -33,6 +25,6 @@ int unplug_cameras() {
   auto& bus = kxsim::VirtualBus::instance();
   const size_t open = bus.open_nodes();
   bus.unplug_all();
-  std::filesystem::remove(conf_path());
+  conf.reset();
   return static_cast<int>(open);
 }

@@ -3,12 +3,8 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
 #include <set>
 #include <stdexcept>
-
-#include <unistd.h>
 
 #include "core/contexts.h"
 #include "core/sensor_family.h"
@@ -20,17 +16,6 @@ namespace kxcam {
 namespace {
 
 constexpr int kCamera = 0;
-
-/// The library keeps the rows of every enumeration of a process, up to 99: each call lists the same ones.
-void configure() {
-  const auto path = std::filesystem::temp_directory_path() / ("exposure_run." + std::to_string(getpid()));
-  std::ofstream file(path);
-  file << "<VPD>\n" << std::hex;
-  for (const CameraModel& model : model_table) file << "a7b7 " << model.PID << " camera\n";
-  file << "</VPD>\n";
-  file.close();
-  setenv("KXUSB_CONF", path.c_str(), 1);
-}
 
 void must(uint32_t result, const char* what) {
   if (result == 0) return;
@@ -67,8 +52,8 @@ void PrintTo(const CameraModel* model, std::ostream* out) {
 }
 
 ExposureRun::ExposureRun(const CameraModel& model, const Options& options) {
-  configure();
-  kxsim::CameraOptions device(model);
+  setenv("KXUSB_CONF", conf_.path().c_str(), 1);
+  kxsim::CameraOptions device(model.PID);
   device.frame_rate = 0;
   device.noise = false;
   camera_ = std::make_shared<kxsim::SimulatedCamera>(device);
@@ -98,7 +83,6 @@ ExposureRun::~ExposureRun() {
   context_.reset();
   CameraFree(kCamera);
   kxsim::VirtualBus::instance().unplug(*camera_);
-  std::filesystem::remove(getenv("KXUSB_CONF"));
 }
 
 void ExposureRun::set_level(double level) {

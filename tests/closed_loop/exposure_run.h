@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "core/camera_context.h"
+#include "device/conf_file.h"
 #include "device/simulated_camera.h"
 
 namespace kxcam {
@@ -58,6 +59,7 @@ class ExposureRun {
   kxsim::SimulatedCamera& camera() const { return *camera_; }
 
  private:
+  kxsim::TemporaryConfFile conf_;
   int mains_hz_ = 0;
   kxsim::Lighting lighting_;
   double white_at_level_1_ = 1;

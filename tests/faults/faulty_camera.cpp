@@ -6,14 +6,11 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <span>
 #include <thread>
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include "device/descriptors.h"
 #include "kxcam/kxcam.h"
 
 namespace kxcam::faults {
@@ -84,12 +81,9 @@ bool eventually(Condition holds) {
 }  // namespace
 
 FaultyCamera::FaultyCamera(const std::string& description)
-    : conf_(testing::TempDir() + "faults-" + std::to_string(getpid()) + ".conf"),
-      device_(std::make_shared<kxsim::SimulatedCamera>(kxsim::parse_camera_options(description))),
+    : device_(std::make_shared<kxsim::SimulatedCamera>(kxsim::parse_camera_options(description))),
       factory_settings_(stored()) {
-  std::ofstream(conf_) << std::hex << "<VPD>\n"
-                       << kxsim::kVendorId << ' ' << device_->model().PID << " camera\n</VPD>\n";
-  setenv("KXUSB_CONF", conf_.c_str(), 1);
+  setenv("KXUSB_CONF", conf_.path().c_str(), 1);
   device_->set_frame_source(fill);
   bus_.plug(device_);
   CameraInit(kCamera);
@@ -101,7 +95,6 @@ FaultyCamera::FaultyCamera(const std::string& description)
 FaultyCamera::~FaultyCamera() {
   close();
   bus_.unplug_all();
-  std::filesystem::remove(conf_);
 }
 
 void FaultyCamera::pull() {

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "device/conf_file.h"
 #include "device/simulated_camera.h"
 #include "usbfs/virtual_bus.h"
 
@@ -52,7 +53,7 @@ class FaultyCamera {
   void program_factory_settings();
 
   kxsim::VirtualBus& bus_ = kxsim::VirtualBus::instance();
-  std::string conf_;
+  kxsim::TemporaryConfFile conf_;
   std::shared_ptr<kxsim::SimulatedCamera> device_;
   std::vector<uint8_t> factory_settings_;
   size_t threads_when_closed_ = 0;  ///< libusb's and the simulated camera's; 0 until they are known

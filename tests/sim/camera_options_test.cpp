@@ -26,15 +26,15 @@ std::string complaint(std::string_view text) {
 }
 
 TEST(CameraOptions, ModelsAreFoundByIdAndByName) {
-  for (const auto& row : kxcam::model_table) {
+  for (const auto& row : all_models()) {
     char id[8];
-    std::snprintf(id, sizeof id, "%04x", row.PID);
+    std::snprintf(id, sizeof id, "%04x", row.product_id);
     EXPECT_EQ(&find_model_by_text(id), &row) << id;
-    EXPECT_STREQ(find_model_by_text(row.MODEL).MODEL, row.MODEL);
+    EXPECT_STREQ(find_model_by_text(row.name).name, row.name);
   }
-  EXPECT_EQ(find_model_by_text("5MP-C").PID, 0x3500U) << "the newer family goes first";
-  EXPECT_EQ(find_model_by_text("Model 3.6MP-C").PID, 0x0400U) << "a name of the older family alone";
-  EXPECT_EQ(find_model_by_text("0x392b").PID, 0x392BU);
+  EXPECT_EQ(find_model_by_text("5MP-C").product_id, 0x3500U) << "the newer family goes first";
+  EXPECT_EQ(find_model_by_text("Model 3.6MP-C").product_id, 0x0400U) << "a name of the older family alone";
+  EXPECT_EQ(find_model_by_text("0x392b").product_id, 0x392BU);
 }
 
 TEST(CameraOptions, DefaultsFollowTheFamily) {

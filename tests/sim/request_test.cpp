@@ -30,12 +30,12 @@ std::vector<uint8_t> words(std::initializer_list<int> list) {
 }
 
 TEST(Requests, DescriptorsTellFamilyAndSpeed) {
-  for (const auto& model : kxcam::model_table) {
+  for (const auto& model : all_models()) {
     const CameraOptions options(model);
     const auto device = device_descriptor(options);
     ASSERT_EQ(device.size(), 18U);
     EXPECT_EQ(device[8] | device[9] << 8, 0xA7B7);
-    EXPECT_EQ(device[10] | device[11] << 8, static_cast<int>(model.PID));
+    EXPECT_EQ(device[10] | device[11] << 8, static_cast<int>(model.product_id));
     const auto configuration = configuration_descriptor(options);
     ASSERT_EQ(configuration[2], configuration.size());
     EXPECT_EQ(configuration[20], model.newer_bridge() ? 0x81 : 0x82);
@@ -122,13 +122,13 @@ TEST(Requests, GpioLatchesLinesButNotTheTriggerPulse) {
 }
 
 TEST(Requests, ResolutionsOfEveryModel) {
-  for (const auto& model : kxcam::model_table) {
-    SCOPED_TRACE(model.PID);
+  for (const auto& model : all_models()) {
+    SCOPED_TRACE(model.product_id);
     char id[8];
-    std::snprintf(id, sizeof id, "%04x", model.PID);
+    std::snprintf(id, sizeof id, "%04x", model.product_id);
     Host host(id);
-    const auto [width, height] = model.SENSOR_ARRAY;
-    const int depth = model.PID == 0x369B ? 2 : 1;
+    const auto [width, height] = std::pair(model.width, model.height);
+    const int depth = model.product_id == 0x369B ? 2 : 1;
     EXPECT_THAT(host.ask(kResolutionQuery, 1), bytes({3}));
     EXPECT_EQ(host.ask(kResolutionQuery, 2), words({width, height}));
     EXPECT_EQ(host.ask(kResolutionQuery, 3, 0), words({width, height, depth}));

@@ -10,7 +10,7 @@
 #include <gtest/gtest.h>
 #include <sys/wait.h>
 
-#include "core/model_table.h"
+#include "device/model.h"
 
 namespace {
 
@@ -71,9 +71,9 @@ TEST_F(KxsimRun, TheConfigurationListsAllIdsAndGoesAway) {
   const auto shown = kxsim("run -- sh -c 'echo $KXUSB_CONF; cat $KXUSB_CONF'");
   const auto name = shown.output.substr(0, shown.output.find('\n'));
   EXPECT_EQ(lines(shown.output), 1 + 3 + 83U);
-  for (const auto& model : kxcam::model_table) {
+  for (const auto& model : kxsim::all_models()) {
     char row[32];
-    std::snprintf(row, sizeof row, "\na7b7 %04x ", model.PID);
+    std::snprintf(row, sizeof row, "\na7b7 %04x ", model.product_id);
     EXPECT_THAT(shown.output, HasSubstr(row));
   }
   EXPECT_THAT(shown.output, AllOf(HasSubstr("\na7b7 3ff0 "), HasSubstr("<VPD>\n"), HasSubstr("</VPD>\n")));
@@ -153,12 +153,12 @@ TEST(Kxsim, ServedCamerasTakeCommands) {
 TEST(Kxsim, ModelsAndVersion) {
   const auto table = kxsim("models");
   EXPECT_EQ(table.status, 0);
-  EXPECT_EQ(lines(table.output), 1 + kxcam::model_table.size());
+  EXPECT_EQ(lines(table.output), 1 + kxsim::all_models().size());
   EXPECT_THAT(table.output, HasSubstr("0x392B  Model 19.9MP-M      5472x3648  MONO8   newer\n"));
   const auto json = kxsim("models --json");
-  for (const auto& model : kxcam::model_table) {
+  for (const auto& model : kxsim::all_models()) {
     char id[32];
-    std::snprintf(id, sizeof id, "\"product_id\": \"0x%04X\"", model.PID);
+    std::snprintf(id, sizeof id, "\"product_id\": \"0x%04X\"", model.product_id);
     EXPECT_THAT(json.output, HasSubstr(id));
   }
   EXPECT_THAT(kxsim("--version").output, testing::StartsWith("kxsim "));

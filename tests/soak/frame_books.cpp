@@ -32,16 +32,6 @@ HostBook read_book(FrameRing& ring) {
           .waiting = static_cast<uint64_t>(ring.waiting())};
 }
 
-DeviceBook& DeviceBook::operator+=(const DeviceBook& other) {
-  made += other.made;
-  sent += other.sent;
-  unended += other.unended;
-  withdrawn += other.withdrawn;
-  stale += other.stale;
-  lost += other.lost;
-  return *this;
-}
-
 DeviceBook read_book(const kxsim::CameraCounters& counters) {
   // A frame without an end ends with the read, if that is given up with part of it.
   return {.made = counters.frames_made,

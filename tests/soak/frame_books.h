@@ -36,7 +36,6 @@ struct DeviceBook {
   uint64_t stale = 0;
   uint64_t lost = 0;  ///< because the host did not read; the stale ones among them
 
-  DeviceBook& operator+=(const DeviceBook& other);
   bool operator==(const DeviceBook&) const = default;
 };
 

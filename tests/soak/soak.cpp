@@ -4,12 +4,10 @@
 #include <algorithm>
 #include <array>
 #include <cstdlib>
-#include <fstream>
 #include <stdexcept>
 #include <string>
 
 #include <fmt/format.h>
-#include <unistd.h>
 
 #include "controls.h"
 #include "kxcam/kxcam.h"
@@ -34,16 +32,11 @@ constexpr int kLongLookMs = 10'000;
 /// bits.
 constexpr std::array kDescriptions = {"003B,fps=150", "3A00,fps=60", "369B,fps=200"};
 
-std::filesystem::path configuration_path() {
-  return std::filesystem::temp_directory_path() / fmt::format("kxcam_soak.{}.conf", getpid());
-}
-
 }  // namespace
 
-Soak::Soak(const SoakOptions& options)
-    : options_(options), configuration_(configuration_path()), stage_(options.slowness) {
+Soak::Soak(const SoakOptions& options) : options_(options), stage_(options.slowness) {
   report_.seed = options.seed;
-  configure();
+  setenv("KXUSB_CONF", configuration_.path().c_str(), 1);
   plug_in();
   open_all();
   store_settings();
@@ -54,16 +47,6 @@ Soak::~Soak() {
   for (size_t index = 0; index < stage_.at_index.size(); ++index) CameraFree(static_cast<int>(index));
   contexts_.clear();
   VirtualBus::instance().unplug_all();
-  std::filesystem::remove(configuration_);
-}
-
-void Soak::configure() {
-  std::ofstream file(configuration_);
-  file << "<VPD>\n" << std::hex;
-  for (const CameraModel& model : model_table) file << "a7b7 " << model.PID << " camera\n";
-  file << "</VPD>\n";
-  file.close();
-  setenv("KXUSB_CONF", configuration_.c_str(), 1);
 }
 
 void Soak::plug_in() {
@@ -172,7 +155,7 @@ void Soak::end_calm() {
 std::vector<CameraBooks> Soak::read_books() {
   std::vector<CameraBooks> books;
   for (const auto& camera : stage_.cameras) {
-    CameraBooks book{.model = camera->model().MODEL,
+    CameraBooks book{.model = camera->model().name,
                      .host = camera->closed_book,
                      .device = read_book(camera->device()->counters())};
     const auto at = std::ranges::find(stage_.at_index, camera.get());

@@ -4,13 +4,13 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <filesystem>
 #include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
 #include "core/contexts.h"
+#include "device/conf_file.h"
 #include "pictures.h"
 #include "report.h"
 #include "stage.h"
@@ -43,7 +43,6 @@ class Soak {
  private:
   using Clock = std::chrono::steady_clock;
 
-  void configure();
   void plug_in();
   void store_settings();
   void start_threads();
@@ -65,7 +64,7 @@ class Soak {
 
   const SoakOptions options_;
   const Clock::time_point start_ = Clock::now();
-  const std::filesystem::path configuration_;
+  const kxsim::TemporaryConfFile configuration_;
   Stage stage_;
   Report report_;
   std::vector<ContextRef> contexts_;  // by index

@@ -20,7 +20,7 @@ class SoakCamera {
   SoakCamera(uint32_t number, const std::string& description);
 
   uint32_t number() const { return number_; }
-  const CameraModel& model() const { return device_->model(); }
+  const kxsim::Model& model() const { return device_->model(); }
   const std::shared_ptr<kxsim::SimulatedCamera>& device() const { return device_; }
 
   /// A query of this camera has succeeded.

@@ -62,7 +62,7 @@ class VirtualCamera : public EepromTest {
 };
 
 TEST_F(VirtualCamera, WithoutARecordIsNeutralButForItsBlackLevel) {
-  std::remove(conf_.c_str());
+  setenv("KXUSB_CONF", "/nonexistent/kxusb.conf", 1);
   ASSERT_EQ(CameraInitVirtual(kVirtual, 0x3500, nullptr), 0U) << "needs no configuration file";
   EXPECT_EQ(real(CameraGetGamma), 1.0);
   EXPECT_EQ(real(CameraGetSaturation), 1.0);
@@ -158,8 +158,8 @@ TEST_F(VirtualCamera, MakesThePicturesThatACameraMakes) {
     SCOPED_TRACE(model);
     const auto camera = plug(std::string(model) + ",fps=0");
     const auto& row = camera->model();
-    const int width = row.SENSOR_ARRAY.width;
-    const int height = row.SENSOR_ARRAY.height;
+    const int width = row.width;
+    const int height = row.height;
     camera->set_frame_source(
         [](const kxsim::FrameRequest&, std::span<uint8_t> out) { fill_numbered(7, out); });
     ASSERT_EQ(CameraInit(0), 0U);
@@ -177,7 +177,7 @@ TEST_F(VirtualCamera, MakesThePicturesThatACameraMakes) {
                             .enhancement = 1,
                             .fpn = 1,
                             .denoise = 1};
-    ASSERT_EQ(CameraInitVirtual(kVirtual, static_cast<int>(row.PID), &param), 0U);
+    ASSERT_EQ(CameraInitVirtual(kVirtual, static_cast<int>(row.product_id), &param), 0U);
     for (const int index : {0, kVirtual}) {
       EXPECT_TRUE(set_ccm(index, param.ccm));
       CameraSetGamma(index, param.gamma);
@@ -191,7 +191,7 @@ TEST_F(VirtualCamera, MakesThePicturesThatACameraMakes) {
     CameraSetMirrorX(0, true);
     CameraSetFPN(0, true);
     CameraSetDenoise(0, true);
-    const auto raw = numbered(7, static_cast<size_t>(row.SENSOR_ARRAY.pixels()));
+    const auto raw = numbered(7, static_cast<size_t>(width) * static_cast<size_t>(height));
     for (const int format :
          {KXCAM_FORMAT_COLOR + 0, KXCAM_FORMAT_COLOR | KXCAM_FORMAT_BGR | KXCAM_FORMAT_32BIT,
           KXCAM_FORMAT_GREY + 0}) {

@@ -85,7 +85,7 @@ CameraContext& SensorTest::open(uint32_t mid, uint16_t features) {
 CameraContext& SensorTest::open_model(uint32_t product_id, uint16_t features) {
   close();
   const int row = find_model(product_id);
-  kxsim::CameraOptions options(model_table.at(static_cast<size_t>(row)));
+  kxsim::CameraOptions options(product_id);
   options.firmware = kFirmware;
   options.features = features;
   camera_ = std::make_shared<kxsim::SimulatedCamera>(options);

@@ -19,7 +19,7 @@ class Slope final : public Scene {
   }
 };
 
-inline SensorDescription quiet(int width, int height, kxcam::ColorMode mode) {
+inline SensorDescription quiet(int width, int height, ColorMode mode) {
   return {.width = width, .height = height, .color_mode = mode, .noise = false};
 }
 

@@ -15,7 +15,7 @@ constexpr int kSide = 256;
 constexpr Readout kAll{0, 0, kSide, kSide, 1};
 
 SensorDescription noisy(uint64_t seed) {
-  return {.width = kSide, .height = kSide, .color_mode = kxcam::kMono12, .seed = seed};
+  return {.width = kSide, .height = kSide, .color_mode = ColorMode::kMono12, .seed = seed};
 }
 
 Light grey(float level) {
@@ -147,7 +147,7 @@ TEST(SensorStuckPixels, StayWhereTheyAre) {
 }
 
 TEST(SensorStuckPixels, AreFoundInAnyReadoutAndAreAtMostAllPixels) {
-  SensorDescription description = quiet(32, 24, kxcam::kRGGB);
+  SensorDescription description = quiet(32, 24, ColorMode::kRggb);
   description.dead_pixels = 1'000'000;
   Sensor all_stuck(description, make_uniform(grey(0.5F)));
   EXPECT_EQ(all_stuck.stuck_pixels().size(), 32U * 24U);

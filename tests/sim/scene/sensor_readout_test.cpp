@@ -18,8 +18,8 @@ constexpr int kLowest = std::numeric_limits<int>::min();
 constexpr int kHighest = std::numeric_limits<int>::max();
 
 TEST(SensorReadout, IsAWindowOfTheFullFrame) {
-  for (const kxcam::ColorMode mode : {kxcam::kGRBG, kxcam::kMono8, kxcam::kMono12}) {
-    const bool two_bytes = mode == kxcam::kMono12;
+  for (const ColorMode mode : {ColorMode::kGrbg, ColorMode::kMono8, ColorMode::kMono12}) {
+    const bool two_bytes = mode == ColorMode::kMono12;
     SensorDescription description = quiet(kWidth, kHeight, mode);
     description.fixed_pattern = 0.05;
     Sensor sensor(description, std::make_shared<Slope>());
@@ -41,7 +41,7 @@ TEST(SensorReadout, IsAWindowOfTheFullFrame) {
 }
 
 TEST(SensorReadout, IsDarkOutsideTheSensor) {
-  Sensor sensor(quiet(kWidth, kHeight, kxcam::kMono8), make_uniform({1, 1, 1}));
+  Sensor sensor(quiet(kWidth, kHeight, ColorMode::kMono8), make_uniform({1, 1, 1}));
   const std::vector<int> frame = frame_of(sensor, {-3, -2, kWidth + 8, kHeight + 9, 1});
   for (int y = 0; y < kHeight + 9; ++y) {
     for (int x = 0; x < kWidth + 8; ++x) {
@@ -64,8 +64,8 @@ TEST(SensorReadout, WritesNoFurtherThanItShould) {
     size_t room;
     size_t written;
   };
-  for (const kxcam::ColorMode mode : {kxcam::kRGGB, kxcam::kMono12}) {
-    const size_t size = mode == kxcam::kMono12 ? 2 : 1;
+  for (const ColorMode mode : {ColorMode::kRggb, ColorMode::kMono12}) {
+    const size_t size = mode == ColorMode::kMono12 ? 2 : 1;
     SensorDescription description = quiet(kWidth, kHeight, mode);
     description.dead_pixels = 200;
     Sensor sensor(description, make_uniform({0.9F, 0.9F, 0.9F}));
@@ -88,7 +88,7 @@ TEST(SensorReadout, WritesNoFurtherThanItShould) {
 }
 
 TEST(SensorReadout, TakesAStepBelowOneAsOne) {
-  Sensor sensor(quiet(kWidth, kHeight, kxcam::kBGGR), std::make_shared<Slope>());
+  Sensor sensor(quiet(kWidth, kHeight, ColorMode::kBggr), std::make_shared<Slope>());
   const std::vector<int> frame = frame_of(sensor, {4, 4, 20, 20, 1});
   EXPECT_EQ(frame_of(sensor, {4, 4, 20, 20, 0}), frame);
   EXPECT_EQ(frame_of(sensor, {4, 4, 20, 20, kLowest}), frame);

@@ -18,8 +18,10 @@ namespace {
 using ::testing::Each;
 
 TEST(Sensor, SeesEachColourAtItsSitesOfTheCell) {
-  const std::map<kxcam::ColorMode, std::string> orders = {
-      {kxcam::kRGGB, "RGGB"}, {kxcam::kBGGR, "BGGR"}, {kxcam::kGRBG, "GRBG"}, {kxcam::kGBRG, "GBRG"}};
+  const std::map<ColorMode, std::string> orders = {{ColorMode::kRggb, "RGGB"},
+                                                   {ColorMode::kBggr, "BGGR"},
+                                                   {ColorMode::kGrbg, "GRBG"},
+                                                   {ColorMode::kGbrg, "GBRG"}};
   const std::map<char, Light> lights = {{'R', {1, 0, 0}}, {'G', {0, 1, 0}}, {'B', {0, 0, 1}}};
   for (const auto& [mode, order] : orders) {
     for (const auto& [colour, light] : lights) {
@@ -36,22 +38,22 @@ TEST(Sensor, SeesEachColourAtItsSitesOfTheCell) {
 }
 
 TEST(Sensor, SeesLumaWithoutColourFilters) {
-  const auto level = [](kxcam::ColorMode mode, Light light) {
+  const auto level = [](ColorMode mode, Light light) {
     Sensor sensor(quiet(4, 4, mode), make_uniform(light));
-    const std::vector<int> frame = frame_of(sensor, {0, 0, 4, 4, 1}, {}, 0, mode == kxcam::kMono12);
+    const std::vector<int> frame = frame_of(sensor, {0, 0, 4, 4, 1}, {}, 0, mode == ColorMode::kMono12);
     EXPECT_THAT(frame, Each(frame.front()));
     return frame.front();
   };
-  EXPECT_EQ(level(kxcam::kMono8, {1, 1, 1}), 217);
-  EXPECT_EQ(level(kxcam::kMono8, {1, 0, 0}), 46);
-  EXPECT_EQ(level(kxcam::kMono8, {0, 1, 0}), 155);
-  EXPECT_EQ(level(kxcam::kMono8, {0, 0, 1}), 16);
-  EXPECT_EQ(level(kxcam::kMono12, {1, 1, 1}), 3481);
-  EXPECT_EQ(level(kxcam::kMono12, {9, 9, 9}), 4095);
+  EXPECT_EQ(level(ColorMode::kMono8, {1, 1, 1}), 217);
+  EXPECT_EQ(level(ColorMode::kMono8, {1, 0, 0}), 46);
+  EXPECT_EQ(level(ColorMode::kMono8, {0, 1, 0}), 155);
+  EXPECT_EQ(level(ColorMode::kMono8, {0, 0, 1}), 16);
+  EXPECT_EQ(level(ColorMode::kMono12, {1, 1, 1}), 3481);
+  EXPECT_EQ(level(ColorMode::kMono12, {9, 9, 9}), 4095);
 }
 
 TEST(Sensor, IsLinearUpToSaturation) {
-  Sensor sensor(quiet(4, 4, kxcam::kRGGB), make_uniform({0.2F, 0.2F, 0.2F}));
+  Sensor sensor(quiet(4, 4, ColorMode::kRggb), make_uniform({0.2F, 0.2F, 0.2F}));
   const auto level = [&](double exposure, double gain) {
     return frame_of(sensor, {0, 0, 4, 4, 1}, {exposure, gain}).front();
   };
@@ -71,7 +73,7 @@ TEST(Sensor, IsLinearUpToSaturation) {
 TEST(Sensor, BearsAnyFactorAndLight) {
   constexpr double kInfinity = std::numeric_limits<double>::infinity();
   constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
-  Sensor sensor(quiet(4, 4, kxcam::kRGGB), make_uniform({1, 1, 1}));
+  Sensor sensor(quiet(4, 4, ColorMode::kRggb), make_uniform({1, 1, 1}));
   const auto level = [&](const Exposure& exposure) {
     return frame_of(sensor, {0, 0, 4, 4, 1}, exposure).front();
   };
@@ -87,7 +89,7 @@ TEST(Sensor, BearsAnyFactorAndLight) {
 }
 
 TEST(Sensor, ShowsANewScene) {
-  Sensor sensor(quiet(4, 4, kxcam::kRGGB), make_uniform({1, 1, 1}));
+  Sensor sensor(quiet(4, 4, ColorMode::kRggb), make_uniform({1, 1, 1}));
   EXPECT_EQ(frame_of(sensor, {0, 0, 4, 4, 1}).back(), 217);
   sensor.set_scene(make_uniform({0.5F, 0.5F, 0.5F}));
   EXPECT_EQ(frame_of(sensor, {0, 0, 4, 4, 1}).back(), 108);
@@ -95,10 +97,10 @@ TEST(Sensor, ShowsANewScene) {
 
 TEST(Sensor, RefusesWhatCannotBeBuilt) {
   const auto scene = make_uniform({1, 1, 1});
-  EXPECT_THROW(Sensor(quiet(0, 4, kxcam::kRGGB), scene), std::invalid_argument);
-  EXPECT_THROW(Sensor(quiet(4, -4, kxcam::kRGGB), scene), std::invalid_argument);
-  EXPECT_THROW(Sensor(quiet(100'000, 4, kxcam::kRGGB), scene), std::invalid_argument);
-  EXPECT_THROW(Sensor(quiet(4, 4, kxcam::kRGGB), nullptr), std::invalid_argument);
+  EXPECT_THROW(Sensor(quiet(0, 4, ColorMode::kRggb), scene), std::invalid_argument);
+  EXPECT_THROW(Sensor(quiet(4, -4, ColorMode::kRggb), scene), std::invalid_argument);
+  EXPECT_THROW(Sensor(quiet(100'000, 4, ColorMode::kRggb), scene), std::invalid_argument);
+  EXPECT_THROW(Sensor(quiet(4, 4, ColorMode::kRggb), nullptr), std::invalid_argument);
 }
 
 }  // namespace

@@ -1,17 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "kxsim/conf_file.h"
+#include "device/conf_file.h"
 
 #include <cstdlib>
 #include <fstream>
+#include <iomanip>
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <system_error>
 
-#include <fmt/format.h>
 #include <unistd.h>
 
-#include "core/model_table.h"
 #include "device/descriptors.h"
+#include "device/model.h"
 
 namespace kxsim {
 namespace {
@@ -21,14 +22,14 @@ std::string_view one_word(std::string_view name) {
   return name.substr(name.find(' ') + 1);
 }
 
-std::string all_ids() {
-  std::string text = "# Every simulated camera model, written by kxsim.\n<VPD>\n";
-  const auto add = [&text](uint32_t product, std::string_view description) {
-    text += fmt::format("{:04x} {:04x} {}\n", kVendorId, product, description);
+std::ostream& write_all_ids(std::ostream& out) {
+  out << "# Every simulated camera model, written by kxsim.\n<VPD>\n" << std::hex << std::setfill('0');
+  const auto add = [&out](uint32_t product, std::string_view description) {
+    out << std::setw(4) << kVendorId << ' ' << std::setw(4) << product << ' ' << description << '\n';
   };
-  for (const auto& row : kxcam::model_table) add(row.PID, one_word(row.MODEL));
+  for (const auto& row : all_models()) add(row.product_id, one_word(row.name));
   add(kGenericProductId, "generic");
-  return text + "</VPD>\n";
+  return out << "</VPD>\n";
 }
 
 }  // namespace
@@ -40,7 +41,7 @@ TemporaryConfFile::TemporaryConfFile() {
   close(descriptor);
   path_ = name;
   std::ofstream file(path_);
-  if (!(file << all_ids()).flush()) {
+  if (!write_all_ids(file).flush()) {
     std::error_code ignored;
     std::filesystem::remove(path_, ignored);
     throw std::runtime_error("cannot write " + name);
