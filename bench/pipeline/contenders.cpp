@@ -13,8 +13,8 @@
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
-#include "core/model_table.h"
-#include "isp/correction_settings.h"
+#include "core/picture/correction_settings.h"
+#include "core/registry/model_table.h"
 #include "isp/develop.h"
 #include "isp/raw_corrections.h"
 #include "kxcam/kxcam.h"

@@ -6,7 +6,7 @@
 #include <cstddef>
 #include <random>
 
-#include "core/model_table.h"
+#include "core/registry/model_table.h"
 #include "scene/scene.h"
 #include "scene/sensor.h"
 

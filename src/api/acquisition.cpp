@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "api/boundary.h"
-#include "core/image_query.h"
-#include "core/video.h"
-#include "isp/interpolation.h"
-#include "isp/isp.h"
+#include "core/acquisition/image_query.h"
+#include "core/acquisition/video.h"
+#include "core/picture/correction_settings.h"
+#include "core/picture/isp.h"
 
 using namespace kxcam;
 

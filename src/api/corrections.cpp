@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "api/boundary.h"
-#include "isp/correction_settings.h"
+#include "core/picture/correction_settings.h"
 
 using namespace kxcam;
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/discovery.h"
+#include "core/registry/discovery.h"
 
 #include "api/boundary.h"
-#include "core/last_error.h"
+#include "usb/last_error.h"
 
 using namespace kxcam;
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/exposure.h"
+#include "core/control/exposure.h"
 
 #include "api/boundary.h"
-#include "core/auto_exposure_settings.h"
-#include "core/gain.h"
+#include "core/control/auto_exposure.h"
+#include "core/control/gain.h"
 
 using namespace kxcam;
 

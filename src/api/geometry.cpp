@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "api/boundary.h"
-#include "core/exposure.h"
-#include "core/image_size.h"
-#include "core/line_scan.h"
-#include "core/orientation.h"
-#include "core/resolution.h"
-#include "core/roi.h"
+#include "core/acquisition/image_size.h"
+#include "core/acquisition/line_scan.h"
+#include "core/acquisition/orientation.h"
+#include "core/acquisition/readout.h"
+#include "core/control/exposure.h"
 
 using namespace kxcam;
 

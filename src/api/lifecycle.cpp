@@ -1,16 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "api/boundary.h"
-#include "core/camera_close.h"
-#include "core/camera_open.h"
-#include "core/dead_pixel_store.h"
-#include "core/open_flags.h"
-#include "core/parameter_sets.h"
-#include "core/reconnect.h"
-#include "core/resolution.h"
-#include "core/stored_geometry.h"
-#include "core/timing.h"
-#include "core/video.h"
-#include "isp/virtual_camera.h"
+#include "core/acquisition/readout.h"
+#include "core/acquisition/video.h"
+#include "core/persistence/dead_pixel_store.h"
+#include "core/persistence/parameter_sets.h"
+#include "core/persistence/properties.h"
+#include "core/picture/virtual_camera.h"
+#include "core/registry/camera_context.h"
+#include "core/registry/camera_open.h"
+#include "core/registry/reconnect.h"
+#include "sync/clock.h"
 
 using namespace kxcam;
 

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "api/boundary.h"
-#include "core/camera_parameter.h"
-#include "core/identity.h"
-#include "core/parameter_sets.h"
-#include "core/user_data.h"
+#include "core/persistence/identity.h"
+#include "core/persistence/parameter_sets.h"
+#include "core/registry/camera_parameter.h"
 
 using namespace kxcam;
 

@@ -1,10 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "api/boundary.h"
-#include "core/delay.h"
-#include "core/frame_rate.h"
-#include "core/global_reset.h"
-#include "core/high_speed.h"
-#include "core/video.h"
+#include "core/acquisition/video.h"
+#include "core/control/frame_timing.h"
 
 using namespace kxcam;
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "api/boundary.h"
-#include "isp/tone_settings.h"
+#include "core/picture/tone_settings.h"
 
 using namespace kxcam;
 

@@ -1,10 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/trigger.h"
+#include "core/control/trigger.h"
 
 #include "api/boundary.h"
-#include "core/snap_mode.h"
-#include "core/strobe.h"
-#include "core/trigger_unit.h"
+#include "core/control/trigger_unit.h"
 
 using namespace kxcam;
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "core/model_table.h"
+#include "core/registry/model_table.h"
 
 namespace kxcam {
 

@@ -5,7 +5,7 @@
 #include <span>
 #include <vector>
 
-#include "core/model_table.h"
+#include "core/registry/model_table.h"
 #include "isp/image_view.h"
 
 namespace kxcam {

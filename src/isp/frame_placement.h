@@ -3,8 +3,8 @@
 
 #include <cstdint>
 
-#include "core/camera_parameter.h"
-#include "core/model_table.h"
+#include "core/registry/camera_parameter.h"
+#include "core/registry/model_table.h"
 
 namespace kxcam {
 

@@ -3,7 +3,7 @@
 
 #include <cstdlib>
 
-#include "core/isp_flags.h"
+#include "core/registry/camera_parameter.h"
 
 namespace kxcam {
 

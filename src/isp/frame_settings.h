@@ -3,9 +3,9 @@
 
 #include <memory>
 
-#include "core/camera_context.h"
-#include "core/index_map.h"
+#include "core/registry/camera_context.h"
 #include "isp/color_matrix.h"
+#include "isp/index_map.h"
 #include "isp/tone_curves.h"
 
 namespace kxcam {

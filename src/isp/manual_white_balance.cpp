@@ -2,9 +2,9 @@
 #include <algorithm>
 #include <cstdint>
 
+#include "core/picture/white_balance_settings.h"
 #include "isp/bayer_cell.h"
 #include "isp/white_balance.h"
-#include "isp/white_balance_gains.h"
 
 namespace kxcam {
 namespace {

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "core/index_map.h"
+#include "isp/index_map.h"
 
 namespace kxcam {
 

@@ -2,10 +2,10 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "core/picture/white_balance_settings.h"
 #include "isp/bayer_cell.h"
 #include "isp/product_tables.h"
 #include "isp/white_balance.h"
-#include "isp/white_balance_gains.h"
 
 namespace kxcam {
 namespace {

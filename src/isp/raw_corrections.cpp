@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "isp/raw_corrections.h"
 
-#include "core/isp_flags.h"
+#include "core/registry/camera_parameter.h"
 #include "isp/despeckle.h"
 #include "isp/kernels/fast_corrections.h"
 #include "isp/kernels/level_kernels.h"

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "core/camera_context.h"
+#include "core/registry/camera_context.h"
 #include "isp/frame_placement.h"
 #include "isp/image_view.h"
 #include "isp/kernels/cpu_level.h"

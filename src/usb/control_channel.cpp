@@ -3,13 +3,13 @@
 
 #include <mutex>
 
-#include "core/contexts.h"
-#include "core/feature_bits.h"
-#include "core/isp_flags.h"
-#include "core/last_error.h"
-#include "core/sensor_family.h"
-#include "core/timing.h"
+#include "core/registry/camera_context.h"
+#include "core/registry/camera_parameter.h"
+#include "core/registry/contexts.h"
+#include "core/sensors/sensor_family.h"
+#include "sync/clock.h"
 #include "usb/kxusb.h"
+#include "usb/last_error.h"
 
 namespace kxcam {
 

@@ -6,7 +6,7 @@
 #include <cstring>
 #include <memory>
 
-#include "core/timing.h"
+#include "sync/clock.h"
 #include "usb/kxusb.h"
 
 namespace kxcam {

@@ -6,8 +6,8 @@
 #include <set>
 #include <stdexcept>
 
-#include "core/contexts.h"
-#include "core/sensor_family.h"
+#include "core/registry/contexts.h"
+#include "core/sensors/sensor_family.h"
 #include "kxcam/kxcam.h"
 #include "usbfs/virtual_bus.h"
 

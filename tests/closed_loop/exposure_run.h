@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "core/camera_context.h"
+#include "core/registry/camera_context.h"
 #include "device/conf_file.h"
 #include "device/simulated_camera.h"
 

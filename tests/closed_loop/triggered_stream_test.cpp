@@ -8,8 +8,8 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include "core/model_table.h"
-#include "core/sensor_family.h"
+#include "core/registry/model_table.h"
+#include "core/sensors/sensor_family.h"
 #include "exposure_run.h"
 #include "kxcam/kxcam.h"
 

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/dead_pixel_store.h"
+#include "core/persistence/dead_pixel_store.h"
 
 #include <array>
 
 #include <gmock/gmock.h>
 
 #include "../api/camera_bus.h"
-#include "core/contexts.h"
+#include "core/registry/contexts.h"
 
 namespace kxcam {
 namespace {

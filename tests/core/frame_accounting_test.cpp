@@ -6,9 +6,9 @@
 #include <gtest/gtest.h>
 
 #include "camera_bus.h"
-#include "core/contexts.h"
-#include "core/frame_counters.h"
-#include "core/timing.h"
+#include "core/acquisition/frame_ring.h"
+#include "core/registry/contexts.h"
+#include "sync/clock.h"
 
 namespace kxcam {
 namespace {

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/frame_ring.h"
+#include "core/acquisition/frame_ring.h"
 
 #include <thread>
 
 #include <gtest/gtest.h>
 #include <sys/prctl.h>
 
-#include "core/timing.h"
+#include "sync/clock.h"
 
 namespace kxcam {
 namespace {

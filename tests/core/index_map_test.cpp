@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/index_map.h"
+#include "isp/index_map.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/model_table.h"
+#include "core/registry/model_table.h"
 
 #include <set>
 #include <string>

@@ -1,11 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/roi.h"
-
 #include <climits>
 
 #include <gtest/gtest.h>
 
-#include "core/isp_flags.h"
+#include "core/acquisition/readout.h"
+#include "core/registry/camera_parameter.h"
 
 namespace kxcam {
 namespace {

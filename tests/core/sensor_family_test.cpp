@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/sensor_family.h"
+#include "core/sensors/sensor_family.h"
 
 #include <gtest/gtest.h>
 
-#include "core/model_table.h"
+#include "core/registry/model_table.h"
 
 namespace kxcam {
 namespace {

@@ -6,7 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/frame_ring.h"
+#include "core/acquisition/frame_ring.h"
 #include "kxcam/kxcam.h"
 
 namespace kxcam::faults {

@@ -5,9 +5,9 @@
 #include <sstream>
 
 #include "camera_calls.h"
-#include "core/contexts.h"
-#include "core/discovery.h"
-#include "core/model_table.h"
+#include "core/registry/contexts.h"
+#include "core/registry/discovery.h"
+#include "core/registry/model_table.h"
 #include "kxcam/kxcam.h"
 #include "memory_file.h"
 #include "require.h"

@@ -6,13 +6,13 @@
 #include <vector>
 
 #include "any_value.h"
-#include "core/dead_pixel_store.h"
-#include "core/discovery.h"
-#include "core/firmware.h"
-#include "core/identity.h"
-#include "core/line_timing.h"
-#include "core/properties.h"
-#include "isp/correction_settings.h"
+#include "core/control/exposure.h"
+#include "core/persistence/dead_pixel_store.h"
+#include "core/persistence/flash_tables.h"
+#include "core/persistence/identity.h"
+#include "core/persistence/properties.h"
+#include "core/picture/correction_settings.h"
+#include "core/registry/discovery.h"
 #include "isp/dead_pixels.h"
 #include "usb/control_channel.h"
 

@@ -6,7 +6,7 @@
 #include <memory>
 #include <vector>
 
-#include "core/model_table.h"
+#include "core/registry/model_table.h"
 #include "input.h"
 #include "isp/develop.h"
 #include "isp/raw_corrections.h"

@@ -5,8 +5,8 @@
 #include <string>
 #include <vector>
 
-#include "core/discovery.h"
-#include "core/eeprom_map.h"
+#include "core/persistence/eeprom.h"
+#include "core/registry/discovery.h"
 
 namespace kxcam {
 namespace {

@@ -8,7 +8,7 @@
 
 #include <libusb.h>
 
-#include "core/model_table.h"
+#include "core/registry/model_table.h"
 #include "input.h"
 
 namespace kxcam {

@@ -7,9 +7,9 @@
 #include <utility>
 #include <vector>
 
-#include "core/contexts.h"
-#include "core/image_size.h"
-#include "core/orientation.h"
+#include "core/acquisition/image_size.h"
+#include "core/acquisition/orientation.h"
+#include "core/registry/contexts.h"
 #include "input.h"
 #include "isp/develop.h"
 #include "isp/frame_settings.h"

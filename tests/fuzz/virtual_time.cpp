@@ -14,8 +14,8 @@
 #include <sanitizer/common_interface_defs.h>
 #include <ucontext.h>
 
-#include "core/camera_context.h"
-#include "core/frame_reader.h"
+#include "core/acquisition/frame_reader.h"
+#include "core/registry/camera_context.h"
 #include "require.h"
 
 namespace kxcam {

@@ -6,8 +6,8 @@
 #include <gtest/gtest.h>
 
 #include "calls.h"
-#include "core/contexts.h"
-#include "core/model_table.h"
+#include "core/registry/contexts.h"
+#include "core/registry/model_table.h"
 
 namespace kxcam::test {
 

@@ -5,13 +5,13 @@
 #include <thread>
 
 #include "context_fixture.h"
-#include "core/isp_flags.h"
+#include "core/picture/correction_settings.h"
+#include "core/picture/isp.h"
+#include "core/picture/white_balance_settings.h"
+#include "core/registry/camera_parameter.h"
 #include "frame_fixture.h"
-#include "isp/correction_settings.h"
 #include "isp/demosaic.h"
 #include "isp/despeckle.h"
-#include "isp/isp.h"
-#include "isp/white_balance_settings.h"
 
 namespace kxcam::test {
 namespace {

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "isp/correction_settings.h"
+#include "core/picture/correction_settings.h"
 
 #include <array>
 #include <cmath>
@@ -7,8 +7,8 @@
 #include <gmock/gmock.h>
 
 #include "context_fixture.h"
-#include "core/isp_flags.h"
-#include "isp/white_balance_settings.h"
+#include "core/picture/white_balance_settings.h"
+#include "core/registry/camera_parameter.h"
 
 namespace kxcam::test {
 namespace {

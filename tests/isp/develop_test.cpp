@@ -10,7 +10,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/model_table.h"
+#include "core/registry/model_table.h"
 #include "frame_fixture.h"
 #include "isp/kernels/fast_picture.h"
 #include "isp/raw_corrections.h"

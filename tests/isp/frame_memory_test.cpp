@@ -6,9 +6,9 @@
 #include <new>
 
 #include "context_fixture.h"
-#include "core/isp_flags.h"
+#include "core/picture/isp.h"
+#include "core/registry/camera_parameter.h"
 #include "frame_fixture.h"
-#include "isp/isp.h"
 
 namespace {
 

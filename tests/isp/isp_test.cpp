@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "isp/isp.h"
+#include "core/picture/isp.h"
 
 #include <algorithm>
 #include <atomic>
@@ -7,12 +7,12 @@
 #include <thread>
 
 #include "context_fixture.h"
-#include "core/isp_flags.h"
+#include "core/picture/correction_settings.h"
+#include "core/picture/tone_settings.h"
+#include "core/registry/camera_parameter.h"
 #include "frame_fixture.h"
 #include "isp/demosaic.h"
-#include "isp/interpolation.h"
 #include "isp/mono.h"
-#include "isp/tone_settings.h"
 
 namespace kxcam::test {
 namespace {

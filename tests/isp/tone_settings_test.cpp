@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "isp/tone_settings.h"
+#include "core/picture/tone_settings.h"
 
 #include <algorithm>
 #include <array>
@@ -10,7 +10,7 @@
 #include <gmock/gmock.h>
 
 #include "context_fixture.h"
-#include "core/isp_flags.h"
+#include "core/registry/camera_parameter.h"
 
 namespace kxcam::test {
 namespace {

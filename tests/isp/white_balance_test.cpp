@@ -4,10 +4,9 @@
 #include <string_view>
 
 #include "context_fixture.h"
-#include "core/isp_flags.h"
+#include "core/picture/white_balance_settings.h"
+#include "core/registry/camera_parameter.h"
 #include "frame_fixture.h"
-#include "isp/white_balance_gains.h"
-#include "isp/white_balance_settings.h"
 #include "naive_pixel.h"
 
 namespace kxcam::test {

@@ -8,7 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/model_table.h"
+#include "core/registry/model_table.h"
 #include "usb/config_file.h"
 
 namespace kxcam {

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "core/model_table.h"
+#include "core/registry/model_table.h"
 
 namespace kxsim {
 namespace {

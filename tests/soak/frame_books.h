@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "core/frame_ring.h"
+#include "core/acquisition/frame_ring.h"
 #include "device/simulated_camera.h"
 
 namespace kxcam::soak {

@@ -9,7 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "core/contexts.h"
+#include "core/registry/contexts.h"
 #include "device/conf_file.h"
 #include "pictures.h"
 #include "report.h"

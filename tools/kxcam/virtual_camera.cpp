@@ -12,7 +12,7 @@
 
 #include <kxcam/kxcam.h>
 
-#include "core/model_table.h"
+#include "core/registry/model_table.h"
 #include "diagnosis.h"
 #include "error.h"
 

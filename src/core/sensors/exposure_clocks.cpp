@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "core/camera_context.h"
+#include "core/registry/camera_context.h"
 #include "core/sensors/line_clock.h"
 #include "core/sensors/register_sequence.h"
 

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "core/sensor_family.h"
+#include "core/sensors/sensor_family.h"
 
 namespace kxcam {
 

@@ -3,8 +3,8 @@
 
 #include <algorithm>
 
-#include "core/camera_context.h"
-#include "core/isp_flags.h"
+#include "core/registry/camera_context.h"
+#include "core/registry/camera_parameter.h"
 #include "usb/control_channel.h"
 
 namespace kxcam {

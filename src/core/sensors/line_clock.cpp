@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/sensors/line_clock.h"
 
-#include "core/camera_context.h"
-#include "core/isp_flags.h"
-#include "core/last_error.h"
+#include "core/registry/camera_context.h"
+#include "core/registry/camera_parameter.h"
+#include "usb/last_error.h"
 
 namespace kxcam {
 

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/sensors/mode_bits.h"
 
-#include "core/contexts.h"
-#include "core/last_error.h"
+#include "core/registry/contexts.h"
 #include "usb/control_channel.h"
+#include "usb/last_error.h"
 
 namespace kxcam {
 

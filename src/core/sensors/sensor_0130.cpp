@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/sensor_family.h"
 #include "core/sensors/line_clock.h"
 #include "core/sensors/register_sequence.h"
+#include "core/sensors/sensor_family.h"
 #include "core/sensors/snapshot_register.h"
 
 namespace kxcam {

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <array>
 
-#include "core/sensor_family.h"
 #include "core/sensors/line_clock.h"
 #include "core/sensors/line_length_register.h"
 #include "core/sensors/mode_bits.h"
 #include "core/sensors/register_sequence.h"
+#include "core/sensors/sensor_family.h"
 
 namespace kxcam {
 

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/camera_context.h"
-#include "core/last_error.h"
-#include "core/sensor_family.h"
+#include "core/registry/camera_context.h"
 #include "core/sensors/doubler_gain.h"
 #include "core/sensors/line_clock.h"
 #include "core/sensors/register_sequence.h"
+#include "core/sensors/sensor_family.h"
 #include "core/sensors/snapshot_register.h"
+#include "usb/last_error.h"
 
 namespace kxcam {
 

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/sensor_family.h"
 #include "core/sensors/register_sequence.h"
+#include "core/sensors/sensor_family.h"
 #include "core/sensors/update_hold.h"
 
 namespace kxcam {

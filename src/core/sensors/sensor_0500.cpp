@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/camera_context.h"
-#include "core/sensor_family.h"
+#include "core/registry/camera_context.h"
 #include "core/sensors/doubler_gain.h"
 #include "core/sensors/line_clock.h"
 #include "core/sensors/mode_bits.h"
 #include "core/sensors/register_sequence.h"
+#include "core/sensors/sensor_family.h"
 #include "core/sensors/snapshot_register.h"
 
 namespace kxcam {

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 
-#include "core/camera_context.h"
-#include "core/line_timing.h"
-#include "core/sensor_family.h"
+#include "core/control/exposure.h"
+#include "core/registry/camera_context.h"
 #include "core/sensors/frame_length.h"
 #include "core/sensors/line_clock.h"
 #include "core/sensors/register_sequence.h"
+#include "core/sensors/sensor_family.h"
 #include "core/sensors/trigger_request.h"
 
 namespace kxcam {

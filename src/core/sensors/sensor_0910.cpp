@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 
-#include "core/line_timing.h"
-#include "core/sensor_family.h"
+#include "core/control/exposure.h"
 #include "core/sensors/exposure_clocks.h"
 #include "core/sensors/frame_length.h"
 #include "core/sensors/register_sequence.h"
+#include "core/sensors/sensor_family.h"
 #include "core/sensors/trigger_request.h"
 
 namespace kxcam {

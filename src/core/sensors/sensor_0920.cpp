@@ -2,14 +2,13 @@
 #include <algorithm>
 #include <array>
 
-#include "core/camera_context.h"
-#include "core/exposure.h"
-#include "core/isp_flags.h"
-#include "core/line_timing.h"
-#include "core/sensor_family.h"
+#include "core/control/exposure.h"
+#include "core/registry/camera_context.h"
+#include "core/registry/camera_parameter.h"
 #include "core/sensors/exposure_clocks.h"
 #include "core/sensors/frame_length.h"
 #include "core/sensors/register_sequence.h"
+#include "core/sensors/sensor_family.h"
 #include "core/sensors/trigger_request.h"
 
 namespace kxcam {

@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/camera_context.h"
-#include "core/sensor_family.h"
+#include "core/registry/camera_context.h"
 #include "core/sensors/column_gain.h"
 #include "core/sensors/frame_length.h"
 #include "core/sensors/line_clock.h"
 #include "core/sensors/line_length_register.h"
 #include "core/sensors/register_sequence.h"
+#include "core/sensors/sensor_family.h"
 #include "core/sensors/streaming_bit.h"
 
 namespace kxcam {

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/camera_context.h"
-#include "core/sensor_family.h"
+#include "core/registry/camera_context.h"
 #include "core/sensors/microsecond_shutter.h"
 #include "core/sensors/register_sequence.h"
+#include "core/sensors/sensor_family.h"
 
 namespace kxcam {
 

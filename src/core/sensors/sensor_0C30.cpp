@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 
-#include "core/sensor_family.h"
 #include "core/sensors/bridge_shutter.h"
 #include "core/sensors/line_clock.h"
 #include "core/sensors/register_sequence.h"
+#include "core/sensors/sensor_family.h"
 #include "core/sensors/trigger_request.h"
 
 namespace kxcam {

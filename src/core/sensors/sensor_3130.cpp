@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 
-#include "core/camera_context.h"
-#include "core/exposure.h"
-#include "core/sensor_family.h"
+#include "core/control/exposure.h"
+#include "core/control/trigger.h"
+#include "core/registry/camera_context.h"
 #include "core/sensors/line_clock.h"
 #include "core/sensors/register_sequence.h"
+#include "core/sensors/sensor_family.h"
 #include "core/sensors/trigger_request.h"
-#include "core/snap_mode.h"
-#include "core/timing.h"
+#include "sync/clock.h"
 
 namespace kxcam {
 

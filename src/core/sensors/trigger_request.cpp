@@ -1,11 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/sensors/trigger_request.h"
 
-#include "core/contexts.h"
-#include "core/last_error.h"
-#include "core/snap_mode.h"
-#include "core/timing.h"
+#include "core/control/trigger.h"
+#include "core/registry/contexts.h"
+#include "sync/clock.h"
 #include "usb/control_channel.h"
+#include "usb/last_error.h"
 
 namespace kxcam {
 

@@ -3,11 +3,11 @@
 
 #include <algorithm>
 
-#include "core/line_timing.h"
+#include "core/control/exposure.h"
 #include "core/sensors/line_clock.h"
 #include "core/sensors/register_sequence.h"
 #include "core/sensors/trigger_request.h"
-#include "core/timing.h"
+#include "sync/clock.h"
 
 namespace kxcam {
 

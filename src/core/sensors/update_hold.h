@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "core/sensor_family.h"
+#include "core/sensors/sensor_family.h"
 
 namespace kxcam {
 

@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "core/index_map.h"
 #include "isp/bayer_phase.h"
+#include "isp/index_map.h"
 
 namespace kxcam {
 

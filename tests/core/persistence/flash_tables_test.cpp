@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/flash_tables.h"
+#include "core/persistence/flash_tables.h"
 
-#include "core/contexts.h"
+#include "core/picture/correction_settings.h"
+#include "core/registry/contexts.h"
 #include "eeprom_fixture.h"
-#include "isp/correction_settings.h"
 
 namespace kxcam {
 namespace {

@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "core/identity.h"
+#include "core/persistence/identity.h"
 
 #include <cstring>
 #include <numeric>
 #include <string>
 
-#include "core/firmware.h"
-#include "core/properties.h"
-#include "core/user_data.h"
+#include "core/persistence/flash_tables.h"
+#include "core/persistence/properties.h"
 #include "eeprom_fixture.h"
 
 namespace kxcam {

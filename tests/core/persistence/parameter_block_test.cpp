@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/parameter_block.h"
+#include "core/persistence/parameter_block.h"
 
 #include <array>
 #include <cmath>
 
-#include "core/color_matrix_block.h"
 #include "eeprom_fixture.h"
 
 namespace kxcam {

@@ -3,7 +3,7 @@
 #include <map>
 #include <string>
 
-#include "core/properties.h"
+#include "core/persistence/properties.h"
 #include "eeprom_fixture.h"
 
 namespace kxcam {

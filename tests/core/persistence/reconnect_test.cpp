@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/reconnect.h"
+#include "core/registry/reconnect.h"
 
 #include <atomic>
 #include <chrono>
 #include <thread>
 
-#include "core/contexts.h"
-#include "core/parameter_sets.h"
+#include "core/persistence/parameter_sets.h"
+#include "core/registry/contexts.h"
 #include "eeprom_fixture.h"
 
 namespace kxcam {

@@ -2,7 +2,7 @@
 #include <algorithm>
 #include <tuple>
 
-#include "core/contexts.h"
+#include "core/registry/contexts.h"
 #include "eeprom_fixture.h"
 
 // What CameraInit() and CameraFree() say to a camera, request by request.

@@ -1,12 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "isp/virtual_camera.h"
+#include "core/picture/virtual_camera.h"
 
 #include <functional>
 
-#include "core/contexts.h"
-#include "core/parameter_sets.h"
+#include "core/persistence/parameter_sets.h"
+#include "core/picture/tone_settings.h"
+#include "core/registry/contexts.h"
 #include "eeprom_fixture.h"
-#include "isp/tone_settings.h"
 
 namespace kxcam {
 namespace {

@@ -1,9 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/auto_exposure.h"
+#include "core/control/auto_exposure.h"
 
 #include <limits>
 
-#include "core/isp_flags.h"
+#include "core/registry/camera_parameter.h"
 #include "device/vendor_request.h"
 #include "sensor_test.h"
 #include "usb/control_channel.h"

@@ -3,7 +3,7 @@
 #include <limits>
 #include <utility>
 
-#include "core/isp_flags.h"
+#include "core/registry/camera_parameter.h"
 #include "device/vendor_request.h"
 #include "sensor_test.h"
 #include "usb/control_channel.h"

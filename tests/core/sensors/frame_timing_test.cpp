@@ -5,7 +5,7 @@
 #include <cmath>
 #include <limits>
 
-#include "core/isp_flags.h"
+#include "core/registry/camera_parameter.h"
 #include "device/vendor_request.h"
 #include "sensor_test.h"
 

@@ -1,10 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/line_timing.h"
-
 #include <cmath>
 #include <utility>
 
-#include "core/isp_flags.h"
+#include "core/control/exposure.h"
+#include "core/registry/camera_parameter.h"
 #include "device/vendor_request.h"
 #include "sensor_test.h"
 

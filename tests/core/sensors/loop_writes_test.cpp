@@ -2,10 +2,10 @@
 
 #include <cmath>
 
-#include "core/auto_exposure.h"
-#include "core/isp_flags.h"
+#include "core/control/auto_exposure.h"
+#include "core/picture/isp.h"
+#include "core/registry/camera_parameter.h"
 #include "device/vendor_request.h"
-#include "isp/isp.h"
 #include "sensor_test.h"
 
 namespace kxcam::test {

@@ -5,9 +5,9 @@
 #include <map>
 #include <sstream>
 
-#include "core/isp_flags.h"
-#include "core/model_table.h"
-#include "core/sensor_family.h"
+#include "core/registry/camera_parameter.h"
+#include "core/registry/model_table.h"
+#include "core/sensors/sensor_family.h"
 #include "device/vendor_request.h"
 #include "usb/control_channel.h"
 #include "usbfs/virtual_bus.h"

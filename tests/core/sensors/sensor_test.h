@@ -9,7 +9,7 @@
 #include <libusb.h>
 
 #include "calls.h"
-#include "core/contexts.h"
+#include "core/registry/contexts.h"
 #include "device/simulated_camera.h"
 
 namespace kxcam::test {

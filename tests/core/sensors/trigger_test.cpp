@@ -1,10 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 
-#include "core/isp_flags.h"
-#include "core/sensor_family.h"
-#include "core/timing.h"
+#include "core/registry/camera_parameter.h"
+#include "core/sensors/sensor_family.h"
 #include "device/vendor_request.h"
 #include "sensor_test.h"
+#include "sync/clock.h"
 #include "usb/control_channel.h"
 
 namespace kxcam::test {

@@ -5,7 +5,7 @@
 #include <fmt/format.h>
 
 #include "configuration.h"
-#include "core/model_table.h"
+#include "core/registry/model_table.h"
 #include "doctor/checks.h"
 
 namespace kxcam::doctor {

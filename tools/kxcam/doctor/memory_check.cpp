@@ -4,7 +4,7 @@
 
 #include <fmt/format.h>
 
-#include "core/transfer_size.h"
+#include "core/acquisition/frame_reader.h"
 #include "doctor/checks.h"
 
 namespace kxcam::doctor {

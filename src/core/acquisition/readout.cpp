@@ -1,0 +1,202 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "core/acquisition/readout.h"
+
+#include <array>
+#include <optional>
+#include <utility>
+
+#include "core/acquisition/orientation.h"
+#include "core/control/exposure.h"
+#include "core/control/frame_timing.h"
+#include "core/registry/camera_parameter.h"
+#include "core/registry/contexts.h"
+#include "core/sensors/sensor_family.h"
+#include "usb/control_channel.h"
+#include "usb/last_error.h"
+
+namespace kxcam {
+
+namespace {
+
+constexpr uint8_t kGeometryInquiry = 0xAB;
+constexpr uint8_t kSelectGeometry = 0xAC;
+
+enum GeometryIndex : uint16_t {
+  kCount = 1,
+  kMaximum = 2,
+  kPreset = 3,
+  kMode = 4,
+};
+
+uint16_t little_endian(const ShortReply& reply, size_t at) {
+  return static_cast<uint16_t>(reply[at] | reply[at + 1] << 8);
+}
+
+bool ask(const OpenCamera& camera, uint8_t request, uint16_t index, int value, ShortReply& reply) {
+  long length = 0;
+  return read_short(camera.handle.get(), request, index, static_cast<uint16_t>(value), reply, length) ||
+         fail(KXCAM_ERROR_READ_REQUEST);
+}
+
+/// The geometry in a reply; nothing, with code 10, when no frame of this sensor can have it.
+std::optional<FrameGeometry> plausible_geometry(const CameraContext& context, const ShortReply& reply) {
+  const uint16_t bytes = little_endian(reply, 4);
+  const FrameGeometry geometry{little_endian(reply, 0), little_endian(reply, 2), bytes};
+  const int64_t pixels = int64_t{geometry.frame_width} * geometry.frame_height;
+  if (pixels < 1 || pixels > context.model().SENSOR_ARRAY.pixels() || bytes < 1 || bytes > 2) {
+    set_last_error(KXCAM_ERROR_READ_REQUEST);
+    return std::nullopt;
+  }
+  return geometry;
+}
+
+void hand_out(const CameraContext& context, const FrameGeometry& geometry, int* width, int* height,
+              int* bytes) {
+  if ((context.parameter.isp_flags & kRotate90) != 0) std::swap(width, height);
+  if (width != nullptr) *width = geometry.frame_width;
+  if (height != nullptr) *height = geometry.frame_height;
+  if (bytes != nullptr) *bytes = static_cast<int>(geometry.bytes_per_pixel);
+}
+
+}  // namespace
+
+int get_resolution_count(int camera) {
+  const OpenCamera open = find_open_camera(camera);
+  ShortReply reply;
+  if (!open || !ask(open, kGeometryInquiry, kCount, 0, reply)) return -1;
+  open->resolution_count = reply[0];
+  return reply[0];
+}
+
+bool get_resolution_max(int camera, int* width, int* height) {
+  const OpenCamera open = find_open_camera(camera);
+  ShortReply reply;
+  if (!open || !ask(open, kGeometryInquiry, kMaximum, 0, reply)) return false;
+  if (width != nullptr) *width = little_endian(reply, 0);
+  if (height != nullptr) *height = little_endian(reply, 2);
+  return true;
+}
+
+bool get_resolution(int camera, int preset, int* width, int* height, int* bytes) {
+  const OpenCamera open = find_open_camera(camera);
+  ShortReply reply;
+  if (!open || !ask(open, kGeometryInquiry, kPreset, preset, reply)) return false;
+  const std::optional<FrameGeometry> geometry = plausible_geometry(*open.context, reply);
+  if (!geometry) return false;
+  hand_out(*open.context, *geometry, width, height, bytes);
+  return true;
+}
+
+bool set_resolution(int camera, int preset, int* width, int* height, int* bytes) {
+  const OpenCamera open = find_open_camera(camera);
+  ShortReply reply;
+  if (!open || !ask(open, kSelectGeometry, kPreset, preset, reply)) return false;
+  const std::optional<FrameGeometry> geometry = plausible_geometry(*open.context, reply);
+  if (!geometry) return false;
+  open->geometry = *geometry;
+  UpdateImageIdx(*open.context);  // at once: frames of that size may be there before the delay is
+  hand_out(*open.context, *geometry, width, height, bytes);
+  reapply_delay(*open.context);
+  open->parameter.enable_roi = 0;
+  open->parameter.resolution_index = static_cast<uint8_t>(preset);
+  set_exposure_width(*open.context, 0, 0);
+  return true;
+}
+
+bool set_resolution_mode(int camera, int mode) {
+  const ContextRef context = find_camera(camera);
+  if (context == nullptr) return false;
+  context->parameter.resolution_mode = static_cast<uint8_t>(mode);
+  const OpenCamera open = find_open_camera(camera);
+  ShortReply reply;
+  return open && ask(open, kGeometryInquiry, kMode, mode & 0xFF, reply);
+}
+
+int get_resolution_mode(int camera) {
+  const ContextRef context = find_camera(camera);
+  return context == nullptr ? -1 : context->parameter.resolution_mode.load();
+}
+
+namespace {
+
+constexpr uint8_t kRegionOfInterest = 0xAD;
+
+bool is_aligned(const RoiAlignment& unit, int x, int y, int w, int h) {
+  return x % unit.x_and_width == 0 && w % unit.x_and_width == 0 && y % unit.y_and_height == 0 &&
+         h % unit.y_and_height == 0;
+}
+
+bool write_window(libusb_device_handle* handle, const SensorWindow& window) {
+  std::array<uint8_t, 4> size = {static_cast<uint8_t>(window.width), static_cast<uint8_t>(window.width >> 8),
+                                 static_cast<uint8_t>(window.height),
+                                 static_cast<uint8_t>(window.height >> 8)};
+  long length = static_cast<long>(size.size());
+  return EP0Write(handle, kRegionOfInterest, window.y, window.x, size.data(), length) ||
+         fail(KXCAM_ERROR_WRITE_REQUEST);
+}
+
+/// Bytes per raw sample in the new window; nothing, with code 10, when the camera did not take it.
+std::optional<uint8_t> confirm_window(libusb_device_handle* handle, const SensorWindow& window) {
+  ShortReply reply;
+  long length = 0;
+  const bool answered = read_short(handle, kRegionOfInterest, window.y, window.x, reply, length);
+  if (!answered || reply[0] < 1 || reply[0] > 2) {
+    set_last_error(KXCAM_ERROR_READ_REQUEST);
+    return std::nullopt;
+  }
+  return reply[0];
+}
+
+}  // namespace
+
+std::optional<SensorWindow> MapViewToSensor(const CameraContext& context, int x, int y, int w, int h) {
+  const RoiAlignment two_pixels;
+  if (!is_aligned(two_pixels, x, y, w, h) || !is_aligned(context.family.roi_alignment, x, y, w, h)) {
+    return std::nullopt;
+  }
+  const SensorSize sensor = context.model().SENSOR_ARRAY;
+  const uint16_t flags = context.parameter.isp_flags;
+  const int64_t along_x = (flags & kMirrorX) != 0 ? int64_t{sensor.width} - x - w : x;
+  const int64_t along_y = (flags & kMirrorY) != 0 ? int64_t{sensor.height} - y - h : y;
+
+  const bool rotated = (flags & kRotate90) != 0;
+  const int64_t left = rotated ? along_y : along_x;
+  const int64_t top = rotated ? along_x : along_y;
+  const int64_t width = rotated ? h : w;
+  const int64_t height = rotated ? w : h;
+  if (left < 0 || top < 0 || width < 1 || height < 1 || left + width > sensor.width ||
+      top + height > sensor.height) {
+    return std::nullopt;
+  }
+  return SensorWindow{static_cast<uint16_t>(left), static_cast<uint16_t>(top), static_cast<uint16_t>(width),
+                      static_cast<uint16_t>(height)};
+}
+
+bool set_ROI(int camera, int x, int y, int w, int h) {
+  const ContextRef context = find_camera(camera);
+  if (context == nullptr) return false;
+  const std::optional<SensorWindow> window = MapViewToSensor(*context, x, y, w, h);
+  if (!window) return fail(KXCAM_ERROR_ARGUMENT);
+  const OpenCamera open = find_open_camera(camera);
+  if (!open) return false;
+  if (!write_window(open.handle.get(), *window)) return false;
+  const std::optional<uint8_t> bytes = confirm_window(open.handle.get(), *window);
+  if (!bytes) return false;
+
+  // The 12-bit bridge answers 1 for a window and sends two bytes all the same.
+  const bool twelve_bits = open->model().COLOR_MODE == kMono12;
+  open->geometry = FrameGeometry{window->width, window->height, twelve_bits ? 2U : *bytes};
+  UpdateImageIdx(*open.context);  // at once: frames of the window may be there before the delay is
+  reapply_delay(*open.context);
+  CameraParameter& parameter = open->parameter;
+  parameter.roi_offset_x = static_cast<uint16_t>(x);
+  parameter.roi_offset_y = static_cast<uint16_t>(y);
+  parameter.roi_width = static_cast<uint16_t>(w);
+  parameter.roi_height = static_cast<uint16_t>(h);
+  parameter.resolution_index = 0;
+  parameter.enable_roi = 1;
+  set_exposure_width(*open.context, 0, 0);
+  return true;
+}
+
+}  // namespace kxcam

@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <libusb.h>
+
+namespace kxcam {
+
+struct CameraContext;
+
+// Tables that a camera keeps in its flash, too large for the EEPROM. What fails on the way is not reported:
+// a table that cannot be read leaves no correction behind.
+
+/// Whether the bridge can keep the fixed pattern; false also for a camera opened without tables.
+bool keeps_fixed_pattern(const CameraContext& camera);
+
+/// The fixed-pattern tables, as signed ten-thousandths, little-endian, cut and saturating: columns of even
+/// rows, of odd rows, and rows. Writing erases the tables that were there.
+///
+/// Tables of more than 2048 entries repeat their first 2048: the flash requests move blocks of 4096 bytes and
+/// send, or fetch, the first one again and again.
+void write_fixed_pattern(const CameraContext& camera, libusb_device_handle* handle);
+void read_fixed_pattern(CameraContext& camera, libusb_device_handle* handle);
+
+/// The table from 12-bit samples to bytes.
+void write_user_lut(const CameraContext& camera, libusb_device_handle* handle);
+void read_user_lut(CameraContext& camera, libusb_device_handle* handle);
+
+/// Erases the firmware that the bridge loads at power-up: the camera is of no use afterwards until a new one
+/// is written. Codes 1, 3, 4; 11.
+bool erase_firmware(int camera);
+
+}  // namespace kxcam

@@ -1,0 +1,187 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "core/persistence/parameter_sets.h"
+
+#include <algorithm>
+#include <array>
+#include <functional>
+
+#include "core/acquisition/line_scan.h"
+#include "core/acquisition/orientation.h"
+#include "core/acquisition/readout.h"
+#include "core/acquisition/video.h"
+#include "core/control/auto_exposure.h"
+#include "core/control/exposure.h"
+#include "core/control/frame_timing.h"
+#include "core/control/gain.h"
+#include "core/control/trigger.h"
+#include "core/control/trigger_unit.h"
+#include "core/persistence/flash_tables.h"
+#include "core/persistence/parameter_block.h"
+#include "core/picture/correction_settings.h"
+#include "core/picture/tone_settings.h"
+#include "core/picture/white_balance_settings.h"
+#include "core/registry/camera_parameter.h"
+#include "core/registry/contexts.h"
+
+namespace kxcam {
+
+namespace {
+
+constexpr int kSlots = 2;
+constexpr int kLastPreset = 254;
+
+int slot_in_use(int slot) {
+  return slot < kSlots ? slot : 0;
+}
+
+template <size_t N>
+bool all(const std::array<bool, N>& results) {
+  return std::ranges::all_of(results, std::identity());
+}
+
+void save_flash_tables(const OpenCamera& open) {
+  CameraContext& context = *open.context;
+  if ((context.parameter.isp_flags & kFixedPatternOff) == 0) {
+    if (keeps_fixed_pattern(context)) {
+      write_fixed_pattern(context, open.handle.get());
+    } else {
+      context.parameter.isp_flags.set_bits(kFixedPatternOff, true);
+    }
+  }
+  if (context.model().COLOR_MODE == kMono12) write_user_lut(context, open.handle.get());
+}
+
+void load_flash_tables(const OpenCamera& open) {
+  CameraContext& context = *open.context;
+  if (keeps_fixed_pattern(context)) {
+    read_fixed_pattern(context, open.handle.get());
+  } else {
+    context.parameter.isp_flags.set_bits(kFixedPatternOff, true);
+  }
+  if (context.model().COLOR_MODE == kMono12) read_user_lut(context, open.handle.get());
+}
+
+/// The matrix takes effect with the saturation.
+bool load_matrix(int camera) {
+  std::array<double, 9> ccm{};
+  const bool read = ReadCcm(camera, ccm);
+  return set_ccm(camera, ccm) && read;
+}
+
+void copy_properties(const CameraParameter& from, CameraParameter& to) {
+  to.image_format = from.image_format;
+  to.resolution_index = from.resolution_index;
+  to.enable_roi = from.enable_roi;
+  to.roi_offset_x = from.roi_offset_x;
+  to.roi_offset_y = from.roi_offset_y;
+  to.roi_width = from.roi_width;
+  to.roi_height = from.roi_height;
+}
+
+/// Hands every setting to its setter, whatever becomes of the others. Some setters undo or need what others
+/// did, so the order matters; the elements of a braced list are evaluated in theirs.
+bool apply_settings(int camera, const CameraParameter& record, const CameraParameter& live) {
+  const uint16_t flags = record.isp_flags;
+  const auto on = [flags](IspFlag flag) { return (flags & flag) != 0; };
+  const std::array results = {
+      set_contrast(camera, record.contrast),
+      set_gamma(camera, record.gamma),
+      set_delay(camera, record.delay),
+      set_exposure(camera, record.exposure),
+      set_gain(camera, record.gain),
+      set_time_out(camera, record.time_out),
+      set_aec(camera, on(kAutoExposure)),
+      set_agc(camera, on(kAutoGain)),
+      set_mirror_x(camera, on(kMirrorX)),
+      set_mirror_y(camera, on(kMirrorY)),
+      set_highspeed(camera, on(kHighSpeed)),
+      set_wb_gain(camera, record.wb_gain_r, record.wb_gain_g, record.wb_gain_b),
+      set_black_level(camera, record.black_level),
+      set_ae_target(camera, record.ae_target),
+      set_saturation(camera, record.saturation),
+      set_enhancement(camera, on(kEnhancement)),
+      set_global_reset(camera, !on(kGlobalResetOff)),
+      set_interpolation(camera, record.interpolation),
+      set_resolution_mode(camera, record.resolution_mode),
+      set_line_height(camera, record.line_height),
+      set_line_trigger(camera, record.line_trigger),
+      set_snap_num(camera, record.snap_num),
+      set_fpn(camera, (live.isp_flags & kFixedPatternOff) == 0),
+      set_denoise(camera, !on(kDespeckleOff)),
+      set_frame_rate(camera, !on(kFrameRateFree), record.frame_rate),
+      set_advanced_gain(camera, record.advanced_gain),
+      set_snap_mode(camera, record.snap_mode),
+      set_trigger_polarity(camera, record.trigger_polarity),
+      enable_strobe(camera, !on(kStrobeOff)),
+      set_strobe_polarity(camera, record.strobe_polarity),
+      set_trigger_delay(camera, record.trigger_delay),
+      set_strobe_delay(camera, record.strobe_delay),
+      set_strobe_duration(camera, record.strobe_duration),
+  };
+  set_debouncer_time(camera, record.debouncer_time);
+  return all(results);
+}
+
+void restore_readout(int camera, CameraParameter& live) {
+  if (live.enable_roi != 0) {
+    set_ROI(camera, live.roi_offset_x, live.roi_offset_y, live.roi_width, live.roi_height);
+    return;
+  }
+  if (live.resolution_index > kLastPreset) live.resolution_index = 0;
+  set_resolution(camera, live.resolution_index, nullptr, nullptr, nullptr);
+}
+
+}  // namespace
+
+bool save_parameter(int camera, int slot) {
+  const OpenCamera open = find_open_camera(camera);
+  if (!open) return false;
+  SaveParameter(camera, open->parameter, slot_in_use(slot));
+  std::array<double, 9> ccm{};
+  get_ccm(camera, ccm);
+  WriteCcm(camera, ccm);
+  save_flash_tables(open);
+  return true;
+}
+
+bool load_parameter(int camera, int slot) {
+  const OpenCamera open = find_open_camera(camera);
+  if (!open) return false;
+  CameraParameter record;
+  const bool loaded = LoadParameter(camera, record, slot_in_use(slot));
+  const bool matrix_loaded = load_matrix(camera);
+  open->parameter.isp_flags = record.isp_flags;
+  load_flash_tables(open);
+  copy_properties(record, open->parameter);
+  const bool applied = apply_settings(camera, record, open->parameter);
+  return loaded && matrix_loaded && applied;
+}
+
+bool set_parameter(int camera) {
+  const OpenCamera open = find_open_camera(camera);
+  if (!open) return false;
+  CameraParameter& live = open->parameter;
+  const uint16_t flags = live.isp_flags;
+  const auto on = [flags](IspFlag flag) { return (flags & flag) != 0; };
+  const std::array results = {
+      set_highspeed(camera, on(kHighSpeed)),
+      set_global_reset(camera, !on(kGlobalResetOff)),
+      set_delay(camera, live.delay),
+      set_exposure(camera, live.exposure),
+      set_gain(camera, live.gain),
+      // Again: on some sensors the gain's writes disturb the exposure.
+      set_exposure(camera, live.exposure),
+      set_aec(camera, on(kAutoExposure)),
+      set_agc(camera, on(kAutoGain)),
+      set_resolution_mode(camera, live.resolution_mode),
+      set_line_height(camera, live.line_height),
+      set_line_trigger(camera, live.line_trigger),
+      set_snap_num(camera, live.snap_num),
+      set_advanced_gain(camera, live.advanced_gain),
+  };
+  set_snap_mode(camera, live.snap_mode);
+  restore_readout(camera, live);
+  return all(results);
+}
+
+}  // namespace kxcam

@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "core/picture/isp.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <span>
+#include <utility>
+
+#include "core/control/auto_exposure.h"
+#include "core/registry/contexts.h"
+#include "isp/develop.h"
+#include "isp/frame_settings.h"
+#include "isp/image_view.h"
+#include "isp/raw_corrections.h"
+#include "isp/white_balance.h"
+#include "kxcam/kxcam.h"
+#include "usb/last_error.h"
+
+namespace kxcam {
+namespace {
+
+bool has_pixels(const IndexMap& map, int width, int height) {
+  return width >= 1 && height >= 1 && int64_t{width} * height == map.count();
+}
+
+/// What was asked for since the last frame. Measured before the picture is made, which then has the new
+/// gains already. A request that comes in meanwhile is kept for the next frame.
+void measure_white_balance(CameraContext& ctx, FrameSettings& settings, const ImageView& raw) {
+  const bool one_push = ctx.one_push_request.exchange(false);
+  const bool points = ctx.auto_wb_request.exchange(false);
+  if (one_push) ManualWhiteBalance(ctx, raw);
+  if (points) PointWhiteBalance(ctx, raw);
+  if (one_push || points) settings.curves = ctx.curves.load();
+}
+
+void make_picture(CameraContext& ctx, FrameSettings settings, const ImageView& raw, uint8_t* out, int format,
+                  WorkMemory& memory) {
+  const CameraModel& model = ctx.model();
+  if (!is_picture(model.COLOR_MODE, format)) return;
+  if (!model.monochrome()) measure_white_balance(ctx, settings, raw);
+  ctx.mean_level = develop(cpu_choice().level, model.COLOR_MODE, settings, raw, out, format, memory);
+}
+
+/// `width` and `height` are those of the raw frame, and their product is that of the settings' map.
+bool process(CameraContext& ctx, const FrameSettings& settings, uint8_t* in, uint8_t* out, int width,
+             int height, int format) {
+  const uint32_t color_mode = ctx.model().COLOR_MODE;
+  std::span<uint8_t> frame(in, settings.index_map.count());
+  FrameMemoryPool::Lease lease(ctx.frame_memory);
+  FrameMemory& memory = *lease;
+  if (color_mode == kMono12) {
+    uint8_t* reduced = memory.samples.reserve(frame.size());
+    if (reduced == nullptr) return false;
+    reduce_to_8_bits(in, frame.size(), *settings.user_lut, reduced);
+    frame = {reduced, frame.size()};
+  }
+
+  // A processed frame is counted here and not again by the query: with two counts a frame the number would
+  // stay odd in here, and what runs on multiples of 4 or 32 would never run.
+  ctx.frames_delivered.add(1);
+
+  const MutableImageView raw(frame, width, height);
+  if ((format & KXCAM_FORMAT_UNCORRECTED) == 0)
+    correct(cpu_choice().level, raw, raw_corrections(ctx, width, height));
+  if ((format & KXCAM_FORMAT_RAW) != 0) {
+    std::ranges::copy(frame, out);
+  } else {
+    make_picture(ctx, settings, raw, out, format, memory.rows);
+  }
+  return true;
+}
+
+/// Lets exposure and white balance follow the level of a picture that was just made. Only a grey picture
+/// answers for the exposure.
+bool follow_level(CameraContext& ctx, int format) {
+  const CameraModel& model = ctx.model();
+  if ((format & KXCAM_FORMAT_RAW) != 0 || !is_picture(model.COLOR_MODE, format)) return true;
+  const bool grey = (format & KXCAM_FORMAT_GREY) != 0;
+  // Colour pictures of all orders but one are exposed before they are balanced.
+  const bool balanced_first = grey || model.COLOR_MODE == kBGGR;
+  if (!model.monochrome() && balanced_first) AutoWhiteBalance(ctx);
+  const bool exposed = AutoExposure(ctx);
+  if (!model.monochrome() && !balanced_first) AutoWhiteBalance(ctx);
+  return exposed || !grey;
+}
+
+}  // namespace
+
+bool isp(int camera, uint8_t* in, uint8_t* out, int width, int height, int format) {
+  const ContextRef ctx = find_camera(camera);
+  return ctx && isp(*ctx, in, out, width, height, format);
+}
+
+bool isp(CameraContext& ctx, uint8_t* in, uint8_t* out, int width, int height, int format) {
+  const ReadLock lock(ctx.context_lock);
+  const FrameSettings settings = frame_settings(ctx);
+  if (!has_pixels(settings.index_map, width, height)) return fail(KXCAM_ERROR_ARGUMENT);
+  if (is_rotated(settings.index_map)) std::swap(width, height);
+  return process(ctx, settings, in, out, width, height, format) && follow_level(ctx, format);
+}
+
+bool isp_raw_frame(CameraContext& ctx, uint8_t* in, uint8_t* out, const FrameGeometry& geometry, int format) {
+  const ReadLock lock(ctx.context_lock);
+  const FrameSettings settings = frame_settings(ctx);
+  const IndexMap& map = settings.index_map;
+  if (map.width() != geometry.frame_width || map.height() != geometry.frame_height)
+    return fail(KXCAM_ERROR_ARGUMENT);
+  if (!process(ctx, settings, in, out, geometry.frame_width, geometry.frame_height, format)) return false;
+  follow_level(ctx, format);
+  return true;
+}
+
+}  // namespace kxcam

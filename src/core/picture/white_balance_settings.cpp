@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "core/picture/white_balance_settings.h"
+
+#include <cstdint>
+#include <cstdlib>
+
+#include "core/registry/camera_context.h"
+#include "core/registry/camera_parameter.h"
+#include "core/registry/contexts.h"
+#include "isp/saturating_cast.h"
+#include "isp/tone_curves.h"
+#include "isp/white_balance.h"
+
+namespace kxcam {
+
+namespace {
+
+constexpr double kGreatestGain = 3.0;
+
+bool in_range(double gain) {
+  return gain >= 0.0 && gain <= kGreatestGain;
+}
+
+}  // namespace
+
+bool set_wb_gain(int camera, double r, double g, double b) {
+  const auto ctx = find_camera_if(camera, in_range(r) && in_range(g) && in_range(b));
+  if (!ctx) return false;
+  const ReadLock lock(ctx->context_lock);
+  store_wb_gains(*ctx, {.r = r, .g = g, .b = b});
+  return true;
+}
+
+bool get_wb_gain(int camera, double* r, double* g, double* b) {
+  const auto ctx = find_camera(camera);
+  if (!ctx) return false;
+  if (r != nullptr) *r = ctx->parameter.wb_gain_r;
+  if (g != nullptr) *g = ctx->parameter.wb_gain_g;
+  if (b != nullptr) *b = ctx->parameter.wb_gain_b;
+  return true;
+}
+
+bool one_push_wb(int camera) {
+  const auto ctx = find_camera(camera);
+  if (!ctx) return false;
+  ctx->one_push_request = true;
+  return true;
+}
+
+bool set_awb(int camera, bool on) {
+  const auto ctx = find_camera(camera);
+  if (!ctx) return false;
+  ctx->parameter.isp_flags.set_bits(kAutoWhiteBalance, on);
+  if (on) ctx->auto_wb_request = true;
+  return true;
+}
+
+int get_awb(int camera) {
+  const auto ctx = find_camera(camera);
+  if (!ctx) return -1;
+  return (ctx->parameter.isp_flags & kAutoWhiteBalance) != 0 ? 1 : 0;
+}
+
+void store_wb_gains(CameraContext& ctx, const WhiteBalanceGains& gains) {
+  // Stored inside the update, so that gains and curves of two concurrent changes belong together.
+  ctx.curves.update([&](ToneCurves& curves) {
+    ctx.parameter.wb_gain_r = gains.r;
+    ctx.parameter.wb_gain_g = gains.g;
+    ctx.parameter.wb_gain_b = gains.b;
+    curves.wb_curve_r = build_wb_curve(gains.r);
+    curves.wb_curve_g = build_wb_curve(gains.g);
+    curves.wb_curve_b = build_wb_curve(gains.b);
+    compose(curves);
+  });
+}
+
+double two_decimals(double ratio) {
+  return saturating_cast<int32_t>(ratio * 100) / 100.0;
+}
+
+WhiteBalanceGains limited(WhiteBalanceGains gains) {
+  constexpr double kLimit = 3.0;
+  if (gains.r > kLimit || gains.b > kLimit) gains.r = kLimit;
+  return gains;
+}
+
+namespace {
+
+/// A change of the mean level that is looked for every so many frames.
+struct Trigger {
+  uint32_t every_frames;
+  int least_change;
+
+  bool fires(uint32_t frames, int change) const {
+    return frames % every_frames == 0 && change >= least_change;
+  }
+};
+
+constexpr Trigger kLargeChange = {5, 31};
+constexpr Trigger kModerateChange = {32, 11};
+
+}  // namespace
+
+void AutoWhiteBalance(CameraContext& ctx) {
+  if ((ctx.parameter.isp_flags & kAutoWhiteBalance) == 0) return;
+  const int32_t level = ctx.mean_level;
+  const int change = std::abs(ctx.wb_last_avg - level);
+  const uint32_t frames = ctx.frames_delivered;
+  if (!kLargeChange.fires(frames, change) && !kModerateChange.fires(frames, change)) return;
+  ctx.wb_last_avg = level;
+  ctx.auto_wb_request = true;
+}
+
+}  // namespace kxcam

@@ -1,0 +1,119 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <array>
+#include <atomic>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <thread>
+
+#include <libusb.h>
+
+#include "core/acquisition/frame_geometry.h"
+#include "core/acquisition/frame_ring.h"
+#include "core/registry/camera_parameter.h"
+#include "core/registry/model_table.h"
+#include "isp/color_matrix.h"
+#include "isp/dead_pixels.h"
+#include "isp/flat_field.h"
+#include "isp/frame_memory.h"
+#include "isp/index_map.h"
+#include "isp/tone_curves.h"
+#include "isp/user_lut.h"
+#include "sync/cmylock.h"
+#include "sync/crwlockimpl.h"
+#include "sync/published.h"
+#include "sync/relaxed.h"
+
+namespace kxcam {
+
+/// Bits of `open_flags`.
+enum OpenFlag : int32_t {
+  kOpenWithoutAcquisition = 0x1,  ///< no ring, no work tables, no reader
+  kOpenInvertMirrorY = 0x2,       ///< the sense of mirror Y is inverted in the picture
+};
+
+/// Bits of `feature_bits`, the capability word of newer firmware.
+enum FeatureBit : uint16_t {
+  kTriggerUnit = 0x1,         ///< the bridge times trigger and strobe
+  kBridgeAutoExposure = 0x2,  ///< the bridge can run an exposure loop of its own
+  kGlobalReset = 0x4,         ///< all rows can start exposing together
+};
+
+struct SensorFamily;
+
+/// An open USB device; the last holder closes it, so that a request that runs in another thread while
+/// the camera is being closed ends on a valid handle.
+using DeviceHandle = std::shared_ptr<libusb_device_handle>;
+
+/// The interface of the device that carries the image stream.
+inline constexpr int kImageInterface = 0;
+
+/// Everything the library keeps of one camera, open or virtual. Shared by the table of contexts, the
+/// calls that are running and the reader thread; fields are either set before the context is
+/// published, or Relaxed, Published or atomic, or guarded by a lock of their own.
+struct CameraContext {
+  /// A camera of that row of model_table with every setting at its default.
+  explicit CameraContext(int32_t model_row);
+
+  const CameraModel& model() const { return model_table[model_index]; }
+
+  // Identity and transport; set at open, the device also by a reconnect.
+  int32_t open_flags = 0;     ///< OpenFlag bits
+  bool is_virtual = false;    ///< the pipeline alone: there never was a device
+  const int32_t model_index;  ///< row of model_table
+  const SensorFamily& family;
+  int32_t firmware_version = 0;
+  uint16_t feature_bits = 0;
+  Relaxed<int32_t> usb_speed = 1;  ///< libusb's code minus 1: 0 low, 1 full, 2 high, 3 super speed
+  Published<libusb_device_handle> usb_handle;
+
+  CRWLockImpl context_lock;
+  std::array<CMyLock, 3> aux_lock;
+
+  CameraParameter parameter;
+
+  // Acquisition.
+  std::unique_ptr<FrameRing> ring;  ///< null without acquisition
+  Relaxed<uint32_t> frames_delivered = 0;
+  std::atomic<bool> running = false;  ///< the reader keeps running and queries may wait
+  std::mutex attachment_mutex;        ///< held while the device or the reader changes
+  std::thread reader_thread;          ///< guarded by attachment_mutex
+
+  // Geometry.
+  std::atomic<FrameGeometry> geometry = FrameGeometry{640, 480, 1};
+  Published<const IndexMap> index_map;
+  std::atomic<uint8_t> resolution_count = 0;
+
+  // White balance.
+  std::atomic<bool> one_push_request = false;  ///< measure the next Bayer frame as a grey world
+  std::atomic<bool> auto_wb_request = false;   ///< measure the near-grey points of the next Bayer frame
+  Relaxed<int32_t> wb_last_avg = 0;            ///< mean level when the automatic last asked for that
+
+  // Sensor timing.
+  Relaxed<double> line_time_ms = 0.0;  ///< duration of one sensor line; 0 until it is known
+  Relaxed<int32_t> flicker_lines = 0;  ///< lines in one half-period of the mains; 0 until it is known
+
+  // Auto exposure.
+  static constexpr int32_t ae_offset = 0;  ///< the part of ae_target and mean_level that is not reported
+  Relaxed<int32_t> ae_last_avg = 0;        ///< mean level when the last step was computed
+  Relaxed<int32_t> ae_last_step = 0;       ///< lines; 0: no step waits for the picture to answer
+
+  // Trigger.
+  Relaxed<uint8_t> snap_mode_dirty = 0;   ///< the snap mode has been set since the camera was opened
+  Relaxed<uint64_t> snap_start_time = 0;  ///< ms of GetTickCount() at the last switch to mode 1
+
+  // Pipeline.
+  Published<const ToneCurves> curves;
+  Published<const ColorMatrix> matrix;
+  Published<const UserLut> user_lut;
+  Relaxed<int32_t> mean_level = 0;  ///< mean raw green (or mono) level of the last processed frame
+  FrameMemoryPool frame_memory;
+
+  // Corrections of the raw frame.
+  Published<const DeadPixelList> dead_pixels;
+  Published<const FlatField> flat_field;
+};
+
+}  // namespace kxcam

@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "core/registry/discovery.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstring>
+#include <optional>
+#include <string_view>
+
+#include "core/persistence/eeprom.h"
+#include "core/registry/contexts.h"
+#include "usb/control_channel.h"
+#include "usb/kxusb.h"
+#include "usb/last_error.h"
+
+namespace kxcam {
+
+namespace {
+
+std::mutex& transport_mutex() {
+  static std::mutex mutex;
+  return mutex;
+}
+
+}  // namespace
+
+Enumeration::Enumeration() : exclusive_(transport_mutex()), result_(kxusb_open()) {
+  for (int i = 0; i < kxusb_opened_count(); ++i) devices_.emplace_back(kxusb_gethandle(i), kxusb_close);
+}
+
+namespace {
+
+constexpr uint8_t kTrueProductId = 0xA9;
+constexpr uint8_t kEepromRead = 0xB0;
+constexpr int kLongestName = 30;
+
+using UserName = std::array<char, 32>;
+
+bool is_camera(libusb_device_handle* handle) {
+  return kxusb_getvendor(handle) == kCameraVendor;
+}
+
+/// One EEPROM byte; nothing, with code 10, when it cannot be read.
+std::optional<uint8_t> read_byte(libusb_device_handle* handle, uint16_t address) {
+  ShortReply reply;
+  long length = 0;
+  if (read_short(handle, kEepromRead, address, 0, reply, length)) return reply[0];
+  set_last_error(KXCAM_ERROR_READ_REQUEST);
+  return std::nullopt;
+}
+
+void read_text(libusb_device_handle* handle, uint16_t address, int length, char* text) {
+  for (int i = 0; i < length; ++i) {
+    text[i] = static_cast<char>(read_byte(handle, static_cast<uint16_t>(address + i)).value_or(0));
+  }
+}
+
+SerialRecord read_serial(libusb_device_handle* handle) {
+  SerialRecord serial{};
+  read_text(handle, kSerialAddress, kSerialNumberLength, serial.data());
+  return serial;
+}
+
+/// The name that the camera's owner gave it, if any.
+std::optional<UserName> read_user_name(libusb_device_handle* handle) {
+  const std::optional<uint8_t> length = read_byte(handle, kNameLengthAddress);
+  if (!length || *length < 1 || *length > kLongestName) return std::nullopt;
+  UserName name{};
+  read_text(handle, kNameAddress, *length, name.data());
+  return name;
+}
+
+/// The product id that tells the model; nothing when the camera does not answer.
+std::optional<uint16_t> true_product(libusb_device_handle* handle) {
+  const uint16_t product = kxusb_getproduct(handle);
+  if (product != kGenericProduct) return product;
+  ShortReply reply;
+  long length = 0;
+  if (!read_short(handle, kTrueProductId, 0, 0, reply, length)) return std::nullopt;
+  return static_cast<uint16_t>(reply[0] | reply[1] << 8);
+}
+
+struct FoundCamera {
+  int device;
+  libusb_device_handle* handle;
+  uint16_t product;
+};
+
+std::optional<FoundCamera> find_on_bus(const Enumeration& bus, int camera) {
+  int seen = 0;
+  for (size_t i = 0; i < bus.devices().size(); ++i) {
+    libusb_device_handle* handle = bus.devices()[i].get();
+    const std::optional<uint16_t> product = true_product(handle);
+    if (!product || !is_camera(handle)) continue;
+    if (seen == camera) return FoundCamera{static_cast<int>(i), handle, *product};
+    ++seen;
+  }
+  return std::nullopt;
+}
+
+void store(int* output, int value) {
+  if (output != nullptr) *output = value;
+}
+
+}  // namespace
+
+void get_api_version(int* major, int* minor) {
+  store(major, kApiMajor);
+  store(minor, kApiMinor);
+}
+
+bool get_firm_version(int camera, int* version) {
+  const ContextRef context = find_camera(camera);
+  if (context == nullptr) return false;
+  store(version, context->firmware_version);
+  return true;
+}
+
+int get_camera_count() {
+  const Enumeration bus;
+  if (bus.result() < 1) return 0;
+  return static_cast<int>(std::ranges::count_if(
+      bus.devices(), [](const DeviceHandle& device) { return is_camera(device.get()); }));
+}
+
+int get_camera_idx(const char* serial) {
+  const Enumeration bus;
+  if (bus.result() == 0) set_last_error(KXCAM_ERROR_EMPTY_BUS);
+  if (bus.result() < 1) return -1;
+  for (size_t i = 0; i < bus.devices().size(); ++i) {
+    libusb_device_handle* handle = bus.devices()[i].get();
+    if (is_camera(handle) && std::string_view(serial) == read_serial(handle).data())
+      return static_cast<int>(i);
+  }
+  return -1;
+}
+
+DeviceHandle open_camera_with_serial(const SerialRecord& serial, uint32_t product_id) {
+  const Enumeration bus;
+  for (const DeviceHandle& device : bus.devices()) {
+    libusb_device_handle* handle = device.get();
+    if (is_camera(handle) && true_product(handle) == product_id && read_serial(handle) == serial)
+      return device;
+  }
+  return nullptr;
+}
+
+int get_camera_name(int camera, char* serial, char* name, int* model_row, int* product_id) {
+  if (!check_index(camera)) return -1;
+  const Enumeration bus;
+  if (bus.result() == 0) set_last_error(KXCAM_ERROR_EMPTY_BUS);
+  if (bus.result() < 1) return -1;
+  const std::optional<FoundCamera> found = find_on_bus(bus, camera);
+  if (!found) return -1;
+
+  std::optional<UserName> user_name;
+  if (name != nullptr) {
+    user_name = read_user_name(found->handle);
+    *name = '\0';
+  }
+  if (serial != nullptr) std::memcpy(serial, read_serial(found->handle).data(), sizeof(SerialRecord));
+
+  const int row = find_model(found->product);
+  if (name != nullptr && row != kUnknownModel) {
+    const char* shown = user_name ? user_name->data() : model_table[static_cast<size_t>(row)].MODEL;
+    std::sprintf(name, "%s(%d)", shown, camera);  // at most 30 + 5 characters and the terminator
+  }
+  store(model_row, row);
+  store(product_id, found->product);
+  return found->device;
+}
+
+}  // namespace kxcam

@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+#include <vector>
+
+#include "core/registry/camera_context.h"
+
+namespace kxcam {
+
+/// One look at the bus, with every configured device open. A device stays open beyond it for whoever
+/// keeps its handle. The transport's device table is process-wide: a second Enumeration, in another
+/// thread, waits for the first to end.
+class Enumeration {
+ public:
+  Enumeration();
+
+  /// Number of devices, or the negative code of kxusb_open().
+  int result() const { return result_; }
+
+  /// The open devices; the place in the vector is the device number.
+  const std::vector<DeviceHandle>& devices() const { return devices_; }
+
+ private:
+  std::unique_lock<std::mutex> exclusive_;
+  int result_;
+  std::vector<DeviceHandle> devices_;
+};
+
+inline constexpr uint16_t kCameraVendor = 0xA7B7;
+/// Product id of a bridge that does not show its camera's; the camera is asked for it.
+inline constexpr uint16_t kGenericProduct = 0x3FF0;
+
+inline constexpr int kApiMajor = 2019;
+inline constexpr int kApiMinor = 1013;
+
+void get_api_version(int* major, int* minor);
+
+/// Firmware version word of an open camera. Codes 1, 3.
+bool get_firm_version(int camera, int* version);
+
+/// Attached cameras; 0 also when the bus cannot be looked at.
+int get_camera_count();
+
+/// Device number of the camera with that serial number, or -1 (code 5 on an empty bus). Device numbers
+/// count every configured device, camera or not.
+int get_camera_idx(const char* serial);
+
+/// Opens the attached camera with that serial number and product id, wherever it is on the bus; null when it
+/// is not there or may not be opened.
+DeviceHandle open_camera_with_serial(const SerialRecord& serial, uint32_t product_id);
+
+/// Identity of an attached camera, read from the camera itself; outputs may be null.
+///
+/// `serial` receives 16 bytes, `name` "NAME(INDEX)" in up to 36 bytes (empty for an unknown model),
+/// `model_row` kUnknownModel when no model has the product id. Returns the device number, or -1
+/// with code 1 or 5, or none when the bus cannot be looked at or the camera is not there. Identity bytes that
+/// cannot be read become 0 with code 10.
+int get_camera_name(int camera, char* serial, char* name, int* model_row, int* product_id);
+
+}  // namespace kxcam

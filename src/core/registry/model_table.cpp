@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: Apache-2.0
+#include "core/registry/model_table.h"
+
+#include <algorithm>
+
+namespace kxcam {
+
+// clang-format off
+const std::array<CameraModel, kModelCount> model_table = {{
+    // MODEL, PID, MID, COLOR_MODE, SENSOR_ARRAY
+    {"Model 0.3MP-C",    0x0030, 0x0030, kBGGR,   {752, 480}},
+    {"Model 0.3MP-M",    0x003B, 0x003B, kMono8,  {752, 480}},
+    {"Model 1MP-C",      0x0100, 0x0100, kBGGR,   {1280, 800}},
+    {"Model 1.2MP-C",    0x0120, 0x0120, kGRBG,   {1280, 960}},
+    {"Model 1.2MP-M",    0x012B, 0x012B, kMono8,  {1280, 960}},
+    {"Model 1.3MP-C",    0x0130, 0x0130, kGRBG,   {1280, 1024}},
+    {"Model 1.3MP-M",    0x013B, 0x013B, kMono8,  {1280, 1024}},
+    {"Model 2MP-C",      0x0200, 0x0200, kGRBG,   {1920, 1080}},
+    {"Model 2MP-M",      0x020B, 0x020B, kMono8,  {1920, 1080}},
+    {"Model 3.1MP-C",    0x0300, 0x0300, kGRBG,   {2048, 1536}},
+    {"Model 3.6MP-C",    0x0400, 0x0400, kBGGR,   {2560, 1440}},
+    {"Model 3.6MP-M",    0x040B, 0x040B, kMono8,  {2560, 1440}},
+    {"Model 4MP-C",      0x0410, 0x0410, kBGGR,   {2688, 1520}},
+    {"Model 4MP-M",      0x041B, 0x041B, kMono8,  {2688, 1520}},
+    {"Model 5MP-C",      0x0500, 0x0500, kGRBG,   {2592, 1944}},
+    {"Model 5MP-M",      0x050B, 0x050B, kMono8,  {2592, 1944}},
+    {"Model 10MP-C",     0x0A00, 0x0A00, kGRBG,   {3664, 2748}},
+    {"Model 10MP-M",     0x0A0B, 0x0A0B, kMono8,  {3664, 2748}},
+    {"Model 14.4MP-C",   0x0E00, 0x0E00, kGRBG,   {4384, 3288}},
+    {"Model 0.3MP-C",    0x3030, 0x0030, kBGGR,   {752, 480}},
+    {"Model 0.3MP-M",    0x303B, 0x003B, kMono8,  {752, 480}},
+    {"Model 0.3MP-M",    0x304B, 0x004B, kMono8,  {640, 480}},
+    {"Model 5MP-M",      0x350B, 0x050B, kMono8,  {2592, 1944}},
+    {"Model 5MP-C",      0x3500, 0x0500, kGRBG,   {2592, 1944}},
+    {"Model 10MP-C",     0x3A00, 0x0A00, kGRBG,   {3664, 2748}},
+    {"Model 10MP-M",     0x3A0B, 0x0A0B, kMono8,  {3664, 2748}},
+    {"Model 14.4MP-C",   0x3E00, 0x0E00, kGRBG,   {4384, 3288}},
+    {"Model 1.2MP-C",    0x3120, 0x0120, kGRBG,   {1280, 960}},
+    {"Model 1.2MP-M",    0x312B, 0x012B, kMono8,  {1280, 960}},
+    {"Model 1.3MP-C",    0x3130, 0x3130, kBGGR,   {1280, 1024}},
+    {"Model 1.3MP-M",    0x313B, 0x313B, kMono8,  {1280, 1024}},
+    {"Model 2MP-C",      0x3200, 0x3200, kRGGB,   {1920, 1080}},
+    {"Model 2MP-M",      0x320B, 0x320B, kMono8,  {1920, 1080}},
+    {"Model 1.3MP-C",    0x3E60, 0x0E60, kBGGR,   {1280, 1024}},
+    {"Model 1.3MP-M",    0x3E6B, 0x0E6B, kMono8,  {1280, 1024}},
+    {"Model 1.9MP-C",    0x3E70, 0x0E70, kBGGR,   {1600, 1200}},
+    {"Model 1.9MP-M",    0x3E7B, 0x0E7B, kMono8,  {1600, 1200}},
+    {"Model 18MP-C",     0x3180, 0x0180, kGRBG,   {4912, 3684}},
+    {"Model 18MP-M",     0x318B, 0x018B, kMono8,  {4912, 3684}},
+    {"Model 0.1MP-C",    0x3010, 0x0010, kBGGR,   {400, 400}},
+    {"Model 0.1MP-M",    0x301B, 0x001B, kMono8,  {400, 400}},
+    {"Model 0.3MP-C",    0x3600, 0x0600, kRGGB,   {720, 540}},
+    {"Model 0.3MP-M",    0x360B, 0x060B, kMono8,  {720, 540}},
+    {"Model 0.3MP-M12",  0x369B, 0x060B, kMono12, {720, 540}},
+    {"Model 2.3MP-C",    0x3620, 0x0620, kRGGB,   {1920, 1200}},
+    {"Model 2.3MP-M",    0x362B, 0x062B, kMono8,  {1920, 1200}},
+    {"Model 2.3MP-C",    0x36C0, 0x0620, kRGGB,   {1920, 1200}},
+    {"Model 2.3MP-M",    0x36CB, 0x062B, kMono8,  {1920, 1200}},
+    {"Model 3.1MP-C",    0x3630, 0x0630, kRGGB,   {2048, 1536}},
+    {"Model 3.1MP-M",    0x363B, 0x063B, kMono8,  {2048, 1536}},
+    {"Model 5MP-C",      0x3650, 0x0650, kRGGB,   {2448, 2048}},
+    {"Model 5MP-M",      0x365B, 0x065B, kMono8,  {2448, 2048}},
+    {"Model 8.8MP-C",    0x3680, 0x0680, kRGGB,   {4096, 2160}},
+    {"Model 8.8MP-M",    0x368B, 0x068B, kMono8,  {4096, 2160}},
+    {"Model 12.2MP-C",   0x3710, 0x0710, kRGGB,   {4096, 3000}},
+    {"Model 12.2MP-M",   0x371B, 0x071B, kMono8,  {4096, 3000}},
+    {"Model 3.1MP-C",    0x3C30, 0x0C30, kRGGB,   {2064, 1544}},
+    {"Model 3.1MP-M",    0x3C3B, 0x0C3B, kMono8,  {2064, 1544}},
+    {"Model 5MP-C",      0x3C50, 0x0C50, kRGGB,   {2480, 2056}},
+    {"Model 5MP-M",      0x3C5B, 0x0C5B, kMono8,  {2480, 2056}},
+    {"Model 8.8MP-C",    0x3C80, 0x0C80, kRGGB,   {4096, 2160}},
+    {"Model 8.8MP-M",    0x3C8B, 0x0C8B, kMono8,  {4096, 2160}},
+    {"Model 13.2MP-C",   0x3DC0, 0x0DC0, kGRBG,   {4200, 3160}},
+    {"Model 13.2MP-M",   0x3DCB, 0x0DCB, kMono8,  {4200, 3160}},
+    {"Model 5MP-C",      0x3510, 0x0510, kGRBG,   {2592, 1944}},
+    {"Model 5MP-M",      0x351B, 0x051B, kMono8,  {2592, 1944}},
+    {"Model 0.3MP-C",    0x3A30, 0x0A30, kGRBG,   {640, 480}},
+    {"Model 0.3MP-M",    0x3A3B, 0x0A3B, kMono8,  {640, 480}},
+    {"Model 1.3MP-C",    0x3B10, 0x0B10, kGRBG,   {1280, 1024}},
+    {"Model 1.3MP-M",    0x3B1B, 0x0B1B, kMono8,  {1280, 1024}},
+    {"Model 2.3MP-C",    0x3B20, 0x0B20, kGRBG,   {1920, 1200}},
+    {"Model 2.3MP-M",    0x3B2B, 0x0B2B, kMono8,  {1920, 1200}},
+    {"Model 5.3MP-C",    0x3B50, 0x0B50, kGRBG,   {2592, 2048}},
+    {"Model 5.3MP-M",    0x3B5B, 0x0B5B, kMono8,  {2592, 2048}},
+    {"Model 2.2MP-C",    0x3320, 0x0320, kGRBG,   {2048, 1088}},
+    {"Model 2.2MP-M",    0x332B, 0x032B, kMono8,  {2048, 1088}},
+    {"Model 6.2MP-C",    0x3860, 0x0860, kRGGB,   {3072, 2048}},
+    {"Model 6.2MP-M",    0x386B, 0x086B, kMono8,  {3072, 2048}},
+    {"Model 12.2MP-C",   0x3910, 0x0910, kRGGB,   {4024, 3036}},
+    {"Model 12.2MP-M",   0x391B, 0x091B, kMono8,  {4024, 3036}},
+    {"Model 19.9MP-C",   0x3920, 0x0920, kGBRG,   {5472, 3648}},
+    {"Model 19.9MP-M",   0x392B, 0x092B, kMono8,  {5472, 3648}},
+}};
+// clang-format on
+
+int find_model(uint32_t product_id) {
+  const auto row = std::ranges::find(model_table, product_id, &CameraModel::PID);
+  return static_cast<int>(row - model_table.begin());
+}
+
+}  // namespace kxcam
