@@ -32,7 +32,7 @@ void report(const kxcam::CameraModel& model, const Start& start) {
     std::printf("%6d %6d %8d %5d\n", rest->frames, rest->mean - ExposureRun::kTarget, rest->exposure,
                 rest->gain);
   } else {
-    std::printf("  does not settle: mean %d exposure %d gain %d\n", run.context().mean_level.load(),
+    std::printf("  does not settle: mean %d exposure %d gain %d\n", run.context().picture.mean_level.load(),
                 run.context().parameter.exposure.load(), run.context().parameter.gain.load());
   }
 }

@@ -9,11 +9,11 @@ namespace kxcam {
 
 FrameSettings frame_settings(const CameraContext& ctx) {
   const bool enhanced = (ctx.parameter.isp_flags & kEnhancement) != 0;
-  const auto index_map = ctx.index_map.load();
+  const auto index_map = ctx.stream.index_map.load();
   return {
-      .curves = ctx.curves.load(),
-      .matrix = ctx.matrix.load(),
-      .user_lut = ctx.user_lut.load(),
+      .curves = ctx.picture.curves.load(),
+      .matrix = ctx.picture.matrix.load(),
+      .user_lut = ctx.picture.user_lut.load(),
       .apply_matrix = enhanced || ctx.parameter.saturation != 1.0,
       .index_map = index_map ? *index_map : IndexMap(),
   };

@@ -71,7 +71,7 @@ double ratio(int64_t green, int64_t other) {
 void PointWhiteBalance(CameraContext& ctx, const ImageView& raw) {
   const auto phase = bayer_phase(ctx.model().COLOR_MODE);
   if (!phase) return;
-  const PointSums sums = measure_points(raw, *phase, ctx.mean_level);
+  const PointSums sums = measure_points(raw, *phase, ctx.picture.mean_level);
   if (!sums.sufficient()) return;
   store_wb_gains(ctx, limited({.r = two_decimals(ratio(sums.green, sums.red)),
                                .g = 1.0,

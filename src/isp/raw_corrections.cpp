@@ -11,7 +11,7 @@ namespace {
 
 std::shared_ptr<const FlatField> flat_field_in_force(const CameraContext& ctx, uint16_t flags) {
   if ((flags & kFixedPatternOff) != 0) return nullptr;
-  auto field = ctx.flat_field.load();
+  auto field = ctx.picture.flat_field.load();
   return field->flat() ? nullptr : field;
 }
 
@@ -20,7 +20,7 @@ std::shared_ptr<const FlatField> flat_field_in_force(const CameraContext& ctx, u
 RawCorrections raw_corrections(const CameraContext& ctx, int32_t width, int32_t height) {
   const uint16_t flags = ctx.parameter.isp_flags;
   return {
-      .dead_pixels = ctx.dead_pixels.load(),
+      .dead_pixels = ctx.picture.dead_pixels.load(),
       .flat_field = flat_field_in_force(ctx, flags),
       .despeckled = (flags & kDespeckleOff) == 0,
       .placement = place_frame(ctx.model().SENSOR_ARRAY, ctx.parameter, width, height),

@@ -95,7 +95,7 @@ int read_byte(CameraContext& camera, uint8_t request, uint32_t index, uint32_t v
 }
 
 bool is_reserved_for_strobe(const CameraContext& context, int pins) {
-  return (context.feature_bits & kTriggerUnit) != 0 && (pins & kStrobeLine) != 0 &&
+  return (context.device.feature_bits & kTriggerUnit) != 0 && (pins & kStrobeLine) != 0 &&
          (context.parameter.isp_flags & kStrobeOff) == 0;
 }
 
@@ -132,13 +132,13 @@ std::optional<uint32_t> sccb_read(CameraContext& camera, uint32_t reg) {
 
 bool isp_write(CameraContext& camera, uint32_t reg, uint32_t value) {
   if (find_device(camera) == nullptr) return false;
-  if (camera.firmware_version < kFirmwareWithIspRegisters) return fail(KXCAM_ERROR_NOT_SUPPORTED);
+  if (camera.device.firmware_version < kFirmwareWithIspRegisters) return fail(KXCAM_ERROR_NOT_SUPPORTED);
   return !camera.family.isp_registers || camera_write(camera, kIspWrite, reg, value);
 }
 
 std::optional<uint32_t> isp_read(CameraContext& camera, uint32_t reg) {
   if (find_device(camera) == nullptr) return std::nullopt;
-  if (camera.firmware_version < kFirmwareWithIspRegisters || !camera.family.isp_registers) {
+  if (camera.device.firmware_version < kFirmwareWithIspRegisters || !camera.family.isp_registers) {
     set_last_error(KXCAM_ERROR_NOT_SUPPORTED);
     return std::nullopt;
   }

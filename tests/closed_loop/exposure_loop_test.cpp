@@ -32,7 +32,7 @@ class ExposureLoop : public testing::TestWithParam<const CameraModel*> {
   static void expect_settled(ExposureRun& run, const char* after) {
     SCOPED_TRACE(after);
     const auto rest = run.settle(kMostFrames);
-    ASSERT_TRUE(rest.has_value()) << "mean " << run.context().mean_level;
+    ASSERT_TRUE(rest.has_value()) << "mean " << run.context().picture.mean_level;
     EXPECT_NEAR(rest->mean, ExposureRun::kTarget, run.band());
     EXPECT_GE(rest->exposure, 1);
     EXPECT_LE(rest->exposure, kLongestLoopExposure);
@@ -79,19 +79,19 @@ TEST_P(ExposureLoop, AFlickeringLampLeavesNoBands) {
     SCOPED_TRACE(mains_hz);
     ASSERT_EQ(CameraSetExposure(0, 1), 0U);
     run.set_mains(mains_hz);
-    const double line_before = run.context().line_time_ms;
+    const double line_before = run.context().sensor.line_time_ms;
     // The loop cannot hold an exposure of several such half-periods.
-    if (run.context().flicker_lines * 3 > kLongestLoopExposure) continue;
+    if (run.context().sensor.flicker_lines * 3 > kLongestLoopExposure) continue;
     expect_settled(run, "flicker");
     const int lines = run.context().parameter.exposure;
-    const int period = run.context().flicker_lines;
+    const int period = run.context().sensor.flicker_lines;
     const int periods = (lines + period / 2) / period;
     // Where the line depends on the exposure, a half-period may have another line after the last step.
-    const int change = run.context().line_time_ms == line_before ? 0 : 1;
+    const int change = run.context().sensor.line_time_ms == line_before ? 0 : 1;
     EXPECT_GE(periods, 1) << lines;
     EXPECT_LE(std::abs(lines - periods * period), change * periods) << lines;
     // The sensors whose line depends on the exposure count half-periods with half their clock.
-    const double half_periods = lines * run.context().line_time_ms * mains_hz * 2 / 1000;
+    const double half_periods = lines * run.context().sensor.line_time_ms * mains_hz * 2 / 1000;
     if (std::abs(half_periods - std::round(half_periods)) > 0.1) continue;
     EXPECT_LE(bands(run.picture()), 2);
   }
@@ -104,7 +104,7 @@ INSTANTIATE_TEST_SUITE_P(Sensor, ExposureLoop, testing::ValuesIn(exposable_model
 TEST(FlickeringLamp, MakesBandsOutsideWholeHalfPeriods) {
   ExposureRun run(model_table[find_model(0x3500)], {.mains_hz = 50});
   ASSERT_EQ(CameraSetAEC(0, 0), 0U);
-  ASSERT_EQ(CameraSetExposure(0, run.context().flicker_lines / 2), 0U);
+  ASSERT_EQ(CameraSetExposure(0, run.context().sensor.flicker_lines / 2), 0U);
   for (int frame = 0; frame < 10; ++frame) run.picture();
   EXPECT_GT(bands(run.picture()), 5);
 }

@@ -70,7 +70,7 @@ ExposureRun::ExposureRun(const CameraModel& model, const Options& options) {
   must(CameraSetAETarget(kCamera, kTarget), "CameraSetAETarget");
   // The target is a third of white. Under a lamp it lies between one and two half-periods.
   constexpr double kWhiteUnderLampMs = 3 * 12;
-  const double line_ms = context_->line_time_ms;
+  const double line_ms = context_->sensor.line_time_ms;
   const double white_ms = options.mains_hz == 0 ? 600 * line_ms : kWhiteUnderLampMs;
   white_at_level_1_ = level_for(white_ms) /
                       camera_->inspect([](const kxsim::Bridge& bridge) { return bridge.shutter()->gain; });
@@ -120,7 +120,8 @@ std::optional<ExposureRun::Outcome> ExposureRun::settle(int most_frames) {
     exposure = parameter.exposure;
     gain = parameter.gain;
     if (frame - moved >= kRestFrames) {
-      return Outcome{.frames = moved, .mean = context_->mean_level, .exposure = exposure, .gain = gain};
+      return Outcome{
+          .frames = moved, .mean = context_->picture.mean_level, .exposure = exposure, .gain = gain};
     }
   }
   return std::nullopt;

@@ -28,7 +28,7 @@ class DeadPixelStore : public CameraBus {
   }
 
   static std::vector<DeadPixel> in_force() {
-    const auto list = context_at(0)->dead_pixels.load();
+    const auto list = context_at(0)->picture.dead_pixels.load();
     return {list->listed().begin(), list->listed().end()};
   }
 

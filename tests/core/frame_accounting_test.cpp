@@ -17,7 +17,7 @@ using Action = kxsim::FrameFault::Action;
 
 class FrameAccounting : public CameraBus {
  protected:
-  static FrameCounters& counters() { return context_at(0)->ring->counters(); }
+  static FrameCounters& counters() { return context_at(0)->stream.ring->counters(); }
 
   /// Opens a camera that sends nothing yet: frames during the open may be void, and would count too.
   std::shared_ptr<kxsim::SimulatedCamera> open_silent(const char* options) {
@@ -41,7 +41,7 @@ TEST_F(FrameAccounting, EveryFrameIsCountedOnceHoweverManyTransfersItTakes) {
                              {.action = Action::kLong, .which = {3, 3}, .bytes = 1},
                              {.action = Action::kLong, .which = {5, 5}, .bytes = 20'000'000}},
                   .stream_frames = 6});
-  EXPECT_TRUE(wait_for([] { return context_at(0)->ring->waiting() == 2; }));
+  EXPECT_TRUE(wait_for([] { return context_at(0)->stream.ring->waiting() == 2; }));
   EXPECT_EQ(counters().short_frames, 2U);
   EXPECT_EQ(counters().long_frames, 2U);
   EXPECT_EQ(camera->counters().frames_sent, 6U);

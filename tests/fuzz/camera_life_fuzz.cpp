@@ -33,8 +33,8 @@ std::string configuration() {
 void check_geometry(int index) {
   if (index < 0 || index >= kMaxCameras) return;
   const ContextRef camera = context_at(index);
-  if (camera == nullptr || camera->ring == nullptr) return;
-  const FrameGeometry geometry = camera->geometry;
+  if (camera == nullptr || camera->stream.ring == nullptr) return;
+  const FrameGeometry geometry = camera->stream.geometry;
   require(geometry.pixels() >= 1 && geometry.pixels() <= camera->model().SENSOR_ARRAY.pixels(),
           "a frame is no larger than the sensor");
   require(geometry.bytes_per_pixel == 1 || geometry.bytes_per_pixel == 2, "a sample has one byte or two");

@@ -51,9 +51,9 @@ void set_corrections(Input& input, CameraContext& camera) {
   DeadPixelList dead;
   dead.dead_pixel_count = input.byte() % kMaxDeadPixels;
   for (size_t i = 0; i < dead.dead_pixel_count; ++i) dead.dead_pixels[i] = {input.byte(), input.byte()};
-  camera.dead_pixels.store(std::make_shared<const DeadPixelList>(dead));
+  camera.picture.dead_pixels.store(std::make_shared<const DeadPixelList>(dead));
   const double deviation = input.byte() / 256.0;
-  camera.flat_field.update([&](FlatField& field) {
+  camera.picture.flat_field.update([&](FlatField& field) {
     const std::vector<double> columns(field.column_table_a().size(), deviation);
     const std::vector<double> rows(field.row_table().size(), -deviation / 2);
     field.set_columns(columns, std::vector<double>(columns.size(), deviation / 3));
@@ -64,8 +64,8 @@ void set_corrections(Input& input, CameraContext& camera) {
 void set_geometry(Input& input, CameraContext& camera) {
   const int width = 1 + input.byte() % 100;
   const int height = 1 + input.byte() % 60;
-  camera.geometry = FrameGeometry{static_cast<uint16_t>(width), static_cast<uint16_t>(height),
-                                  camera.model().COLOR_MODE == kMono12 ? 2U : 1U};
+  camera.stream.geometry = FrameGeometry{static_cast<uint16_t>(width), static_cast<uint16_t>(height),
+                                         camera.model().COLOR_MODE == kMono12 ? 2U : 1U};
   UpdateImageIdx(camera);
   camera.parameter.enable_roi = input.byte() % 2;
   camera.parameter.roi_offset_x = static_cast<uint16_t>(input.word());
@@ -82,7 +82,7 @@ int format_of(Input& input) {
 /// The picture by the plain code.
 std::vector<uint8_t> plain_picture(const CameraContext& camera, std::vector<uint8_t> raw, size_t size,
                                    int format) {
-  const FrameGeometry geometry = camera.geometry;
+  const FrameGeometry geometry = camera.stream.geometry;
   const FrameSettings settings = frame_settings(camera);
   const auto pixels = static_cast<size_t>(geometry.pixels());
   std::vector<uint8_t> frame = raw;
@@ -131,15 +131,15 @@ void change_settings(Input& input) {
 
 /// Whether the camera measures the white balance before it makes the next picture.
 bool balances_first(const CameraContext& camera) {
-  return camera.one_push_request || camera.auto_wb_request;
+  return camera.picture.one_push_request || camera.picture.auto_wb_request;
 }
 
 void make_picture(Input& input, const CameraContext& camera) {
-  const FrameGeometry geometry = camera.geometry;
+  const FrameGeometry geometry = camera.stream.geometry;
   const int format = format_of(input);
   int width = geometry.frame_width;
   int height = geometry.frame_height;
-  if (is_rotated(*camera.index_map.load())) std::swap(width, height);
+  if (is_rotated(*camera.stream.index_map.load())) std::swap(width, height);
   int size = 0;
   const bool sized = CameraGetISPImageBufferSize(kCamera, &size, width, height, format) == 0;
   require(sized, "a picture has a size");

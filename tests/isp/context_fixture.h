@@ -29,7 +29,7 @@ class ContextTest : public testing::Test {
 };
 
 inline void set_map(CameraContext& ctx, const IndexMap& map) {
-  ctx.index_map.store(std::make_shared<const IndexMap>(map));
+  ctx.stream.index_map.store(std::make_shared<const IndexMap>(map));
 }
 
 }  // namespace kxcam::test

@@ -33,8 +33,8 @@ class CorrectedFrame : public ContextTest {
     DeadPixelList list;
     list.dead_pixel_count = 1;
     list.dead_pixels[0] = {10 + 12, 20 + 10};
-    ctx->dead_pixels.store(std::make_shared<const DeadPixelList>(list));
-    ctx->flat_field.update([&](FlatField& field) {
+    ctx->picture.dead_pixels.store(std::make_shared<const DeadPixelList>(list));
+    ctx->picture.flat_field.update([&](FlatField& field) {
       field = FlatField(ctx->model().SENSOR_ARRAY);
       const std::vector<double> columns(10 + kWidth, -0.25);
       field.set_columns(columns, columns);
@@ -132,7 +132,7 @@ TEST_F(CorrectedFrame, IsCorrectedWithOneSetOfTables) {
       set_fpn_data(kCamera, columns.data(), columns.data(), nullptr, 34, 0);
       CameraSetWBGain(kCamera, 1.5, 1.0, 0.5);
       CameraOnePushWB(kCamera);
-      ctx->dead_pixels.store(std::make_shared<const DeadPixelList>());
+      ctx->picture.dead_pixels.store(std::make_shared<const DeadPixelList>());
     }
   });
   for (int i = 0; i < 500; ++i) {
@@ -190,15 +190,15 @@ TEST_F(MeasuredFrame, GetsTheGainsThatItWasMeasuredFor) {
       // Grey is the luma of equal channels: its three products are cut one by one, so it may lose 2.
       EXPECT_NEAR(developed(frame, format), 120, format == KXCAM_FORMAT_GREY ? 2 : 0);
       EXPECT_EQ(red_gain(), 1.2);
-      EXPECT_FALSE(ctx->one_push_request);
+      EXPECT_FALSE(ctx->picture.one_push_request);
       ASSERT_TRUE(ok(CameraSetWBGain(kCamera, 1, 1, 1)));
       developed(frame, format);
       EXPECT_EQ(red_gain(), 1.0) << "one request, one measurement";
-      ctx->mean_level = 0;
+      ctx->picture.mean_level = 0;
       ASSERT_TRUE(ok(CameraSetAWB(kCamera, true)));
       EXPECT_NEAR(developed(frame, format), 120, format == KXCAM_FORMAT_GREY ? 2 : 0);
       EXPECT_EQ(red_gain(), 1.2);
-      EXPECT_FALSE(ctx->auto_wb_request);
+      EXPECT_FALSE(ctx->picture.auto_wb_request);
       vacate_slot(kCamera);
     }
   }
@@ -221,7 +221,7 @@ TEST_F(MeasuredFrame, IsTheNextPictureOfAColourModel) {
   ASSERT_TRUE(ok(CameraOnePushWB(kCamera)));
   developed(tinted_frame(*ctx), KXCAM_FORMAT_RAW);
   developed(tinted_frame(*ctx), 0);
-  EXPECT_TRUE(ctx->one_push_request) << "raw frames and no picture at all leave a request alone";
+  EXPECT_TRUE(ctx->picture.one_push_request) << "raw frames and no picture at all leave a request alone";
   EXPECT_EQ(red_gain(), 1.0);
   vacate_slot(kCamera);
 
@@ -231,7 +231,7 @@ TEST_F(MeasuredFrame, IsTheNextPictureOfAColourModel) {
   for (int n = 0; n < 40; ++n)
     developed(std::vector<uint8_t>(kPixels, 90), n % 2 == 0 ? KXCAM_FORMAT_COLOR : KXCAM_FORMAT_GREY);
   EXPECT_EQ(red_gain(), 1.0);
-  EXPECT_EQ(ctx->wb_last_avg, 0);
+  EXPECT_EQ(ctx->picture.wb_last_avg, 0);
 }
 
 // A change of brightness too small for the trigger of every fifth frame, in a steady stream.
@@ -240,21 +240,21 @@ TEST_F(MeasuredFrame, FollowsAModerateChangeWithin32Frames) {
   ASSERT_TRUE(ok(CameraSetAWB(kCamera, true)));
   const auto dark = std::vector<uint8_t>(kPixels, 100);
   for (int n = 0; n < 35; ++n) developed(dark, KXCAM_FORMAT_COLOR);
-  EXPECT_EQ(ctx->wb_last_avg, 100);
+  EXPECT_EQ(ctx->picture.wb_last_avg, 100);
   EXPECT_EQ(red_gain(), 1.0);
   auto brighter = tinted_frame(*ctx);
   for (uint8_t& level : brighter) level = static_cast<uint8_t>(level - 4);
   // Its mean green is 116; nothing is brighter than that by 30, so the gains stay, but the trigger fires.
   int frames = 0;
-  while (ctx->wb_last_avg == 100 && frames < 40) {
+  while (ctx->picture.wb_last_avg == 100 && frames < 40) {
     developed(brighter, KXCAM_FORMAT_COLOR);
     ++frames;
   }
-  EXPECT_EQ(ctx->wb_last_avg, 116);
+  EXPECT_EQ(ctx->picture.wb_last_avg, 116);
   EXPECT_LE(frames, 32);
-  EXPECT_TRUE(ctx->auto_wb_request);
+  EXPECT_TRUE(ctx->picture.auto_wb_request);
   developed(brighter, KXCAM_FORMAT_COLOR);
-  EXPECT_FALSE(ctx->auto_wb_request);
+  EXPECT_FALSE(ctx->picture.auto_wb_request);
 }
 
 }  // namespace

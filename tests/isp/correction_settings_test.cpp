@@ -21,7 +21,7 @@ class CorrectionSettings : public ContextTest {
   /// A camera with tables of four columns and three rows, all entries 9.0.
   ContextRef open_with_tables() {
     ContextRef ctx = open(kBGGR);
-    ctx->flat_field.store(std::make_shared<const FlatField>(SensorSize{4, 3}));
+    ctx->picture.flat_field.store(std::make_shared<const FlatField>(SensorSize{4, 3}));
     EXPECT_TRUE(set_fpn_data(kCamera, kNines.data(), kNines.data(), kNines.data(), 4, 3));
     return ctx;
   }
@@ -34,14 +34,14 @@ class CorrectionSettings : public ContextTest {
 TEST_F(CorrectionSettings, ReplaceTheFirstEntriesOfTheTables) {
   const ContextRef ctx = open_with_tables();
   ASSERT_TRUE(set_fpn_data(kCamera, kEven.data(), kOdd.data(), kEven.data(), 3, 2));
-  auto field = ctx->flat_field.load();
+  auto field = ctx->picture.flat_field.load();
   EXPECT_THAT(field->column_table_a(), ElementsAre(1, 2, 3, 9));
   EXPECT_THAT(field->column_table_b(), ElementsAre(5, 6, 7, 9));
   EXPECT_THAT(field->row_table(), ElementsAre(1, 2, 9));
   ASSERT_TRUE(set_fpn_data(kCamera, kNines.data(), nullptr, kOdd.data(), 4, 3));
   ASSERT_TRUE(set_fpn_data(kCamera, nullptr, kNines.data(), nullptr, 4, 3));
   ASSERT_TRUE(set_fpn_data(kCamera, kNines.data(), kNines.data(), kNines.data(), 0, -1));
-  field = ctx->flat_field.load();
+  field = ctx->picture.flat_field.load();
   EXPECT_THAT(field->column_table_a(), ElementsAre(1, 2, 3, 9));
   EXPECT_THAT(field->column_table_b(), ElementsAre(5, 6, 7, 9));
   EXPECT_THAT(field->row_table(), ElementsAre(5, 6, 7));
@@ -51,10 +51,10 @@ TEST_F(CorrectionSettings, KeepNoRowsInResolutionModeThree) {
   const ContextRef ctx = open_with_tables();
   ctx->parameter.resolution_mode = 3;
   ASSERT_TRUE(set_fpn_data(kCamera, nullptr, nullptr, nullptr, 0, 0));
-  EXPECT_THAT(ctx->flat_field.load()->row_table(), Each(9.0));
+  EXPECT_THAT(ctx->picture.flat_field.load()->row_table(), Each(9.0));
   ASSERT_TRUE(set_fpn_data(kCamera, kEven.data(), kOdd.data(), kEven.data(), 1, 1));
-  EXPECT_THAT(ctx->flat_field.load()->row_table(), Each(0.0));
-  EXPECT_THAT(ctx->flat_field.load()->column_table_a(), ElementsAre(1, 9, 9, 9));
+  EXPECT_THAT(ctx->picture.flat_field.load()->row_table(), Each(0.0));
+  EXPECT_THAT(ctx->picture.flat_field.load()->column_table_a(), ElementsAre(1, 9, 9, 9));
 }
 
 TEST_F(CorrectionSettings, RefuseMoreEntriesThanTheSensorHas) {
@@ -66,8 +66,8 @@ TEST_F(CorrectionSettings, RefuseMoreEntriesThanTheSensorHas) {
   EXPECT_EQ(code(5, 3), KXCAM_ERROR_ARGUMENT);
   EXPECT_EQ(code(4, 4), KXCAM_ERROR_ARGUMENT);
   EXPECT_EQ(code(2147483647, 0), KXCAM_ERROR_ARGUMENT);
-  EXPECT_THAT(ctx->flat_field.load()->column_table_a(), Each(9.0));
-  EXPECT_THAT(ctx->flat_field.load()->row_table(), Each(9.0));
+  EXPECT_THAT(ctx->picture.flat_field.load()->column_table_a(), Each(9.0));
+  EXPECT_THAT(ctx->picture.flat_field.load()->row_table(), Each(9.0));
   vacate_slot(kCamera);
   open(kBGGR);
   EXPECT_EQ(code(1, 0), KXCAM_ERROR_ARGUMENT) << "without acquisition there are no tables";
@@ -86,22 +86,22 @@ TEST_F(CorrectionSettings, SwitchesKeepApart) {
   EXPECT_EQ(ctx->parameter.isp_flags, 0x0800);
   EXPECT_EQ(get(CameraGetFPN, kCamera), 0);
   EXPECT_TRUE(ok(CameraSetFPN(kCamera, true)));
-  EXPECT_FALSE(ctx->auto_wb_request);
+  EXPECT_FALSE(ctx->picture.auto_wb_request);
   EXPECT_TRUE(ok(CameraSetAWB(kCamera, true)));
   EXPECT_EQ(ctx->parameter.isp_flags, 0x0040);
   EXPECT_EQ(get(CameraGetAWB, kCamera), 1);
-  EXPECT_TRUE(ctx->auto_wb_request);
-  EXPECT_FALSE(ctx->one_push_request);
+  EXPECT_TRUE(ctx->picture.auto_wb_request);
+  EXPECT_FALSE(ctx->picture.one_push_request);
   EXPECT_TRUE(ok(CameraSetAWB(kCamera, false)));
   EXPECT_EQ(ctx->parameter.isp_flags, 0);
   EXPECT_TRUE(ok(CameraOnePushWB(kCamera)));
-  EXPECT_TRUE(ctx->one_push_request);
+  EXPECT_TRUE(ctx->picture.one_push_request);
 }
 
 TEST_F(CorrectionSettings, GainsStayWithinTheirRange) {
   const ContextRef ctx = open(kRGGB);
   ASSERT_TRUE(ok(CameraSetWBGain(kCamera, 3.0, 2.0, 0.0)));
-  const auto curves = ctx->curves.load();
+  const auto curves = ctx->picture.curves.load();
   EXPECT_EQ(curves->final_curve_r[84], 252);
   EXPECT_EQ(curves->final_curve_r[85], 255);
   EXPECT_EQ(curves->final_curve_g[127], 254);
@@ -118,7 +118,7 @@ TEST_F(CorrectionSettings, GainsStayWithinTheirRange) {
   EXPECT_TRUE(ok(CameraGetWBGain(kCamera, &r, nullptr, &b)));
   EXPECT_EQ(r, 3.0);
   EXPECT_EQ(b, 0.0);
-  EXPECT_EQ(ctx->curves.load(), curves) << "a refused gain rebuilds nothing";
+  EXPECT_EQ(ctx->picture.curves.load(), curves) << "a refused gain rebuilds nothing";
 }
 
 TEST_F(CorrectionSettings, TestTheIndexThenTheValueThenTheContext) {

@@ -74,7 +74,7 @@ void set_corrections(CameraContext& ctx) {
   const std::vector<double> columns(static_cast<size_t>(sensor.width), 0.01);
   auto field = std::make_shared<FlatField>(sensor);
   field->set_columns(columns, columns);
-  ctx.flat_field.store(std::move(field));
+  ctx.picture.flat_field.store(std::move(field));
   ctx.parameter.isp_flags =
       static_cast<uint16_t>(ctx.parameter.isp_flags & ~(kFixedPatternOff | kDespeckleOff));
 }

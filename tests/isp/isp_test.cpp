@@ -53,10 +53,10 @@ TEST_F(Isp, ConvertsByTheColourModeOfTheModel) {
     ASSERT_TRUE(ok(CameraISP(kCamera, frame.data(), color.data(), kWidth, kHeight, kUncorrectedColor)));
     EXPECT_EQ(color.picture(), expected);
     EXPECT_TRUE(color.guards_intact());
-    EXPECT_EQ(ctx->mean_level, mean);
+    EXPECT_EQ(ctx->picture.mean_level, mean);
 
     expected.resize(frame.size());
-    ctx->mean_level = -1;
+    ctx->picture.mean_level = -1;
     mode.to_grey(frame_settings(*ctx), raw, expected.data(), 0);
     GuardedOutput grey(expected.size());
     // Grey comes before colour.
@@ -64,8 +64,8 @@ TEST_F(Isp, ConvertsByTheColourModeOfTheModel) {
                              kUncorrectedGrey | KXCAM_FORMAT_COLOR)));
     EXPECT_EQ(grey.picture(), expected);
     EXPECT_TRUE(grey.guards_intact());
-    EXPECT_EQ(ctx->mean_level, mean);
-    EXPECT_EQ(ctx->frames_delivered, 2U);
+    EXPECT_EQ(ctx->picture.mean_level, mean);
+    EXPECT_EQ(ctx->stream.frames_delivered, 2U);
     vacate_slot(kCamera);
   }
 }
@@ -86,7 +86,7 @@ TEST_F(Isp, CopiesRawFramesAndWritesNothingWithoutAFormat) {
       CameraISP(kCamera, frame.data(), nothing.data(), 4, 6, KXCAM_FORMAT_32BIT | KXCAM_FORMAT_UNCORRECTED)));
   EXPECT_EQ(nothing.picture(), std::vector<uint8_t>(96, kGuard));
   EXPECT_EQ(frame, original);
-  EXPECT_EQ(ctx->frames_delivered, 2U);
+  EXPECT_EQ(ctx->stream.frames_delivered, 2U);
 }
 
 TEST_F(Isp, ReducesTwelveBitSamplesByTheUserTable) {
@@ -112,7 +112,7 @@ TEST_F(Isp, ReducesTwelveBitSamplesByTheUserTable) {
   std::ranges::transform(samples, expected.begin(), [](int v) { return static_cast<uint8_t>(v % 251); });
   EXPECT_EQ(levels(kUncorrectedRaw), expected);
   EXPECT_EQ(levels(kUncorrectedGrey), expected);
-  EXPECT_EQ(ctx->mean_level, std::accumulate(expected.begin(), expected.end(), 0) / kWidth);
+  EXPECT_EQ(ctx->picture.mean_level, std::accumulate(expected.begin(), expected.end(), 0) / kWidth);
   EXPECT_EQ(frame, original);
 }
 
@@ -150,7 +150,7 @@ TEST_F(Isp, RefusesWhatIsNotAFrameOfTheCamera) {
     EXPECT_EQ(call(kCamera, width, height), KXCAM_ERROR_ARGUMENT) << width << " x " << height;
   }
   EXPECT_EQ(byte, 1);
-  EXPECT_EQ(ctx->frames_delivered, 0U);
+  EXPECT_EQ(ctx->stream.frames_delivered, 0U);
 }
 
 TEST_F(Isp, AppliesTheMatrixForEnhancementOrAnySaturationButOne) {

@@ -65,7 +65,7 @@ TEST_F(ToneSettings, ComposeTheCurvesOfAllOfThem) {
   ASSERT_TRUE(ok(CameraSetContrast(kCamera, 1.5)));
   ASSERT_TRUE(ok(CameraSetBlackLevel(kCamera, 30)));
   ASSERT_TRUE(ok(CameraSetGamma(kCamera, 1.8)));
-  const auto curves = ctx->curves.load();
+  const auto curves = ctx->picture.curves.load();
   const Curve gamma = build_gamma_curve(1.8);
   const Curve contrast = build_contrast_curve(1.5, 30);
   for (size_t i = 0; i < 256; ++i) {
@@ -73,7 +73,7 @@ TEST_F(ToneSettings, ComposeTheCurvesOfAllOfThem) {
     EXPECT_EQ(curves->mono_curve[i], gamma[contrast[i]]);
   }
   ASSERT_TRUE(ok(CameraSetBlackLevel(kCamera, 0)));
-  EXPECT_EQ(ctx->curves.load()->contrast_curve, build_contrast_curve(1.5, 0));
+  EXPECT_EQ(ctx->picture.curves.load()->contrast_curve, build_contrast_curve(1.5, 0));
 }
 
 TEST_F(ToneSettings, EnhancementRebuildsTheGammaCurveWithoutComposing) {
@@ -82,12 +82,13 @@ TEST_F(ToneSettings, EnhancementRebuildsTheGammaCurveWithoutComposing) {
   ctx->parameter.gamma = 1.7;
   ASSERT_TRUE(ok(CameraSetEnhancement(kCamera, true)));
   EXPECT_EQ(get(CameraGetEnhancement, kCamera), 1);
-  EXPECT_EQ(ctx->curves.load()->gamma_curve, build_gamma_curve(1.7));
-  EXPECT_EQ(ctx->curves.load()->final_curve_g, identity_curve());
-  EXPECT_EQ(ctx->matrix.load()->color_matrix_table[0][255], 0) << "the camera's own matrix is all zero";
+  EXPECT_EQ(ctx->picture.curves.load()->gamma_curve, build_gamma_curve(1.7));
+  EXPECT_EQ(ctx->picture.curves.load()->final_curve_g, identity_curve());
+  EXPECT_EQ(ctx->picture.matrix.load()->color_matrix_table[0][255], 0)
+      << "the camera's own matrix is all zero";
   ASSERT_TRUE(ok(CameraSetEnhancement(kCamera, false)));
   EXPECT_EQ(get(CameraGetEnhancement, kCamera), 0);
-  EXPECT_EQ(ctx->matrix.load()->color_matrix_table[0][255], 255);
+  EXPECT_EQ(ctx->picture.matrix.load()->color_matrix_table[0][255], 255);
   EXPECT_EQ(ctx->parameter.isp_flags, kMirrorX | kRotate90);
 }
 
@@ -99,12 +100,12 @@ TEST_F(ToneSettings, HandTheMatrixBackAndUseItAtTheNextRebuild) {
   std::array<double, 9> ccm{};
   ASSERT_TRUE(get_ccm(kCamera, ccm));
   EXPECT_EQ(ccm, kCcm);
-  EXPECT_EQ(ctx->matrix.load()->color_matrix_table[0][100], 0);
-  const MatrixTable grey = ctx->matrix.load()->grey_matrix_table;
+  EXPECT_EQ(ctx->picture.matrix.load()->color_matrix_table[0][100], 0);
+  const MatrixTable grey = ctx->picture.matrix.load()->grey_matrix_table;
   ASSERT_TRUE(ok(CameraSetSaturation(kCamera, 1.0)));
-  EXPECT_EQ(ctx->matrix.load()->color_matrix_table[0][100], 200);
-  EXPECT_EQ(ctx->matrix.load()->color_matrix_table[8][100], -100);
-  EXPECT_EQ(ctx->matrix.load()->grey_matrix_table, grey);
+  EXPECT_EQ(ctx->picture.matrix.load()->color_matrix_table[0][100], 200);
+  EXPECT_EQ(ctx->picture.matrix.load()->color_matrix_table[8][100], -100);
+  EXPECT_EQ(ctx->picture.matrix.load()->grey_matrix_table, grey);
 }
 
 TEST_F(ToneSettings, CopyAsMuchOfTheUserTableAsThereIs) {
@@ -115,9 +116,9 @@ TEST_F(ToneSettings, CopyAsMuchOfTheUserTableAsThereIs) {
   ASSERT_TRUE(ok(CameraSetLUT(kCamera, lut.data(), 2)));
   ASSERT_TRUE(ok(CameraSetLUT(kCamera, lut.data(), 0)));
   ASSERT_TRUE(ok(CameraSetLUT(kCamera, lut.data(), -5)));
-  EXPECT_EQ((*ctx->user_lut.load())[1], 9);
-  EXPECT_EQ((*ctx->user_lut.load())[2], 0);
-  EXPECT_EQ((*ctx->user_lut.load())[4095], 255);
+  EXPECT_EQ((*ctx->picture.user_lut.load())[1], 9);
+  EXPECT_EQ((*ctx->picture.user_lut.load())[2], 0);
+  EXPECT_EQ((*ctx->picture.user_lut.load())[4095], 255);
   ASSERT_TRUE(ok(CameraSetLUT(kCamera, lut.data(), 5000)));
 
   for (const int asked : {5000, 3, -1}) {
@@ -144,7 +145,7 @@ TEST_F(ToneSettings, OfTwoThreadsAreNotLost) {
   std::thread contrast([&] { set_often(0.6, CameraSetContrast); });
   gamma.join();
   contrast.join();
-  const auto curves = ctx->curves.load();
+  const auto curves = ctx->picture.curves.load();
   EXPECT_EQ(curves->gamma_curve, build_gamma_curve(1.9));
   EXPECT_EQ(curves->contrast_curve, build_contrast_curve(0.6, 0));
   EXPECT_EQ(curves->final_curve_r[100], curves->gamma_curve[curves->contrast_curve[100]]);

@@ -45,13 +45,13 @@ class WhiteBalance : public ContextTest {
   Gains measured(Measure measure, const Order& order, const Mosaic& mosaic, int mean_level = 0) {
     const ContextRef ctx = open(order.color_mode);
     EXPECT_TRUE(ok(CameraSetWBGain(kCamera, 2.5, 2.5, 2.5)));
-    ctx->mean_level = mean_level;
+    ctx->picture.mean_level = mean_level;
     measure(*ctx, ImageView(mosaic.samples, mosaic.width, mosaic.height));
     const Gains gains = gains_now();
     for (size_t i = 0; i < 256; ++i) {
-      EXPECT_EQ(ctx->curves.load()->final_curve_r[i], std::min(255, static_cast<int>(i * gains.r)));
-      EXPECT_EQ(ctx->curves.load()->final_curve_g[i], std::min(255, static_cast<int>(i * gains.g)));
-      EXPECT_EQ(ctx->curves.load()->final_curve_b[i], std::min(255, static_cast<int>(i * gains.b)));
+      EXPECT_EQ(ctx->picture.curves.load()->final_curve_r[i], std::min(255, static_cast<int>(i * gains.r)));
+      EXPECT_EQ(ctx->picture.curves.load()->final_curve_g[i], std::min(255, static_cast<int>(i * gains.g)));
+      EXPECT_EQ(ctx->picture.curves.load()->final_curve_b[i], std::min(255, static_cast<int>(i * gains.b)));
     }
     vacate_slot(kCamera);
     return gains;
@@ -237,13 +237,14 @@ TEST_F(WhiteBalance, AutomaticAsksAfterAChangeOfTheMeanLevel) {
   for (const bool on : {true, false}) {
     for (const Case& c : kCases) {
       ctx->parameter.isp_flags.set_bits(kAutoWhiteBalance, on);
-      ctx->auto_wb_request = false;
-      ctx->frames_delivered = c.frames;
-      ctx->wb_last_avg = c.last;
-      ctx->mean_level = c.mean;
+      ctx->picture.auto_wb_request = false;
+      ctx->stream.frames_delivered = c.frames;
+      ctx->picture.wb_last_avg = c.last;
+      ctx->picture.mean_level = c.mean;
       AutoWhiteBalance(*ctx);
-      EXPECT_EQ(ctx->auto_wb_request, on && c.asks) << c.frames << " frames, " << c.last << " to " << c.mean;
-      EXPECT_EQ(ctx->wb_last_avg, on && c.asks ? c.mean : c.last);
+      EXPECT_EQ(ctx->picture.auto_wb_request, on && c.asks)
+          << c.frames << " frames, " << c.last << " to " << c.mean;
+      EXPECT_EQ(ctx->picture.wb_last_avg, on && c.asks ? c.mean : c.last);
     }
   }
 }

@@ -160,7 +160,7 @@ std::vector<CameraBooks> Soak::read_books() {
                      .device = read_book(camera->device()->counters())};
     const auto at = std::ranges::find(stage_.at_index, camera.get());
     if (at != stage_.at_index.end())
-      book.host += read_book(*contexts_[static_cast<size_t>(at - stage_.at_index.begin())]->ring);
+      book.host += read_book(*contexts_[static_cast<size_t>(at - stage_.at_index.begin())]->stream.ring);
     books.push_back(std::move(book));
   }
   return books;
@@ -200,7 +200,7 @@ void Soak::check_books() {
 void Soak::close_all() {
   for (size_t i = 0; i < contexts_.size(); ++i) {
     stage_.watch("CameraFree", Patience::kWholeCamera, [&] { return CameraFree(static_cast<int>(i)); });
-    stage_.at_index[i]->closed_book += read_book(*contexts_[i]->ring);
+    stage_.at_index[i]->closed_book += read_book(*contexts_[i]->stream.ring);
     stage_.at_index[i] = nullptr;
     if (contexts_[i].use_count() != 1) stage_.violations.add("a closed camera is still held by someone");
     contexts_[i].reset();

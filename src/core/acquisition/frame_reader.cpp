@@ -24,17 +24,17 @@ class FrameCollector {
  public:
   explicit FrameCollector(CameraContext& context)
       : context_(context),
-        ring_(*context.ring),
-        handle_(context.usb_handle.load()),
+        ring_(*context.stream.ring),
+        handle_(context.device.usb_handle.load()),
         sensor_pixels_(context.model().SENSOR_ARRAY.pixels()),
         endpoint_(context.model().newer_bridge() ? kNewerBridgeEndpoint : kOlderBridgeEndpoint) {}
 
   /// One transfer into the buffer that is next.
   void collect() {
     // A frame is one byte per pixel on the wire, whatever the depth of the samples.
-    const FrameGeometry geometry = context_.geometry.load(std::memory_order_relaxed);
+    const FrameGeometry geometry = context_.stream.geometry.load(std::memory_order_relaxed);
     const int32_t expected = geometry.pixels();
-    const std::optional<int> i = ring_.wait_for_free_buffer(context_.running);
+    const std::optional<int> i = ring_.wait_for_free_buffer(context_.stream.running);
     if (!i) return;
     const int32_t chunk = std::min(std::min(blocks_above(expected), kLargestTransfer),
                                    blocks_above(sensor_pixels_ - received_));
@@ -100,15 +100,15 @@ class FrameCollector {
 
 void reader(CameraContext& context) {
   FrameCollector collector(context);
-  while (context.running) collector.collect();
+  while (context.stream.running) collector.collect();
 }
 
 void start_reader(CameraContext& context) {
-  context.reader_thread = std::thread([&context] { reader(context); });
+  context.stream.reader_thread = std::thread([&context] { reader(context); });
 }
 
 void join_reader(CameraContext& context) {
-  if (context.reader_thread.joinable()) context.reader_thread.join();
+  if (context.stream.reader_thread.joinable()) context.stream.reader_thread.join();
 }
 
 }  // namespace kxcam

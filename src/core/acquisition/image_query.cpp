@@ -19,7 +19,7 @@ namespace {
 /// Milliseconds that a query waits: a long exposure gets at least its own duration.
 int64_t wait_limit(const CameraContext& context) {
   constexpr double kLongest = std::numeric_limits<int32_t>::max();
-  const double exposure_ms = context.parameter.exposure * context.line_time_ms;
+  const double exposure_ms = context.parameter.exposure * context.sensor.line_time_ms;
   const int32_t exposure = exposure_ms > 0 ? static_cast<int32_t>(std::min(exposure_ms, kLongest)) : 0;
   return std::max<int32_t>(context.parameter.time_out, exposure);
 }
@@ -41,26 +41,26 @@ class TakenFrame {
 
 /// Makes the picture of the frame in ring buffer `i`.
 bool deliver(CameraContext& context, int i, FrameGeometry geometry, uint8_t* out, int format) {
-  const std::lock_guard bytes(context.ring->buffer_mutex(i));
-  uint8_t* frame = context.ring->buffer(i).data();
+  const std::lock_guard bytes(context.stream.ring->buffer_mutex(i));
+  uint8_t* frame = context.stream.ring->buffer(i).data();
   if ((format & KXCAM_FORMAT_RAW) != 0) {
     std::memcpy(out, frame, static_cast<size_t>(image_bytes(geometry, format)));
-    context.frames_delivered.add(1);
+    context.stream.frames_delivered.add(1);
     return true;
   }
   return isp_raw_frame(context, frame, out, geometry, format);
 }
 
 bool query(CameraContext& context, uint8_t* out, const int* size, int* buffer_index, int format) {
-  if (context.ring == nullptr) return fail(KXCAM_ERROR_NO_DEVICE);
-  const FrameGeometry geometry = context.geometry;
+  if (context.stream.ring == nullptr) return fail(KXCAM_ERROR_NO_DEVICE);
+  const FrameGeometry geometry = context.stream.geometry;
   if (geometry.pixels() * static_cast<int>(geometry.bytes_per_pixel) < 1) return fail(KXCAM_ERROR_FRAME_SIZE);
   if (*size != image_bytes(geometry, format)) return fail(KXCAM_ERROR_ARGUMENT);
 
-  const std::optional<int> i =
-      context.ring->take(geometry, wait_limit(context), {context.geometry, context.running});
+  const std::optional<int> i = context.stream.ring->take(geometry, wait_limit(context),
+                                                         {context.stream.geometry, context.stream.running});
   if (!i) return fail(KXCAM_ERROR_NO_FRAME);
-  TakenFrame frame(*context.ring, *i);
+  TakenFrame frame(*context.stream.ring, *i);
   frame.delivered = deliver(context, *i, geometry, out, format);
   if (frame.delivered && buffer_index != nullptr) *buffer_index = *i;
   return frame.delivered;

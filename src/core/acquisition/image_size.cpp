@@ -28,7 +28,7 @@ int image_bytes(const FrameGeometry& geometry, int format) {
 bool get_image_size(int camera, int* width, int* height) {
   const ContextRef context = find_camera(camera);
   if (context == nullptr) return false;
-  const FrameGeometry geometry = context->geometry;
+  const FrameGeometry geometry = context->stream.geometry;
   if ((context->parameter.isp_flags & kRotate90) != 0) std::swap(width, height);
   if (width != nullptr) *width = geometry.frame_width;
   if (height != nullptr) *height = geometry.frame_height;
@@ -45,7 +45,7 @@ bool get_image_depth(int camera, int* bits) {
 bool get_image_buffer_size(int camera, int* size, int format) {
   const ContextRef context = find_camera(camera);
   if (context == nullptr) return false;
-  if (size != nullptr) *size = image_bytes(context->geometry, format);
+  if (size != nullptr) *size = image_bytes(context->stream.geometry, format);
   return true;
 }
 

@@ -13,17 +13,17 @@ namespace {
 /// The map of the present frame size and flags. Built inside the update, so that of two changes at the
 /// same time the later map knows both.
 void build_index_map(CameraContext& context) {
-  context.index_map.update([&context](IndexMap& map) {
-    const FrameGeometry geometry = context.geometry;
+  context.stream.index_map.update([&context](IndexMap& map) {
+    const FrameGeometry geometry = context.stream.geometry;
     const uint16_t flags = context.parameter.isp_flags;
-    const bool inverted = (context.open_flags & kOpenInvertMirrorY) != 0;
+    const bool inverted = (context.device.open_flags & kOpenInvertMirrorY) != 0;
     map = IndexMap(geometry.frame_width, geometry.frame_height, (flags & kMirrorX) != 0,
                    ((flags & kMirrorY) != 0) != inverted, (flags & kRotate90) != 0);
   });
 }
 
 bool has_index_map(const CameraContext& context) {
-  return context.index_map.load()->count() > 0;
+  return context.stream.index_map.load()->count() > 0;
 }
 
 bool set_flag(int camera, IspFlag flag, bool on) {
@@ -49,8 +49,9 @@ void UpdateImageIdx(CameraContext& context) {
 
 void set_full_frame(CameraContext& context) {
   const SensorSize sensor = context.model().SENSOR_ARRAY;
-  context.geometry = FrameGeometry{static_cast<uint16_t>(sensor.width), static_cast<uint16_t>(sensor.height),
-                                   context.geometry.load().bytes_per_pixel};
+  context.stream.geometry =
+      FrameGeometry{static_cast<uint16_t>(sensor.width), static_cast<uint16_t>(sensor.height),
+                    context.stream.geometry.load().bytes_per_pixel};
   build_index_map(context);
 }
 

@@ -64,7 +64,6 @@ int get_resolution_count(int camera) {
   const OpenCamera open = find_open_camera(camera);
   ShortReply reply;
   if (!open || !ask(open, kGeometryInquiry, kCount, 0, reply)) return -1;
-  open->resolution_count = reply[0];
   return reply[0];
 }
 
@@ -93,7 +92,7 @@ bool set_resolution(int camera, int preset, int* width, int* height, int* bytes)
   if (!open || !ask(open, kSelectGeometry, kPreset, preset, reply)) return false;
   const std::optional<FrameGeometry> geometry = plausible_geometry(*open.context, reply);
   if (!geometry) return false;
-  open->geometry = *geometry;
+  open->stream.geometry = *geometry;
   UpdateImageIdx(*open.context);  // at once: frames of that size may be there before the delay is
   hand_out(*open.context, *geometry, width, height, bytes);
   reapply_delay(*open.context);
@@ -185,7 +184,7 @@ bool set_ROI(int camera, int x, int y, int w, int h) {
 
   // The 12-bit bridge answers 1 for a window and sends two bytes all the same.
   const bool twelve_bits = open->model().COLOR_MODE == kMono12;
-  open->geometry = FrameGeometry{window->width, window->height, twelve_bits ? 2U : *bytes};
+  open->stream.geometry = FrameGeometry{window->width, window->height, twelve_bits ? 2U : *bytes};
   UpdateImageIdx(*open.context);  // at once: frames of the window may be there before the delay is
   reapply_delay(*open.context);
   CameraParameter& parameter = open->parameter;

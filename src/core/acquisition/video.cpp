@@ -42,14 +42,14 @@ bool clear_host_buffer(int camera) {
   const OpenCamera open = find_open_camera(camera);
   if (!open) return false;
   const ReadLock reading(open->context_lock);
-  if (open->ring != nullptr) open->ring->flush();
+  if (open->stream.ring != nullptr) open->stream.ring->flush();
   return true;
 }
 
 bool abort_query(int camera) {
   const ContextRef context = find_camera(camera);
   if (context == nullptr) return false;
-  context->running = false;
+  context->stream.running = false;
   return true;
 }
 

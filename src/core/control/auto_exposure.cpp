@@ -27,7 +27,7 @@ constexpr int kTargetFractionBits = 4;
 constexpr int kHighestTarget = 255;
 
 bool bridge_has_loop(const CameraContext& camera) {
-  return camera.family.bridge_auto_exposure || (camera.feature_bits & kBridgeAutoExposure) != 0;
+  return camera.family.bridge_auto_exposure || (camera.device.feature_bits & kBridgeAutoExposure) != 0;
 }
 
 uint32_t mains_bit(uint16_t isp_flags) {
@@ -45,8 +45,8 @@ void switch_bridge_loop(CameraContext& camera, bool on) {
 
 /// Lets a few frames of the old setting pass before the loop's next run.
 void postpone_next_run(CameraContext& camera) {
-  const auto frames = static_cast<int32_t>(camera.frames_delivered.load());
-  camera.frames_delivered = static_cast<uint32_t>(frames / 4 + 2);
+  const auto frames = static_cast<int32_t>(camera.stream.frames_delivered.load());
+  camera.stream.frames_delivered = static_cast<uint32_t>(frames / 4 + 2);
 }
 
 int get_switch(int camera, uint16_t flag) {
@@ -88,7 +88,7 @@ bool set_ae_target(int camera, int target) {
   if (target < 0 || target > kHighestTarget) return fail(KXCAM_ERROR_ARGUMENT);
   const ContextRef context = context_at(camera);
   if (context == nullptr) return false;
-  const int32_t level = CameraContext::ae_offset + target;
+  const int32_t level = target;
   context->parameter.ae_target = level;
   return !bridge_has_loop(*context) ||
          isp_write(*context, kAutoExposureTarget, static_cast<uint32_t>(level) << kTargetFractionBits);
@@ -96,12 +96,12 @@ bool set_ae_target(int camera, int target) {
 
 int get_ae_target(int camera) {
   const ContextRef context = find_camera(camera);
-  return context == nullptr ? -1 : std::max(context->parameter.ae_target - CameraContext::ae_offset, 0);
+  return context == nullptr ? -1 : std::max(context->parameter.ae_target.load(), 0);
 }
 
 int get_avg(int camera) {
   const ContextRef context = find_camera(camera);
-  return context == nullptr ? -1 : std::max(context->mean_level - CameraContext::ae_offset, 0);
+  return context == nullptr ? -1 : std::max(context->picture.mean_level.load(), 0);
 }
 
 bool set_anti_flicker(int camera, int mode) {
@@ -146,7 +146,7 @@ Loop read_settings(const CameraContext& camera) {
   return {.flags = parameter.isp_flags,
           .exposure = parameter.exposure,
           .gain = parameter.gain,
-          .flicker_lines = std::max<int32_t>(camera.flicker_lines, 0)};
+          .flicker_lines = std::max<int32_t>(camera.sensor.flicker_lines, 0)};
 }
 
 bool answered(int32_t last_step, int32_t last_average, int32_t average) {
@@ -157,8 +157,8 @@ bool answered(int32_t last_step, int32_t last_average, int32_t average) {
 /// there the error itself is the factor.
 int32_t exposure_step(CameraContext& camera, int32_t average, int32_t error, int32_t exposure) {
   const bool black = average < 1;
-  if (black) camera.mean_level = 1;
-  camera.ae_last_avg = black ? 1 : average;
+  if (black) camera.picture.mean_level = 1;
+  camera.sensor.ae_last_avg = black ? 1 : average;
   const double ratio = black ? error : static_cast<double>(error) / average;
   return static_cast<int32_t>(std::clamp(ratio * exposure, -double{kLargestStep}, double{kLargestStep}));
 }
@@ -184,7 +184,7 @@ int32_t gain_for(const Loop& loop, int64_t wanted, int32_t step, int32_t frame_h
 }
 
 bool change_gain(CameraContext& camera, const Loop& loop, int64_t wanted, int32_t step) {
-  const FrameGeometry geometry = camera.geometry;
+  const FrameGeometry geometry = camera.stream.geometry;
   const int32_t gain = gain_for(loop, wanted, step, geometry.frame_height);
   if (gain == loop.gain) return true;
   camera.parameter.gain = gain;
@@ -214,19 +214,20 @@ bool take_step(CameraContext& camera, const Loop& loop, int32_t step) {
 
 bool AutoExposure(CameraContext& camera) {
   const Loop loop = read_settings(camera);
-  if (!loop.has(kAutoGain | kAutoExposure) || camera.frames_delivered % kFramesPerRun != 0) return true;
+  if (!loop.has(kAutoGain | kAutoExposure) || camera.stream.frames_delivered % kFramesPerRun != 0)
+    return true;
 
-  const int32_t average = camera.mean_level;
+  const int32_t average = camera.picture.mean_level;
   const int32_t error = camera.parameter.ae_target - average;
-  const int32_t last_step = camera.ae_last_step;
-  camera.ae_last_step = 0;
+  const int32_t last_step = camera.sensor.ae_last_step;
+  camera.sensor.ae_last_step = 0;
   if (std::abs(error) <= (loop.anti_flicker() ? kDeadBandAntiFlicker : kDeadBand)) return true;
-  if (last_step != 0 && !answered(last_step, camera.ae_last_avg, average)) return true;
+  if (last_step != 0 && !answered(last_step, camera.sensor.ae_last_avg, average)) return true;
 
   const int32_t step = exposure_step(camera, average, error, loop.exposure);
   if (step == 0) return true;
   const bool written = take_step(camera, loop, step);
-  camera.ae_last_step = step;
+  camera.sensor.ae_last_step = step;
   return written;
 }
 

@@ -11,7 +11,7 @@ namespace {
 
 ReadoutSize readout_size(const CameraContext& camera, int width, int height) {
   if (width > 0 && height > 0) return {width, height};
-  const FrameGeometry geometry = camera.geometry;
+  const FrameGeometry geometry = camera.stream.geometry;
   return {geometry.frame_width, geometry.frame_height};
 }
 
@@ -29,8 +29,8 @@ int set_exposure_width(CameraContext& camera, int width, int height) {
   if (camera.family.line_timing == nullptr) return *extra;
   const std::optional<LineTiming> timing = camera.family.line_timing(camera, size.width + *extra);
   if (!timing) return -1;
-  camera.line_time_ms = timing->line_time_ms;
-  camera.flicker_lines = timing->flicker_lines;
+  camera.sensor.line_time_ms = timing->line_time_ms;
+  camera.sensor.flicker_lines = timing->flicker_lines;
   return *extra;
 }
 
@@ -65,12 +65,12 @@ int get_exposure(int camera) {
 
 double get_exposure_unit(int camera) {
   const ContextRef context = find_camera(camera);
-  return context == nullptr ? -1.0 : context->line_time_ms.load();
+  return context == nullptr ? -1.0 : context->sensor.line_time_ms.load();
 }
 
 double get_exposure_time(int camera) {
   const ContextRef context = find_camera(camera);
-  return context == nullptr ? -1.0 : context->parameter.exposure * context->line_time_ms;
+  return context == nullptr ? -1.0 : context->parameter.exposure * context->sensor.line_time_ms;
 }
 
 }  // namespace kxcam

@@ -96,7 +96,7 @@ int get_highspeed(int camera) {
 namespace {
 
 bool can_reset_globally(const CameraContext& camera) {
-  return (camera.feature_bits & kGlobalReset) != 0;
+  return (camera.device.feature_bits & kGlobalReset) != 0;
 }
 
 }  // namespace

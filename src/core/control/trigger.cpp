@@ -22,13 +22,11 @@ constexpr uint32_t kFramesPerTrigger = 0x05;
 bool set_snap_mode(int camera, int mode) {
   const ContextRef context = find_camera(camera);
   if (context == nullptr) return false;
-  context->snap_mode_dirty = 1;
   if (find_device(*context) == nullptr) return false;
   if (context->family.switch_trigger == nullptr) return fail(KXCAM_ERROR_NOT_SUPPORTED);
   const auto snap_mode = static_cast<uint8_t>(mode);
   if (!context->family.switch_trigger(*context, snap_mode == kSnapTriggered)) return false;
   clear_host_buffer(camera);
-  if (snap_mode == kSnapTimed) context->snap_start_time = GetTickCount();
   context->parameter.snap_mode = snap_mode;
   return true;
 }
@@ -62,7 +60,7 @@ bool trigger_shot(int camera) {
   const OpenCamera open = find_open_camera(camera);
   if (!open) return false;
   if (!is_triggered(*open.context)) return fail(KXCAM_ERROR_ARGUMENT);
-  if (open->ring != nullptr) open->ring->drop_ready_frames();
+  if (open->stream.ring != nullptr) open->stream.ring->drop_ready_frames();
   if (open->family.switch_trigger == nullptr) return fail(KXCAM_ERROR_NOT_SUPPORTED);
   sysdelay(open->family.trigger_wait_ms);
   pulse_trigger_line(*open.context);

@@ -27,7 +27,7 @@ constexpr UnitTime kDebouncerTime{&CameraParameter::debouncer_time, 6, 1};
 constexpr int kCameraWithTheUnit = 0;
 
 bool has_trigger_unit(const CameraContext& camera) {
-  return (camera.feature_bits & kTriggerUnit) != 0;
+  return (camera.device.feature_bits & kTriggerUnit) != 0;
 }
 
 bool set_time(int camera, const UnitTime& time, int value) {

@@ -50,7 +50,7 @@ std::optional<DeadPixel> read_pixel(int camera, size_t i) {
 }
 
 void put_in_force(CameraContext& context, const DeadPixelList& list) {
-  context.dead_pixels.store(std::make_shared<const DeadPixelList>(list));
+  context.picture.dead_pixels.store(std::make_shared<const DeadPixelList>(list));
 }
 
 void copy_out(const DeadPixelList& from, uint32_t* list) {

@@ -63,13 +63,13 @@ std::vector<double> read_table(libusb_device_handle* handle, int page, size_t en
 
 bool keeps_fixed_pattern(const CameraContext& camera) {
   const uint32_t product = camera.model().PID;
-  const bool bridge_does =
-      product == 0x3B1B || product == 0x3A3B || camera.firmware_version >= kFirstFirmwareThatKeepsTables;
-  return bridge_does && !camera.flat_field.load()->row_table().empty();
+  const bool bridge_does = product == 0x3B1B || product == 0x3A3B ||
+                           camera.device.firmware_version >= kFirstFirmwareThatKeepsTables;
+  return bridge_does && !camera.picture.flat_field.load()->row_table().empty();
 }
 
 void write_fixed_pattern(const CameraContext& camera, libusb_device_handle* handle) {
-  const auto field = camera.flat_field.load();
+  const auto field = camera.picture.flat_field.load();
   prepare(handle, kFixedPatternArea);
   write_table(handle, kEvenColumnsPage, field->column_table_a());
   write_table(handle, kOddColumnsPage, field->column_table_b());
@@ -77,19 +77,19 @@ void write_fixed_pattern(const CameraContext& camera, libusb_device_handle* hand
 }
 
 void read_fixed_pattern(CameraContext& camera, libusb_device_handle* handle) {
-  const auto columns = camera.flat_field.load()->column_table_a().size();
-  const auto rows = camera.flat_field.load()->row_table().size();
+  const auto columns = camera.picture.flat_field.load()->column_table_a().size();
+  const auto rows = camera.picture.flat_field.load()->row_table().size();
   const std::vector<double> even_columns = read_table(handle, kEvenColumnsPage, columns);
   const std::vector<double> odd_columns = read_table(handle, kOddColumnsPage, columns);
   const std::vector<double> row_table = read_table(handle, kRowsPage, rows);
-  camera.flat_field.update([&](FlatField& field) {
+  camera.picture.flat_field.update([&](FlatField& field) {
     field.set_columns(even_columns, odd_columns);
     field.set_rows(row_table);
   });
 }
 
 void write_user_lut(const CameraContext& camera, libusb_device_handle* handle) {
-  UserLut lut = *camera.user_lut.load();
+  UserLut lut = *camera.picture.user_lut.load();
   long length = static_cast<long>(lut.size());
   prepare(handle, kUserLutArea);
   EP0Write(handle, kFlashWrite, kUserLutPage, 0, lut.data(), length);
@@ -99,7 +99,7 @@ void read_user_lut(CameraContext& camera, libusb_device_handle* handle) {
   UserLut read{};
   long length = static_cast<long>(read.size());
   if (!EP0Read(handle, kFlashRead, kUserLutPage, 0, read.data(), length)) return;
-  camera.user_lut.update([&](UserLut& lut) { std::copy_n(read.begin(), length, lut.begin()); });
+  camera.picture.user_lut.update([&](UserLut& lut) { std::copy_n(read.begin(), length, lut.begin()); });
 }
 
 bool erase_firmware(int camera) {

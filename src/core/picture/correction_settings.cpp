@@ -57,14 +57,14 @@ bool set_fpn_data(int camera, const double* col_even, const double* col_odd, con
   const auto ctx = find_camera(camera);
   if (!ctx) return false;
   const ReadLock lock(ctx->context_lock);
-  const auto field = ctx->flat_field.load();  // lengths never change
+  const auto field = ctx->picture.flat_field.load();  // lengths never change
   if (ncols > std::ssize(field->column_table_a()) || nrows > std::ssize(field->row_table())) {
     return fail(KXCAM_ERROR_ARGUMENT);
   }
   const bool has_columns = col_even != nullptr && col_odd != nullptr && ncols >= 1;
   const bool has_rows = row != nullptr && nrows >= 1;
   const bool takes_rows = ctx->parameter.resolution_mode != kModeWithoutRowTable;
-  ctx->flat_field.update([&](FlatField& next) {
+  ctx->picture.flat_field.update([&](FlatField& next) {
     if (has_columns) next.set_columns(entries(col_even, ncols), entries(col_odd, ncols));
     if (has_rows && takes_rows) next.set_rows(entries(row, nrows));
     if (has_rows && !takes_rows) next.clear_rows();

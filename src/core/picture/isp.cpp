@@ -26,11 +26,11 @@ bool has_pixels(const IndexMap& map, int width, int height) {
 /// What was asked for since the last frame. Measured before the picture is made, which then has the new
 /// gains already. A request that comes in meanwhile is kept for the next frame.
 void measure_white_balance(CameraContext& ctx, FrameSettings& settings, const ImageView& raw) {
-  const bool one_push = ctx.one_push_request.exchange(false);
-  const bool points = ctx.auto_wb_request.exchange(false);
+  const bool one_push = ctx.picture.one_push_request.exchange(false);
+  const bool points = ctx.picture.auto_wb_request.exchange(false);
   if (one_push) ManualWhiteBalance(ctx, raw);
   if (points) PointWhiteBalance(ctx, raw);
-  if (one_push || points) settings.curves = ctx.curves.load();
+  if (one_push || points) settings.curves = ctx.picture.curves.load();
 }
 
 void make_picture(CameraContext& ctx, FrameSettings settings, const ImageView& raw, uint8_t* out, int format,
@@ -38,7 +38,7 @@ void make_picture(CameraContext& ctx, FrameSettings settings, const ImageView& r
   const CameraModel& model = ctx.model();
   if (!is_picture(model.COLOR_MODE, format)) return;
   if (!model.monochrome()) measure_white_balance(ctx, settings, raw);
-  ctx.mean_level = develop(cpu_choice().level, model.COLOR_MODE, settings, raw, out, format, memory);
+  ctx.picture.mean_level = develop(cpu_choice().level, model.COLOR_MODE, settings, raw, out, format, memory);
 }
 
 /// `width` and `height` are those of the raw frame, and their product is that of the settings' map.
@@ -46,7 +46,7 @@ bool process(CameraContext& ctx, const FrameSettings& settings, uint8_t* in, uin
              int height, int format) {
   const uint32_t color_mode = ctx.model().COLOR_MODE;
   std::span<uint8_t> frame(in, settings.index_map.count());
-  FrameMemoryPool::Lease lease(ctx.frame_memory);
+  FrameMemoryPool::Lease lease(ctx.picture.frame_memory);
   FrameMemory& memory = *lease;
   if (color_mode == kMono12) {
     uint8_t* reduced = memory.samples.reserve(frame.size());
@@ -57,7 +57,7 @@ bool process(CameraContext& ctx, const FrameSettings& settings, uint8_t* in, uin
 
   // A processed frame is counted here and not again by the query: with two counts a frame the number would
   // stay odd in here, and what runs on multiples of 4 or 32 would never run.
-  ctx.frames_delivered.add(1);
+  ctx.stream.frames_delivered.add(1);
 
   const MutableImageView raw(frame, width, height);
   if ((format & KXCAM_FORMAT_UNCORRECTED) == 0)

@@ -48,7 +48,7 @@ bool set_gamma(int camera, double gamma) {
   const auto ctx = find_camera_if(camera, in_range(gamma, kLeastToneFactor, kGreatestToneFactor));
   if (!ctx) return false;
   const ReadLock lock(ctx->context_lock);
-  ctx->curves.update([&](ToneCurves& curves) {
+  ctx->picture.curves.update([&](ToneCurves& curves) {
     ctx->parameter.gamma = gamma;
     curves.gamma_curve = build_gamma_curve(gamma);
     compose(curves);
@@ -66,7 +66,7 @@ bool set_contrast(int camera, double contrast) {
   const auto ctx = find_camera_if(camera, in_range(contrast, kLeastToneFactor, kGreatestToneFactor));
   if (!ctx) return false;
   const ReadLock lock(ctx->context_lock);
-  ctx->curves.update([&](ToneCurves& curves) {
+  ctx->picture.curves.update([&](ToneCurves& curves) {
     ctx->parameter.contrast = contrast;
     rebuild_contrast(curves, ctx->parameter);
   });
@@ -83,7 +83,7 @@ bool set_black_level(int camera, int level) {
   const auto ctx = find_camera_if(camera, level >= 0 && level <= 255);
   if (!ctx) return false;
   const ReadLock lock(ctx->context_lock);
-  ctx->curves.update([&](ToneCurves& curves) {
+  ctx->picture.curves.update([&](ToneCurves& curves) {
     ctx->parameter.black_level = level;
     rebuild_contrast(curves, ctx->parameter);
   });
@@ -100,7 +100,7 @@ bool set_saturation(int camera, double saturation) {
   const auto ctx = find_camera_if(camera, in_range(saturation, 0.0, kGreatestSaturation));
   if (!ctx) return false;
   const ReadLock lock(ctx->context_lock);
-  ctx->matrix.update([&](ColorMatrix& matrix) {
+  ctx->picture.matrix.update([&](ColorMatrix& matrix) {
     ctx->parameter.saturation = saturation;
     rebuild_matrix(matrix, ctx->parameter);
   });
@@ -117,9 +117,9 @@ bool set_enhancement(int camera, bool on) {
   const auto ctx = find_camera(camera);
   if (!ctx) return false;
   const ReadLock lock(ctx->context_lock);
-  ctx->curves.update(
+  ctx->picture.curves.update(
       [&](ToneCurves& curves) { curves.gamma_curve = build_gamma_curve(ctx->parameter.gamma); });
-  ctx->matrix.update([&](ColorMatrix& matrix) {
+  ctx->picture.matrix.update([&](ColorMatrix& matrix) {
     ctx->parameter.isp_flags.set_bits(kEnhancement, on);
     rebuild_matrix(matrix, ctx->parameter);
   });
@@ -137,7 +137,8 @@ bool set_ccm(int camera, std::span<const double, 9> ccm) {
   if (!ctx) return false;
   const ReadLock lock(ctx->context_lock);
   // The tables stay as they are; the update only keeps a rebuild from seeing half of the matrix.
-  ctx->matrix.update([&](ColorMatrix&) { std::ranges::copy(ccm, ctx->parameter.enhanced_ccm.begin()); });
+  ctx->picture.matrix.update(
+      [&](ColorMatrix&) { std::ranges::copy(ccm, ctx->parameter.enhanced_ccm.begin()); });
   return true;
 }
 
@@ -152,7 +153,8 @@ bool set_lut(int camera, const uint8_t* lut, int length) {
   const auto ctx = find_camera(camera);
   if (!ctx) return false;
   const ReadLock lock(ctx->context_lock);
-  ctx->user_lut.update([&](UserLut& table) { std::copy_n(lut, table_entries(length), table.begin()); });
+  ctx->picture.user_lut.update(
+      [&](UserLut& table) { std::copy_n(lut, table_entries(length), table.begin()); });
   return true;
 }
 
@@ -163,7 +165,7 @@ bool get_lut(int camera, uint8_t* lut, int* length) {
     *length = ctx->model().COLOR_MODE == kMono12 ? static_cast<int>(UserLut().size()) : 256;
     return true;
   }
-  std::copy_n(ctx->user_lut.load()->begin(), table_entries(*length), lut);
+  std::copy_n(ctx->picture.user_lut.load()->begin(), table_entries(*length), lut);
   return true;
 }
 

@@ -40,9 +40,9 @@ int32_t model_row(int product_id) {
 
 ContextRef make_context(int32_t row) {
   auto context = std::make_shared<CameraContext>(row);
-  context->is_virtual = true;
-  context->open_flags = kOpenWithoutAcquisition;
-  context->flat_field.store(std::make_shared<const FlatField>(context->model().SENSOR_ARRAY));
+  context->device.is_virtual = true;
+  context->device.open_flags = kOpenWithoutAcquisition;
+  context->picture.flat_field.store(std::make_shared<const FlatField>(context->model().SENSOR_ARRAY));
   set_full_frame(*context);
   return context;
 }

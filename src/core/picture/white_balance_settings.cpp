@@ -43,7 +43,7 @@ bool get_wb_gain(int camera, double* r, double* g, double* b) {
 bool one_push_wb(int camera) {
   const auto ctx = find_camera(camera);
   if (!ctx) return false;
-  ctx->one_push_request = true;
+  ctx->picture.one_push_request = true;
   return true;
 }
 
@@ -51,7 +51,7 @@ bool set_awb(int camera, bool on) {
   const auto ctx = find_camera(camera);
   if (!ctx) return false;
   ctx->parameter.isp_flags.set_bits(kAutoWhiteBalance, on);
-  if (on) ctx->auto_wb_request = true;
+  if (on) ctx->picture.auto_wb_request = true;
   return true;
 }
 
@@ -63,7 +63,7 @@ int get_awb(int camera) {
 
 void store_wb_gains(CameraContext& ctx, const WhiteBalanceGains& gains) {
   // Stored inside the update, so that gains and curves of two concurrent changes belong together.
-  ctx.curves.update([&](ToneCurves& curves) {
+  ctx.picture.curves.update([&](ToneCurves& curves) {
     ctx.parameter.wb_gain_r = gains.r;
     ctx.parameter.wb_gain_g = gains.g;
     ctx.parameter.wb_gain_b = gains.b;
@@ -103,12 +103,12 @@ constexpr Trigger kModerateChange = {32, 11};
 
 void AutoWhiteBalance(CameraContext& ctx) {
   if ((ctx.parameter.isp_flags & kAutoWhiteBalance) == 0) return;
-  const int32_t level = ctx.mean_level;
-  const int change = std::abs(ctx.wb_last_avg - level);
-  const uint32_t frames = ctx.frames_delivered;
+  const int32_t level = ctx.picture.mean_level;
+  const int change = std::abs(ctx.picture.wb_last_avg - level);
+  const uint32_t frames = ctx.stream.frames_delivered;
   if (!kLargeChange.fires(frames, change) && !kModerateChange.fires(frames, change)) return;
-  ctx.wb_last_avg = level;
-  ctx.auto_wb_request = true;
+  ctx.picture.wb_last_avg = level;
+  ctx.picture.auto_wb_request = true;
 }
 
 }  // namespace kxcam

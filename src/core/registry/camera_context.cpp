@@ -37,13 +37,13 @@ std::shared_ptr<const UserLut> initial_lut() {
 }  // namespace
 
 CameraContext::CameraContext(int32_t model_row)
-    : model_index(model_row),
-      family(find_sensor_family(model().MID)),
-      index_map(std::make_shared<const IndexMap>()),
-      curves(initial_curves(parameter)),
-      matrix(initial_matrix(parameter)),
-      user_lut(initial_lut()),
-      dead_pixels(std::make_shared<const DeadPixelList>()),
-      flat_field(std::make_shared<const FlatField>()) {}
+    : model_index(model_row), family(find_sensor_family(model().MID)) {
+  stream.index_map.store(std::make_shared<const IndexMap>());
+  picture.curves.store(initial_curves(parameter));
+  picture.matrix.store(initial_matrix(parameter));
+  picture.user_lut.store(initial_lut());
+  picture.dead_pixels.store(std::make_shared<const DeadPixelList>());
+  picture.flat_field.store(std::make_shared<const FlatField>());
+}
 
 }  // namespace kxcam

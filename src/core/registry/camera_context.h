@@ -50,6 +50,51 @@ using DeviceHandle = std::shared_ptr<libusb_device_handle>;
 /// The interface of the device that carries the image stream.
 inline constexpr int kImageInterface = 0;
 
+/// The device behind a camera. Set at open; the handle and the speed also by a reconnect.
+struct DevicePart {
+  int32_t open_flags = 0;   ///< OpenFlag bits
+  bool is_virtual = false;  ///< the pipeline alone: there never was a device
+  int32_t firmware_version = 0;
+  uint16_t feature_bits = 0;
+  Relaxed<int32_t> usb_speed = 1;  ///< libusb's code minus 1: 0 low, 1 full, 2 high, 3 super speed
+  Published<libusb_device_handle> usb_handle;
+};
+
+/// Frames on their way from the device to the queries.
+struct StreamPart {
+  std::unique_ptr<FrameRing> ring;  ///< null without acquisition; set before the camera is published
+  Relaxed<uint32_t> frames_delivered = 0;
+  std::atomic<bool> running = false;  ///< the reader keeps running and queries may wait
+  std::mutex attachment_mutex;        ///< held while the device or the reader changes
+  std::thread reader_thread;          ///< guarded by attachment_mutex
+  std::atomic<FrameGeometry> geometry = FrameGeometry{640, 480, 1};
+  Published<const IndexMap> index_map;
+};
+
+/// What is known of the sensor's timing, and where automatic exposure stands. All Relaxed: a step that reads
+/// half of a change is put right by the next frame's.
+struct SensorPart {
+  Relaxed<double> line_time_ms = 0.0;  ///< duration of one sensor line; 0 until it is known
+  Relaxed<int32_t> flicker_lines = 0;  ///< lines in one half-period of the mains; 0 until it is known
+  Relaxed<int32_t> ae_last_avg = 0;    ///< mean level when the last step was computed
+  Relaxed<int32_t> ae_last_step = 0;   ///< lines; 0: no step waits for the picture to answer
+};
+
+/// The tables a picture is made with, and what the last one measured. Tables are replaced, never changed:
+/// a frame is finished with those it began with.
+struct PicturePart {
+  Published<const ToneCurves> curves;
+  Published<const ColorMatrix> matrix;
+  Published<const UserLut> user_lut;
+  Published<const DeadPixelList> dead_pixels;
+  Published<const FlatField> flat_field;
+  FrameMemoryPool frame_memory;
+  Relaxed<int32_t> mean_level = 0;             ///< mean raw green (or mono) level of the last processed frame
+  std::atomic<bool> one_push_request = false;  ///< measure the next Bayer frame as a grey world
+  std::atomic<bool> auto_wb_request = false;   ///< measure the near-grey points of the next Bayer frame
+  Relaxed<int32_t> wb_last_avg = 0;            ///< mean level when the automatic last asked for that
+};
+
 /// Everything the library keeps of one camera, open or virtual. Shared by the table of contexts, the
 /// calls that are running and the reader thread; fields are either set before the context is
 /// published, or Relaxed, Published or atomic, or guarded by a lock of their own.
@@ -59,61 +104,16 @@ struct CameraContext {
 
   const CameraModel& model() const { return model_table[model_index]; }
 
-  // Identity and transport; set at open, the device also by a reconnect.
-  int32_t open_flags = 0;     ///< OpenFlag bits
-  bool is_virtual = false;    ///< the pipeline alone: there never was a device
   const int32_t model_index;  ///< row of model_table
   const SensorFamily& family;
-  int32_t firmware_version = 0;
-  uint16_t feature_bits = 0;
-  Relaxed<int32_t> usb_speed = 1;  ///< libusb's code minus 1: 0 low, 1 full, 2 high, 3 super speed
-  Published<libusb_device_handle> usb_handle;
+  CameraParameter parameter;  ///< the live settings
+  DevicePart device;
+  StreamPart stream;
+  SensorPart sensor;
+  PicturePart picture;
 
   CRWLockImpl context_lock;
   std::array<CMyLock, 3> aux_lock;
-
-  CameraParameter parameter;
-
-  // Acquisition.
-  std::unique_ptr<FrameRing> ring;  ///< null without acquisition
-  Relaxed<uint32_t> frames_delivered = 0;
-  std::atomic<bool> running = false;  ///< the reader keeps running and queries may wait
-  std::mutex attachment_mutex;        ///< held while the device or the reader changes
-  std::thread reader_thread;          ///< guarded by attachment_mutex
-
-  // Geometry.
-  std::atomic<FrameGeometry> geometry = FrameGeometry{640, 480, 1};
-  Published<const IndexMap> index_map;
-  std::atomic<uint8_t> resolution_count = 0;
-
-  // White balance.
-  std::atomic<bool> one_push_request = false;  ///< measure the next Bayer frame as a grey world
-  std::atomic<bool> auto_wb_request = false;   ///< measure the near-grey points of the next Bayer frame
-  Relaxed<int32_t> wb_last_avg = 0;            ///< mean level when the automatic last asked for that
-
-  // Sensor timing.
-  Relaxed<double> line_time_ms = 0.0;  ///< duration of one sensor line; 0 until it is known
-  Relaxed<int32_t> flicker_lines = 0;  ///< lines in one half-period of the mains; 0 until it is known
-
-  // Auto exposure.
-  static constexpr int32_t ae_offset = 0;  ///< the part of ae_target and mean_level that is not reported
-  Relaxed<int32_t> ae_last_avg = 0;        ///< mean level when the last step was computed
-  Relaxed<int32_t> ae_last_step = 0;       ///< lines; 0: no step waits for the picture to answer
-
-  // Trigger.
-  Relaxed<uint8_t> snap_mode_dirty = 0;   ///< the snap mode has been set since the camera was opened
-  Relaxed<uint64_t> snap_start_time = 0;  ///< ms of GetTickCount() at the last switch to mode 1
-
-  // Pipeline.
-  Published<const ToneCurves> curves;
-  Published<const ColorMatrix> matrix;
-  Published<const UserLut> user_lut;
-  Relaxed<int32_t> mean_level = 0;  ///< mean raw green (or mono) level of the last processed frame
-  FrameMemoryPool frame_memory;
-
-  // Corrections of the raw frame.
-  Published<const DeadPixelList> dead_pixels;
-  Published<const FlatField> flat_field;
 };
 
 }  // namespace kxcam

@@ -21,19 +21,19 @@ constexpr int kQuietTimeMs = 50;
 }
 
 void attach_device(CameraContext& context, const DeviceHandle& handle) {
-  context.usb_speed = kxusb_get_device_speed(libusb_get_device(handle.get())) - 1;
-  context.usb_handle.store(handle);
+  context.device.usb_speed = kxusb_get_device_speed(libusb_get_device(handle.get())) - 1;
+  context.device.usb_handle.store(handle);
   kxusb_claim_interface(handle.get(), kImageInterface);
 }
 
 void detach_device(CameraContext& context) {
-  context.running = false;
-  const DeviceHandle handle = context.usb_handle.load();
+  context.stream.running = false;
+  const DeviceHandle handle = context.device.usb_handle.load();
   if (handle == nullptr) return;
   sysdelay(kQuietTimeMs);
   join_reader(context);
   kxusb_release_interface(handle.get(), kImageInterface);
-  context.usb_handle.store(nullptr);
+  context.device.usb_handle.store(nullptr);
 }
 
 namespace {
@@ -73,14 +73,14 @@ void prepare_acquisition(CameraContext& context, libusb_device_handle* handle) {
   const SensorSize sensor = model.SENSOR_ARRAY;
   if (model.newer_bridge()) kxusb_reset_device(handle);
   set_full_frame(context);
-  context.firmware_version = read_firmware_version(handle);
-  context.flat_field.store(std::make_shared<const FlatField>(sensor));
-  if (context.firmware_version > kLastFirmwareWithoutFeatures) {
-    context.feature_bits = read_feature_bits(handle);
+  context.device.firmware_version = read_firmware_version(handle);
+  context.picture.flat_field.store(std::make_shared<const FlatField>(sensor));
+  if (context.device.firmware_version > kLastFirmwareWithoutFeatures) {
+    context.device.feature_bits = read_feature_bits(handle);
   } else if (context.family.wake_sensor != nullptr) {
-    context.family.wake_sensor(handle, context.firmware_version);
+    context.family.wake_sensor(handle, context.device.firmware_version);
   }
-  context.ring = std::make_unique<FrameRing>(sensor.pixels());
+  context.stream.ring = std::make_unique<FrameRing>(sensor.pixels());
 }
 
 void start_acquisition(int camera, CameraContext& context) {
@@ -92,7 +92,7 @@ void start_acquisition(int camera, CameraContext& context) {
   }
   if (context.family.settling_time_ms > 0) {
     sysdelay(context.family.settling_time_ms);
-    context.ring->flush();
+    context.stream.ring->flush();
   }
 }
 
@@ -114,13 +114,13 @@ bool init_camera_ex(int camera, const char* /*name*/, unsigned int, int flags) {
 
   const auto context = std::make_shared<CameraContext>(model_row);
   context->parameter.serial_number = serial;
-  context->open_flags = flags;
+  context->device.open_flags = flags;
   attach_device(*context, handle);
   const bool acquires = (flags & kOpenWithoutAcquisition) == 0;
   if (acquires) prepare_acquisition(*context, handle.get());
-  context->running = true;
+  context->stream.running = true;
 
-  const std::lock_guard attachment(context->attachment_mutex);
+  const std::lock_guard attachment(context->stream.attachment_mutex);
   if (!occupy_slot(camera, context)) return false;
   if (acquires) start_acquisition(camera, *context);
   return true;
@@ -140,7 +140,7 @@ bool free_camera(int camera) {
   const ContextRef context = vacate_slot(camera);
   if (context == nullptr) return fail(KXCAM_ERROR_NOT_OPEN);
   const WriteLock writing(context->context_lock);
-  const std::lock_guard attachment(context->attachment_mutex);
+  const std::lock_guard attachment(context->stream.attachment_mutex);
   detach_device(*context);
   return true;
 }

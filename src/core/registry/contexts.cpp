@@ -40,7 +40,7 @@ ContextRef find_camera(int camera) {
 }
 
 DeviceHandle find_device(const CameraContext& context) {
-  DeviceHandle handle = context.usb_handle.load();
+  DeviceHandle handle = context.device.usb_handle.load();
   if (handle == nullptr) set_last_error(KXCAM_ERROR_NO_DEVICE);
   return handle;
 }

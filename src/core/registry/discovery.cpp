@@ -113,7 +113,7 @@ void get_api_version(int* major, int* minor) {
 bool get_firm_version(int camera, int* version) {
   const ContextRef context = find_camera(camera);
   if (context == nullptr) return false;
-  store(version, context->firmware_version);
+  store(version, context->device.firmware_version);
   return true;
 }
 

@@ -19,14 +19,14 @@ namespace {
 void wake_sensor(const CameraContext& context, libusb_device_handle* handle) {
   constexpr int32_t kLastFirmwareToWake = 0x8000;
   const auto wake = context.family.wake_sensor;
-  if (wake != nullptr && context.firmware_version <= kLastFirmwareToWake)
-    wake(handle, context.firmware_version);
+  if (wake != nullptr && context.device.firmware_version <= kLastFirmwareToWake)
+    wake(handle, context.device.firmware_version);
 }
 
 /// Gives the camera its device again, with acquisition ended and the ring empty; null when it is not there.
 DeviceHandle change_device(CameraContext& context) {
   detach_device(context);
-  if (context.ring != nullptr) context.ring->drop_ready_frames();
+  if (context.stream.ring != nullptr) context.stream.ring->drop_ready_frames();
   DeviceHandle handle = open_camera_with_serial(context.parameter.serial_number, context.model().PID);
   if (handle == nullptr) {
     set_last_error(KXCAM_ERROR_NO_DEVICE);
@@ -41,7 +41,7 @@ void resume_acquisition(int camera, CameraContext& context, libusb_device_handle
   // Before queries may wait for frames again: single settings drop the frames of the old one, and would
   // have to wait for the end of every query. Whatever becomes of them, the camera is back.
   set_parameter(camera);
-  context.running = true;
+  context.stream.running = true;
   try {
     start_reader(context);
   } catch (...) {
@@ -56,13 +56,13 @@ void resume_acquisition(int camera, CameraContext& context, libusb_device_handle
 bool reconnect(int camera) {
   const ContextRef context = find_camera(camera);
   if (context == nullptr) return false;
-  if (context->is_virtual) return fail(KXCAM_ERROR_NO_DEVICE);
-  const std::lock_guard attachment(context->attachment_mutex);
+  if (context->device.is_virtual) return fail(KXCAM_ERROR_NO_DEVICE);
+  const std::lock_guard attachment(context->stream.attachment_mutex);
   // Closed while waiting for the lock: whoever did that was promised that the device is let go.
   if (context_at(camera) != context) return fail(KXCAM_ERROR_NOT_OPEN);
   const DeviceHandle handle = change_device(*context);
   if (handle == nullptr) return false;
-  if (context->ring != nullptr) resume_acquisition(camera, *context, handle.get());
+  if (context->stream.ring != nullptr) resume_acquisition(camera, *context, handle.get());
   return true;
 }
 

@@ -39,7 +39,7 @@ void write_frame_length(CameraContext& camera, int64_t lines) {
 }
 
 void write_blanking(CameraContext& camera, uint32_t reg, uint32_t blanking) {
-  const FrameGeometry geometry = camera.geometry;
+  const FrameGeometry geometry = camera.stream.geometry;
   sccb_write(camera, reg, static_cast<uint32_t>(geometry.frame_height) + blanking);
 }
 

@@ -41,7 +41,7 @@ double by_high_speed(const CameraContext& camera, double fast, double normal) {
 }
 
 double by_link(const CameraContext& camera, double super_speed, double slower) {
-  return camera.usb_speed == kSuperSpeed ? super_speed : slower;
+  return camera.device.usb_speed == kSuperSpeed ? super_speed : slower;
 }
 
 }  // namespace kxcam

@@ -35,7 +35,7 @@ std::optional<int32_t> extra_line_width(CameraContext& camera, ReadoutSize /*siz
 
 /// Bridges came with faster sensor clocks over time.
 double pixel_clock_mhz(const CameraContext& camera) {
-  const int32_t version = camera.firmware_version;
+  const int32_t version = camera.device.firmware_version;
   double high_speed_link = 24;
   if (version > 0x4606) high_speed_link = 27;
   if ((version & 0xFF00) == 0x4800) high_speed_link = 48;

@@ -26,7 +26,7 @@ constexpr double kPixelClockMs = 5.555555555555556e-6;
 constexpr uint32_t kColumnGainMask = 0x7;
 
 uint32_t frame_height(const CameraContext& camera) {
-  const FrameGeometry geometry = camera.geometry;
+  const FrameGeometry geometry = camera.stream.geometry;
   return geometry.frame_height;
 }
 

@@ -42,7 +42,7 @@ int32_t least_frame_length(FrameGeometry geometry) {
 }
 
 void write_delay(CameraContext& camera, int32_t lines) {
-  const int64_t length = int64_t{least_frame_length(camera.geometry)} + lines;
+  const int64_t length = int64_t{least_frame_length(camera.stream.geometry)} + lines;
   sccb_write(camera, kFrameLengthHigh, static_cast<uint32_t>(length >> 8));
   sccb_write(camera, kFrameLengthLow, byte_of(length, 0));
 }

@@ -29,7 +29,7 @@ bool write_exposure(CameraContext& camera, int32_t lines) {
 
 void write_delay(CameraContext& camera, int32_t lines) {
   if (frame_follows_exposure(camera)) return;
-  const FrameGeometry geometry = camera.geometry;
+  const FrameGeometry geometry = camera.stream.geometry;
   const int32_t pixels = geometry.frame_width / 8 * 8 * geometry.frame_height;
   const auto readout = static_cast<uint32_t>(pixels * kReadoutTimePerPixel + kReadoutOverhead);
   sccb_write(camera, kMicrosecondFrame, readout + static_cast<uint32_t>(lines));

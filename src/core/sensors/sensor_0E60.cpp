@@ -32,7 +32,7 @@ constexpr uint32_t kTriggeredWithStrobe = 0x144;
 std::optional<int32_t> extra_line_width(CameraContext& camera, ReadoutSize /*size*/) {
   const std::optional<uint32_t> length = sccb_read(camera, kLineAndFrame);
   if (!length) return std::nullopt;
-  const FrameGeometry geometry = camera.geometry;
+  const FrameGeometry geometry = camera.stream.geometry;
   return static_cast<int32_t>(*length << 4) - geometry.frame_width;
 }
 

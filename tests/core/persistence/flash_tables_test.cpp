@@ -54,7 +54,7 @@ TEST_F(FlashTables, AreSignedTenThousandthsInLittleEndian) {
   CameraFree(0);
 
   ASSERT_EQ(CameraInit(0), 0U);
-  const auto field = context_at(0)->flat_field.load();
+  const auto field = context_at(0)->picture.flat_field.load();
   EXPECT_DOUBLE_EQ(field->column_table_a()[0], 0.0123);
   EXPECT_DOUBLE_EQ(field->column_table_a()[1], -0.0123);
   EXPECT_DOUBLE_EQ(field->column_table_b()[0], 0.0256);
@@ -77,7 +77,7 @@ TEST_F(FlashTables, LongOnesRepeatTheirFirstBlock) {
             (std::vector<std::pair<int, int>>{
                 {0x400, 4096}, {0x410, 3232}, {0x440, 4096}, {0x450, 3232}, {0x480, 4096}, {0x490, 1400}}));
   EXPECT_EQ(CameraLoadParameter(0, 0), 0U);
-  const auto field = context_at(0)->flat_field.load();
+  const auto field = context_at(0)->picture.flat_field.load();
   ASSERT_EQ(field->column_table_a().size(), 3664U);
   EXPECT_NEAR(field->column_table_a()[2047], 0.2048, 1.1e-4);
   EXPECT_EQ(field->column_table_a()[2048], field->column_table_a()[0]);
@@ -123,7 +123,7 @@ TEST_F(FlashTables, AnUnreadableTableIsNoCorrection) {
   camera->inject({.requests = {{.action = Fault::kStall, .which = {1, 2}, .code = 0xC3},
                                {.action = Fault::kShort, .which = {3, 3}, .code = 0xC3, .length = 101}}});
   EXPECT_EQ(CameraLoadParameter(0, 0), 0U) << "and no failure";
-  const auto field = context_at(0)->flat_field.load();
+  const auto field = context_at(0)->picture.flat_field.load();
   EXPECT_EQ(field->column_table_a()[0], 0.0);
   EXPECT_DOUBLE_EQ(field->column_table_b()[49], 0.5);
   EXPECT_DOUBLE_EQ(field->row_table()[539], 0.5);

@@ -19,18 +19,18 @@ class AutoExposureLoop : public testing::Test {
     parameter_.ae_target = 100;
     parameter_.exposure = 1000;
     parameter_.gain = 16;
-    context_.geometry = FrameGeometry{400, 400, 1};
+    context_.stream.geometry = FrameGeometry{400, 400, 1};
   }
 
   /// One run at that mean level.
   void run(int level) {
-    context_.mean_level = level;
+    context_.picture.mean_level = level;
     EXPECT_TRUE(AutoExposure(context_));
   }
   /// The exposure after one run from that exposure, as if the run before had changed nothing.
   int from(int exposure, int level) {
     parameter_.exposure = exposure;
-    context_.ae_last_step = 0;
+    context_.sensor.ae_last_step = 0;
     run(level);
     return parameter_.exposure;
   }
@@ -42,11 +42,11 @@ class AutoExposureLoop : public testing::Test {
 
 TEST_F(AutoExposureLoop, StepsInProportionToTheError) {
   EXPECT_EQ(from(1000, 80), 1250);
-  EXPECT_EQ(context_.ae_last_step, 250);
-  EXPECT_EQ(context_.ae_last_avg, 80);
+  EXPECT_EQ(context_.sensor.ae_last_step, 250);
+  EXPECT_EQ(context_.sensor.ae_last_avg, 80);
   EXPECT_EQ(from(1000, 200), 500);
   EXPECT_EQ(from(7, 90), 7) << "a step of less than a line is none";
-  EXPECT_EQ(context_.ae_last_step, 0);
+  EXPECT_EQ(context_.sensor.ae_last_step, 0);
   EXPECT_EQ(from(3, 60), 5) << "cut, not rounded";
 }
 
@@ -64,16 +64,16 @@ TEST_F(AutoExposureLoop, LeavesSmallErrorsAlone) {
 
 TEST_F(AutoExposureLoop, KeepsItsLimits) {
   EXPECT_EQ(from(10, 0), 1010) << "a black picture: the error itself is the factor";
-  EXPECT_EQ(context_.mean_level, 1);
-  EXPECT_EQ(context_.ae_last_avg, 1);
+  EXPECT_EQ(context_.picture.mean_level, 1);
+  EXPECT_EQ(context_.sensor.ae_last_avg, 1);
   EXPECT_EQ(from(100, 0), 4000);
-  EXPECT_EQ(context_.ae_last_step, 4000);
+  EXPECT_EQ(context_.sensor.ae_last_step, 4000);
   EXPECT_EQ(from(3000, 50), 4000);
   parameter_.ae_target = 0;
   EXPECT_EQ(from(10, 255), 1);
-  EXPECT_EQ(context_.ae_last_step, -10);
+  EXPECT_EQ(context_.sensor.ae_last_step, -10);
   EXPECT_EQ(from(std::numeric_limits<int32_t>::max(), 255), 4000);
-  EXPECT_EQ(context_.ae_last_step, -4000);
+  EXPECT_EQ(context_.sensor.ae_last_step, -4000);
   parameter_.ae_target = 255;
   enable(kAutoGain);
   EXPECT_EQ(from(std::numeric_limits<int32_t>::max(), 0), 4000);
@@ -82,7 +82,7 @@ TEST_F(AutoExposureLoop, KeepsItsLimits) {
 
 TEST_F(AutoExposureLoop, RunsOnEveryFourthFrame) {
   for (uint32_t frame = 1; frame <= 8; ++frame) {
-    context_.frames_delivered = frame;
+    context_.stream.frames_delivered = frame;
     EXPECT_EQ(from(1000, 80) != 1000, frame % 4 == 0) << frame;
   }
   parameter_.isp_flags = kSoftwareExposureAllowed;
@@ -99,36 +99,36 @@ TEST_F(AutoExposureLoop, WaitsOneRunForThePictureToAnswer) {
   run(55);
   EXPECT_EQ(parameter_.exposure, 4000) << "it has answered";
 
-  context_.ae_last_step = 0;
+  context_.sensor.ae_last_step = 0;
   parameter_.exposure = 1000;
   run(200);
   EXPECT_EQ(parameter_.exposure, 500);
   run(198);
   EXPECT_EQ(parameter_.exposure, 500);
-  context_.ae_last_step = -500;
+  context_.sensor.ae_last_step = -500;
   run(197);
   EXPECT_EQ(parameter_.exposure, 254);
-  context_.ae_last_step = -500;
+  context_.sensor.ae_last_step = -500;
   run(250);
   EXPECT_EQ(parameter_.exposure, 254) << "brighter is no answer to a shorter exposure";
 }
 
 TEST_F(AutoExposureLoop, AntiFlickerTakesWholeHalfPeriods) {
   enable(kAntiFlicker60Hz);
-  context_.flicker_lines = 400;
+  context_.sensor.flicker_lines = 400;
   EXPECT_EQ(from(1000, 50), 2000);
   EXPECT_EQ(from(1030, 60), 1600) << "1716 lines: rising, 0.29 of a period are cut";
   EXPECT_EQ(from(1035, 60), 2000) << "1725 lines: and 0.31 filled up";
   EXPECT_EQ(from(2700, 150), 1600) << "1800 lines: falling, 0.5 of a period are cut";
   EXPECT_EQ(from(2850, 150), 2000) << "1900 lines: and 0.75 filled up";
   EXPECT_EQ(from(1000, 255), 400) << "never less than one";
-  context_.flicker_lines = 0;
+  context_.sensor.flicker_lines = 0;
   EXPECT_EQ(from(1000, 50), 2000) << "the half-period is not known";
 }
 
 TEST_F(AutoExposureLoop, AntiFlickerDoesNotSwingBetweenOneAndTwo) {
   enable(kAntiFlicker50Hz);
-  context_.flicker_lines = 400;
+  context_.sensor.flicker_lines = 400;
   parameter_.ae_target = 200;
   EXPECT_EQ(from(400, 160), 800) << "a step of a quarter";
   EXPECT_EQ(from(400, 161), 400);
@@ -152,7 +152,7 @@ TEST_F(AutoExposureLoop, GainFollowsTheExposuresShareOfTheFrame) {
   EXPECT_EQ(parameter_.gain, 200) << "what the application set higher stays";
   from(3000, 200);
   EXPECT_EQ(parameter_.gain, 64);
-  context_.flicker_lines = 600;
+  context_.sensor.flicker_lines = 600;
   from(200, 200);
   EXPECT_EQ(parameter_.gain, 6) << "100 / 1000 x 28 + 4";
 }
@@ -167,19 +167,19 @@ class AutoExposureSettings : public SensorTest {};
 
 TEST_F(AutoExposureSettings, SwitchesPostponeTheNextRun) {
   open(0x0030);
-  context().frames_delivered = 100;
+  context().stream.frames_delivered = 100;
   EXPECT_TRUE(ok(CameraSetAGC(kCamera, true)));
   EXPECT_EQ(requests(), "wAF=0") << "the sensor's own loop is stopped";
-  EXPECT_EQ(context().frames_delivered, 27U);
+  EXPECT_EQ(context().stream.frames_delivered, 27U);
   EXPECT_TRUE(ok(CameraSetAEC(kCamera, true)));
-  EXPECT_EQ(context().frames_delivered, 8U);
+  EXPECT_EQ(context().stream.frames_delivered, 8U);
   EXPECT_EQ(requests(), "");
   EXPECT_EQ(get(CameraGetAGC, kCamera) + get(CameraGetAEC, kCamera), 2);
   EXPECT_TRUE(ok(CameraSetAGC(kCamera, false)) && ok(CameraSetAEC(kCamera, false)));
   EXPECT_EQ(get(CameraGetAGC, kCamera) + get(CameraGetAEC, kCamera), 0);
-  context().frames_delivered = static_cast<uint32_t>(-40);
+  context().stream.frames_delivered = static_cast<uint32_t>(-40);
   EXPECT_TRUE(ok(CameraSetAEC(kCamera, true)));
-  EXPECT_EQ(context().frames_delivered, static_cast<uint32_t>(-8));
+  EXPECT_EQ(context().stream.frames_delivered, static_cast<uint32_t>(-8));
 }
 
 TEST_F(AutoExposureSettings, TheBridgesLoopTakesOver) {
@@ -222,7 +222,7 @@ TEST_F(AutoExposureSettings, RangesAndModes) {
   }
   EXPECT_TRUE(ok(CameraSetAETarget(kCamera, 255)));
   EXPECT_EQ(get(CameraGetAETarget, kCamera), 255);
-  context().mean_level = -3;
+  context().picture.mean_level = -3;
   EXPECT_EQ(get(CameraGetAvg, kCamera), 0);
   for (const auto& [mode, reported] : {std::pair(1, 1), {2, 2}, {3, 0}, {1, 1}, {0, 0}, {-1, 0}}) {
     EXPECT_TRUE(ok(CameraSetAntiFlicker(kCamera, mode)));

@@ -45,7 +45,7 @@ TEST_F(DelayTraffic, TheFrameLengthFollowsTheReadout) {
                   {2688, 1216, 1786}, {2688, 1200, 1658}, {1280, 720, 1658}};
   open(0x0410);
   for (const auto& readout : readouts) {
-    context().geometry = FrameGeometry{readout.width, readout.height, 1};
+    context().stream.geometry = FrameGeometry{readout.width, readout.height, 1};
     EXPECT_TRUE(set(3));
     EXPECT_EQ(camera().sensor_register(0x320E) << 8 | camera().sensor_register(0x320F), readout.lines + 3)
         << readout.width << " x " << readout.height;
@@ -64,7 +64,7 @@ TEST_F(DelayTraffic, IsReportedAsSet) {
   EXPECT_EQ(get(CameraGetDelay, kCamera), 0);
   EXPECT_TRUE(set(std::numeric_limits<int>::max()));
 
-  context().usb_handle.store(nullptr);
+  context().device.usb_handle.store(nullptr);
   EXPECT_EQ(code_of([] { return set(7); }), KXCAM_ERROR_NO_DEVICE);
   EXPECT_EQ(code_of(CameraGetDelay, kCamera), KXCAM_ERROR_NO_DEVICE);
 }

@@ -42,7 +42,7 @@ TEST_F(FrameTiming, TheBridgeKeepsAFixedRate) {
   break_requests(kxsim::kIspWrite);
   break_requests(kxsim::kIspRead);
   EXPECT_TRUE(ok(CameraSetFrameRate(kCamera, true, 5))) << "the bridge's answer does not matter";
-  context().usb_handle.store(nullptr);
+  context().device.usb_handle.store(nullptr);
   EXPECT_EQ(code_of(CameraSetFrameRate, kCamera, true, 6), KXCAM_ERROR_NO_DEVICE);
   EXPECT_TRUE(ok(CameraGetFrameRate(kCamera, &fixed, &fps)));
   EXPECT_EQ(fps, 5.0);

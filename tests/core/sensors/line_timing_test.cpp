@@ -80,8 +80,8 @@ class LineTimingTest : public SensorTest {
   void open_at(const Timing& timing) {
     CameraContext& camera = open_model(timing.pid);
     for (const auto& [reg, value] : timing.registers) preset_sensor(reg, value);
-    camera.firmware_version = timing.firmware;
-    camera.usb_speed = timing.super_speed ? 3 : 2;
+    camera.device.firmware_version = timing.firmware;
+    camera.device.usb_speed = timing.super_speed ? 3 : 2;
     camera.parameter.isp_flags = timing.high_speed ? kHighSpeed : 0;
     camera.parameter.resolution_mode = timing.mode;
     camera.parameter.exposure = timing.exposure;
@@ -94,11 +94,11 @@ TEST_F(LineTimingTest, OfEverySensor) {
     open_at(timing);
     EXPECT_EQ(set_exposure_width(kCamera, 0, 0), timing.extra_width);
     EXPECT_DOUBLE_EQ(get(CameraGetExposureUnit, kCamera), timing.unit);
-    EXPECT_EQ(context().flicker_lines, timing.at_50_hz);
+    EXPECT_EQ(context().sensor.flicker_lines, timing.at_50_hz);
     EXPECT_DOUBLE_EQ(get(CameraGetExposureTime, kCamera), timing.exposure * timing.unit);
     context().parameter.isp_flags.set_bits(kAntiFlicker60Hz, true);
     EXPECT_EQ(set_exposure_width(kCamera, 1280, 960), timing.extra_width);
-    EXPECT_EQ(context().flicker_lines, timing.at_60_hz);
+    EXPECT_EQ(context().sensor.flicker_lines, timing.at_60_hz);
   }
 }
 
@@ -138,11 +138,11 @@ TEST_F(LineTimingTest, WhatCannotBeLeavesTheTimingAsItWas) {
     SCOPED_TRACE(testing::Message() << std::hex << lie.mid);
     open(lie.mid);
     for (const auto& [reg, value] : lie.registers) preset_sensor(reg, value);
-    context().line_time_ms = 0.5;
-    context().flicker_lines = 20;
+    context().sensor.line_time_ms = 0.5;
+    context().sensor.flicker_lines = 20;
     EXPECT_EQ(code_of([] { return set_exposure_width(kCamera, 0, 0) != -1; }), KXCAM_ERROR_READ_REQUEST);
-    EXPECT_EQ(context().line_time_ms, 0.5);
-    EXPECT_EQ(context().flicker_lines, 20);
+    EXPECT_EQ(context().sensor.line_time_ms, 0.5);
+    EXPECT_EQ(context().sensor.flicker_lines, 20);
   }
 }
 
@@ -155,17 +155,17 @@ TEST_F(LineTimingTest, NoAnswerOfAnyCameraMakesAnInfinityOrAHang) {
                                      .code = kxsim::kSensorRead,
                                      .reply = answer}}});
       set_exposure_width(kCamera, 0, 0);
-      EXPECT_TRUE(std::isfinite(context().line_time_ms));
-      EXPECT_GE(context().line_time_ms, 0.0);
-      EXPECT_GE(context().flicker_lines, 0);
+      EXPECT_TRUE(std::isfinite(context().sensor.line_time_ms));
+      EXPECT_GE(context().sensor.line_time_ms, 0.0);
+      EXPECT_GE(context().sensor.flicker_lines, 0);
     }
     open_model(model.PID);
-    context().line_time_ms = 0.5;
+    context().sensor.line_time_ms = 0.5;
     break_requests(kxsim::kSensorRead);
     const bool asks_the_sensor = set_exposure_width(kCamera, 0, 0) == -1;
     EXPECT_EQ(get_extra_exposure_width(kCamera, 0, 0) == -1 || !requests().empty(), asks_the_sensor);
     if (asks_the_sensor) {
-      EXPECT_EQ(context().line_time_ms, 0.5);
+      EXPECT_EQ(context().sensor.line_time_ms, 0.5);
     }
   }
 }
@@ -181,7 +181,7 @@ TEST_F(LineTimingTest, HighSpeedCountsAnewAndIsTheBridgesToRefuse) {
   break_requests(kxsim::kHighSpeed);
   EXPECT_EQ(code_of(CameraSetHighspeed, kCamera, true), KXCAM_ERROR_READ_REQUEST);
   EXPECT_EQ(get(CameraGetHighspeed, kCamera), 0);
-  context().usb_handle.store(nullptr);
+  context().device.usb_handle.store(nullptr);
   EXPECT_EQ(code_of(CameraSetHighspeed, kCamera, true), KXCAM_ERROR_NO_DEVICE);
 }
 
@@ -190,7 +190,7 @@ TEST_F(LineTimingTest, ANewGeometryRenewsDelayAndTiming) {
   EXPECT_TRUE(ok(CameraSetResolution(kCamera, 2, nullptr, nullptr)));
   EXPECT_EQ(requests(), "AC=2 w6=39 w9=5");
   EXPECT_DOUBLE_EQ(get(CameraGetExposureUnit, kCamera),
-                   (context().geometry.load().frame_width + 894) * 0.001 / 96);
+                   (context().stream.geometry.load().frame_width + 894) * 0.001 / 96);
   EXPECT_TRUE(ok(CameraSetROI(kCamera, 0, 0, 800, 600)));
   EXPECT_EQ(requests(), "AD=0 AD=0 w6=39 w9=5");
   EXPECT_DOUBLE_EQ(get(CameraGetExposureUnit, kCamera), (800 + 894) * 0.001 / 96);

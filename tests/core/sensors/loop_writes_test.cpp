@@ -85,7 +85,7 @@ class LoopWrites : public SensorTest {
  private:
   bool run(int target, int expected, const Relaxed<int32_t>& reached) {
     context().parameter.ae_target = target;
-    context().mean_level = 100;
+    context().picture.mean_level = 100;
     const bool result = AutoExposure(context());
     EXPECT_EQ(reached, expected);
     return result;
@@ -112,8 +112,8 @@ TEST_F(LoopWrites, GainComesBeforeExposureAndAFailureStopsNeither) {
     context().parameter.gain = 1;
     context().parameter.exposure = 283;
     context().parameter.ae_target = 200;
-    context().mean_level = 100;
-    context().ae_last_step = 0;
+    context().picture.mean_level = 100;
+    context().sensor.ae_last_step = 0;
     return AutoExposure(context());
   };
   EXPECT_TRUE(run());
@@ -129,14 +129,14 @@ TEST_F(LoopWrites, FollowEveryPictureAndOnlyAGreyOneFailsWithThem) {
   std::vector<uint8_t> picture(64 * 3);
   const auto develop = [&](int format) {
     context().parameter.exposure = 283;
-    context().frames_delivered = 3;
-    context().ae_last_step = 0;
+    context().stream.frames_delivered = 3;
+    context().sensor.ae_last_step = 0;
     return ok(CameraISP(kCamera, frame.data(), picture.data(), 8, 8, format));
   };
   for (const uint32_t mid : {0x0500U, 0x050BU}) {
     open(mid).parameter.isp_flags = kAutoExposure | kSoftwareExposureAllowed;
     context().parameter.ae_target = 200;
-    context().index_map.store(std::make_shared<const IndexMap>(8, 8, false, false, false));
+    context().stream.index_map.store(std::make_shared<const IndexMap>(8, 8, false, false, false));
     EXPECT_TRUE(develop(KXCAM_FORMAT_GREY));
     EXPECT_TRUE(develop(KXCAM_FORMAT_COLOR));
     EXPECT_EQ(requests(), "w9=236 w9=236");
@@ -146,8 +146,8 @@ TEST_F(LoopWrites, FollowEveryPictureAndOnlyAGreyOneFailsWithThem) {
     break_requests(kxsim::kSensorWrite);
     EXPECT_TRUE(develop(KXCAM_FORMAT_COLOR));
     EXPECT_FALSE(develop(KXCAM_FORMAT_GREY));
-    context().frames_delivered = 3;
-    context().ae_last_step = 0;
+    context().stream.frames_delivered = 3;
+    context().sensor.ae_last_step = 0;
     context().parameter.exposure = 283;
     EXPECT_TRUE(isp_raw_frame(context(), frame.data(), picture.data(), size, KXCAM_FORMAT_GREY));
     EXPECT_EQ(context().parameter.exposure, 566) << "it tried";

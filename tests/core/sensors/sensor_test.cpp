@@ -93,16 +93,16 @@ CameraContext& SensorTest::open_model(uint32_t product_id, uint16_t features) {
   EXPECT_EQ(libusb_init(&usb_), 0);
 
   context_ = std::make_shared<CameraContext>(row);
-  context_->firmware_version = kFirmware;
-  context_->feature_bits = features;
-  context_->usb_speed = 3;
-  context_->geometry = FrameGeometry{1280, 960, 1};
+  context_->device.firmware_version = kFirmware;
+  context_->device.feature_bits = features;
+  context_->device.usb_speed = 3;
+  context_->stream.geometry = FrameGeometry{1280, 960, 1};
   context_->parameter.isp_flags = kFrameRateFree;
   context_->parameter.delay = kDelay;
   libusb_device_handle* handle =
       libusb_open_device_with_vid_pid(usb_, 0xA7B7, static_cast<uint16_t>(product_id));
   EXPECT_NE(handle, nullptr);
-  context_->usb_handle.store(DeviceHandle(handle, libusb_close));
+  context_->device.usb_handle.store(DeviceHandle(handle, libusb_close));
   EXPECT_TRUE(occupy_slot(kCamera, context_));
 
   constexpr uint32_t kPresentFrameLength = 0x15;
@@ -114,7 +114,7 @@ CameraContext& SensorTest::open_model(uint32_t product_id, uint16_t features) {
 
 void SensorTest::close() {
   if (context_ == nullptr) return;
-  context_->usb_handle.store(nullptr);
+  context_->device.usb_handle.store(nullptr);
   vacate_slot(kCamera);
   context_.reset();
   libusb_exit(usb_);

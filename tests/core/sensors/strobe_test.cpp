@@ -56,7 +56,7 @@ TEST_F(StrobeTest, OfTheSensor) {
       EXPECT_FALSE(on) << "the switch stays";
       EXPECT_EQ(code_of(CameraSetStrobePolarity, kCamera, 1), KXCAM_ERROR_NOT_SUPPORTED);
       EXPECT_EQ(get(CameraGetStrobePolarity, kCamera), 1);
-      context().usb_handle.store(nullptr);
+      context().device.usb_handle.store(nullptr);
       EXPECT_EQ(code_of(CameraEnableStrobe, kCamera, true), KXCAM_ERROR_NO_DEVICE);
     }
   }

@@ -130,24 +130,24 @@ TEST_F(TriggerTest, ShotsNeedTriggerMode) {
     EXPECT_EQ(context().family.trigger_wait_ms, wait_ms) << std::hex << mid;
     EXPECT_EQ(requests(), "g8=8");
   }
-  context().usb_handle.store(nullptr);
+  context().device.usb_handle.store(nullptr);
   EXPECT_EQ(code_of(CameraTriggerShot, kCamera), KXCAM_ERROR_NO_DEVICE);
   EXPECT_EQ(code_of(CameraSetSnapMode, kCamera, 1), KXCAM_ERROR_NO_DEVICE);
 }
 
 TEST_F(TriggerTest, AShotDropsTheFramesThatWait) {
   open(0x0500).parameter.snap_mode = 2;
-  context().ring = std::make_unique<FrameRing>(16);
-  const FrameGeometry geometry = context().geometry;
+  context().stream.ring = std::make_unique<FrameRing>(16);
+  const FrameGeometry geometry = context().stream.geometry;
   const std::atomic<bool> running = true;
   for (int i = 0; i < 3; ++i) {
-    ASSERT_EQ(context().ring->wait_for_free_buffer(running), i);
-    context().ring->mark_ready(i, geometry);
+    ASSERT_EQ(context().stream.ring->wait_for_free_buffer(running), i);
+    context().stream.ring->mark_ready(i, geometry);
   }
   EXPECT_TRUE(ok(CameraTriggerShot(kCamera)));
-  EXPECT_EQ(context().ring->take(geometry, 0, {context().geometry, running}), std::nullopt);
-  context().ring->mark_ready(3, geometry);
-  EXPECT_EQ(context().ring->take(geometry, 0, {context().geometry, running}), 3);
+  EXPECT_EQ(context().stream.ring->take(geometry, 0, {context().stream.geometry, running}), std::nullopt);
+  context().stream.ring->mark_ready(3, geometry);
+  EXPECT_EQ(context().stream.ring->take(geometry, 0, {context().stream.geometry, running}), 3);
 }
 
 TEST_F(TriggerTest, PicturesPerTrigger) {
@@ -171,7 +171,7 @@ TEST_F(TriggerTest, PicturesPerTrigger) {
     break_requests(kxsim::kLineSettings);
     EXPECT_EQ(code_of(CameraSetSnapNum, kCamera, 8), KXCAM_ERROR_READ_REQUEST);
   }
-  context().usb_handle.store(nullptr);
+  context().device.usb_handle.store(nullptr);
   EXPECT_EQ(code_of(CameraSetSnapNum, kCamera, 9), KXCAM_ERROR_NO_DEVICE);
   EXPECT_EQ(get(CameraGetSnapNum, kCamera), 8);
 }
