@@ -4,78 +4,84 @@
 
 #include "camera_bus.h"
 
-namespace kxcam {
+namespace kxcam::test {
 namespace {
 
-using Discovery = CameraBus;
+class Discovery : public CameraBus {
+ protected:
+  struct Identity {
+    std::string serial;
+    std::string name;
+    bool operator==(const Identity&) const = default;
+  };
 
-struct Identity {
-  std::array<char, 16> serial{};
-  std::array<char, 64> name{};
+  static Identity identity(int camera) {
+    std::array<char, 16> serial{};
+    std::array<char, 64> name{};
+    EXPECT_EQ(CameraGetName(camera, serial.data(), name.data()), 0U);
+    return {serial.data(), name.data()};
+  }
+  static int count() {
+    int cameras = -1;
+    EXPECT_EQ(CameraGetCount(&cameras), 0U);
+    return cameras;
+  }
+  /// Row of the model table and product id; -1 each on failure.
+  static std::pair<int, int> model(int camera) {
+    std::pair found(-1, -1);
+    CameraGetID(camera, &found.first, &found.second);
+    return found;
+  }
 };
-
-Identity identity(int camera) {
-  Identity found;
-  EXPECT_EQ(CameraGetName(camera, found.serial.data(), found.name.data()), 0U);
-  return found;
-}
 
 TEST_F(Discovery, TellsCamerasApartByPosition) {
   plug("3500,serial=AAAABBBB0001");
-  plug("303B,serial=AAAABBBB0002,name=Conveyor left");
-  int count = 0;
-  ASSERT_EQ(CameraGetCount(&count), 0U);
-  EXPECT_EQ(count, 2);
-  EXPECT_STREQ(identity(0).serial.data(), "AAAABBBB0001");
-  EXPECT_STREQ(identity(0).name.data(), "Model 5MP-C(0)");
-  EXPECT_STREQ(identity(1).serial.data(), "AAAABBBB0002");
-  EXPECT_STREQ(identity(1).name.data(), "Conveyor left(1)");
-  int row = 0;
-  int product = 0;
-  ASSERT_EQ(CameraGetID(1, &row, &product), 0U);
-  EXPECT_EQ(row, 20);
-  EXPECT_EQ(product, 0x303B);
+  plug("303B,serial=AAAABBBB0002,name=Line");
+  EXPECT_EQ(count(), 2);
+  EXPECT_EQ(identity(0), (Identity{"AAAABBBB0001", "Model 5MP-C(0)"}));
+  EXPECT_EQ(identity(1).serial, "AAAABBBB0002");
+  EXPECT_EQ(model(1), std::pair(20, 0x303B));
   EXPECT_EQ(CameraGetName(2, nullptr, nullptr), 1U);
   EXPECT_EQ(bus_.open_nodes(), 0U);
-  EXPECT_GE(bus_.nodes_opened(), 8U);
+}
+
+TEST_F(Discovery, NamesAreUpToThirtyCharacters) {
+  const auto camera = plug("3600,name=Conveyor left");
+  EXPECT_EQ(identity(0).name, "Conveyor left(0)");
+  const std::string longest = "thirty characters, not one more";
+  program(*camera, 0x1D51, std::span(reinterpret_cast<const uint8_t*>(longest.data()), 30));
+  for (const auto& [length, shown] :
+       {std::pair(30, longest.substr(0, 30)), {31, "Model 0.3MP-C"}, {0, "Model 0.3MP-C"}}) {
+    camera->set_eeprom(0x1D50, static_cast<uint8_t>(length));
+    EXPECT_EQ(identity(0).name, shown + "(0)");
+  }
 }
 
 TEST_F(Discovery, AsksAHiddenModelForItsProductId) {
   const auto hidden = plug("3600,generic");
   plug("303B");
-  int product = 0;
-  ASSERT_EQ(CameraGetID(0, nullptr, &product), 0U);
-  EXPECT_EQ(product, 0x3600);
-
+  EXPECT_EQ(model(0).second, 0x3600);
   // One that does not answer is counted but has no name, and its successor moves up.
-  hidden->inject({.requests = {{.action = kxsim::RequestFault::Action::kStall, .code = 0xA9}}});
-  int count = 0;
-  CameraGetCount(&count);
-  EXPECT_EQ(count, 2);
-  ASSERT_EQ(CameraGetID(0, nullptr, &product), 0U);
-  EXPECT_EQ(product, 0x303B);
-  EXPECT_EQ(CameraGetID(1, nullptr, &product), 1U);
+  fail_requests(*hidden, 0xA9);
+  EXPECT_EQ(count(), 2);
+  EXPECT_EQ(model(0).second, 0x303B);
+  EXPECT_EQ(model(1).second, -1);
 }
 
 TEST_F(Discovery, AnUnknownModelHasNoNameAndCannotBeOpened) {
   const auto camera = plug("3600,generic");
-  camera->inject(
-      {.requests = {{.action = kxsim::RequestFault::Action::kReply, .code = 0xA9, .reply = {0x34, 0x12}}}});
-  int row = 0;
-  ASSERT_EQ(CameraGetID(0, &row, nullptr), 0U);
-  EXPECT_EQ(row, 82);
-  EXPECT_STREQ(identity(0).name.data(), "");
-  EXPECT_EQ(CameraInit(0), 1U);
-  EXPECT_EQ(code(), KXCAM_ERROR_NO_DEVICE);
+  camera->inject({.requests = {{.action = Fault::kReply, .code = 0xA9, .reply = {0x34, 0x12}}}});
+  EXPECT_EQ(model(0), std::pair(82, 0x1234));
+  EXPECT_EQ(identity(0).name, "");
+  EXPECT_EQ(code_of(CameraInit, 0), KXCAM_ERROR_NO_DEVICE);
 }
 
 TEST_F(Discovery, IdentityThatCannotBeReadIsZero) {
   const auto camera = plug("3600,serial=AAAABBBB0001");
-  camera->inject(
-      {.requests = {{.action = kxsim::RequestFault::Action::kStall, .which = {3, 4}, .code = 0xB0}}});
+  // Each byte is asked for twice, so only a fault that lasts is one: the second byte is lost.
+  fail_request(*camera, kEepromRead, 3);
   std::array<char, 16> serial;
   serial.fill('x');
-  // Each byte is asked for twice, so only a fault that lasts is one: the second byte is lost.
   ASSERT_EQ(CameraGetName(0, serial.data(), nullptr), 0U);
   EXPECT_EQ(code(), KXCAM_ERROR_READ_REQUEST);
   EXPECT_EQ(std::memcmp(serial.data(), "AA\0ABBBB0001\0\0\0", 16), 0) << serial.data();
@@ -83,25 +89,19 @@ TEST_F(Discovery, IdentityThatCannotBeReadIsZero) {
 
 TEST_F(Discovery, SaysWhyThereIsNoCamera) {
   EXPECT_EQ(code(), KXCAM_ERROR_NONE_YET);
-  EXPECT_EQ(CameraGetName(256, nullptr, nullptr), 1U);
-  EXPECT_EQ(code(), KXCAM_ERROR_INDEX);
-  EXPECT_EQ(CameraInit(0), 1U);
-  EXPECT_EQ(code(), KXCAM_ERROR_EMPTY_BUS);
-  EXPECT_EQ(CameraInit(-1), 1U);
-  EXPECT_EQ(code(), KXCAM_ERROR_INDEX);
+  EXPECT_EQ(code_of(CameraGetName, 256, nullptr, nullptr), KXCAM_ERROR_INDEX);
+  EXPECT_EQ(code_of(CameraInit, 0), KXCAM_ERROR_EMPTY_BUS);
+  EXPECT_EQ(code_of(CameraInit, -1), KXCAM_ERROR_INDEX);
 
   const auto camera = plug("3600");
   camera->inject({.open_denied = true});
-  int count = 7;
-  EXPECT_EQ(CameraGetCount(&count), 0U);
-  EXPECT_EQ(count, 0);
+  EXPECT_EQ(count(), 0);
   camera->clear_faults();
+  EXPECT_EQ(code_of(CameraInit, 1), KXCAM_ERROR_NONE_YET) << "none there: no code of its own";
   setenv("KXUSB_CONF", "/nonexistent/kxusb.conf", 1);
-  EXPECT_EQ(CameraGetCount(&count), 0U);
-  EXPECT_EQ(count, 0);
-  EXPECT_EQ(CameraGetName(0, nullptr, nullptr), 1U);
-  EXPECT_EQ(code(), KXCAM_ERROR_INDEX) << "neither failure has a code of its own";
+  EXPECT_EQ(count(), 0);
+  EXPECT_EQ(code_of(CameraGetName, 0, nullptr, nullptr), KXCAM_ERROR_NONE_YET) << "nor has a missing file";
 }
 
 }  // namespace
-}  // namespace kxcam
+}  // namespace kxcam::test

@@ -134,6 +134,10 @@ struct switch_setting {
   enum outcome get_without_device;
 };
 
+static uint32_t set_trigger_polarity(int camera, bool high) {
+  return CameraSetTriggerPolarity(camera, high ? 1 : 0);
+}
+
 static const struct switch_setting switch_settings[] = {
     {SETTING(MirrorX), true, DONE, DONE},
     {SETTING(MirrorY), true, DONE, DONE},
@@ -145,6 +149,7 @@ static const struct switch_setting switch_settings[] = {
     {SETTING(GlobalReset), true, DONE, UNSUPPORTED},
     {SETTING(Denoise), false, DONE, DONE},
     {SETTING(FPN), false, DONE, DONE},
+    {"TriggerPolarity", set_trigger_polarity, CameraGetTriggerPolarity, false, NO_DEVICE, DONE},
     {"Strobe", CameraEnableStrobe, CameraGetStrobe, false, DONE, SILENT},
 };
 
@@ -169,27 +174,6 @@ static void expect_output(uint32_t result, int value, int right, const char* fun
   expect(value == (result == 0 ? right : UNTOUCHED), function, "output");
 }
 
-static uint32_t firm_version(int camera) {
-  int version = UNTOUCHED;
-  const uint32_t result = CameraGetFirmVersion(camera, &version);
-  expect_output(result, version, stage == LIVE ? 0x8310 : 0, __func__);
-  return result;
-}
-
-static uint32_t trigger_polarity(int camera) {
-  bool active_high = true;
-  uint32_t result = CameraSetTriggerPolarity(camera, 0);
-  if (result != 0) return result;
-  result = CameraGetTriggerPolarity(camera, &active_high);
-  expect(!active_high, __func__, "another state");
-  return result;
-}
-
-static uint32_t get_trigger_polarity(int camera) {
-  bool active_high = true;
-  return CameraGetTriggerPolarity(camera, &active_high);
-}
-
 static uint32_t frame_rate(int camera) {
   return CameraSetFrameRate(camera, false, 12.5);
 }
@@ -200,47 +184,6 @@ static uint32_t get_frame_rate(int camera) {
   const uint32_t result = CameraGetFrameRate(camera, &fixed, &fps);
   if (stage == LIVE) expect(!fixed && fps == 12.5, __func__, "another rate");
   return result;
-}
-
-static uint32_t resolution_count(int camera) {
-  int count = UNTOUCHED;
-  const uint32_t result = CameraGetResolutionCount(camera, &count);
-  expect(result == 0 ? count >= 1 : count == UNTOUCHED, __func__, "output");
-  return result;
-}
-
-static uint32_t expect_size(uint32_t result, int width, int height, const char* function) {
-  expect_output(result, width, WIDTH, function);
-  expect_output(result, height, HEIGHT, function);
-  return result;
-}
-
-static uint32_t resolution_max(int camera) {
-  int width = UNTOUCHED;
-  int height = UNTOUCHED;
-  const uint32_t result = CameraGetResolutionMax(camera, &width, &height);
-  return expect_size(result, width, height, __func__);
-}
-
-static uint32_t resolution(int camera) {
-  int width = UNTOUCHED;
-  int height = UNTOUCHED;
-  const uint32_t result = CameraGetResolution(camera, 0, &width, &height);
-  return expect_size(result, width, height, __func__);
-}
-
-static uint32_t select_resolution(int camera) {
-  int width = UNTOUCHED;
-  int height = UNTOUCHED;
-  const uint32_t result = CameraSetResolution(camera, 0, &width, &height);
-  return expect_size(result, width, height, __func__);
-}
-
-static uint32_t image_size(int camera) {
-  int width = UNTOUCHED;
-  int height = UNTOUCHED;
-  const uint32_t result = CameraGetImageSize(camera, &width, &height);
-  return expect_size(result, width, height, __func__);
 }
 
 static uint32_t region(int camera) {
@@ -261,13 +204,6 @@ static uint32_t quarter_turn(int camera) {
   CameraGetImageSize(camera, &width, &height);
   expect(width == HEIGHT && height == WIDTH, __func__, "the picture is not turned");
   return CameraSetRotate(camera, 90);
-}
-
-static uint32_t image_depth(int camera) {
-  int bits = UNTOUCHED;
-  const uint32_t result = CameraGetImageDepth(camera, &bits);
-  expect_output(result, bits, 8, __func__);
-  return result;
 }
 
 static uint32_t image_buffer_size(int camera) {
@@ -331,20 +267,6 @@ static uint32_t develop(int camera) {
   return result;
 }
 
-static uint32_t mean_level(int camera) {
-  int level = UNTOUCHED;
-  const uint32_t result = CameraGetAvg(camera, &level);
-  expect(result == 0 ? level >= 0 && level <= 255 : level == UNTOUCHED, __func__, "output");
-  return result;
-}
-
-static uint32_t exposure_unit(int camera) {
-  double milliseconds = UNTOUCHED;
-  const uint32_t result = CameraGetExposureUnit(camera, &milliseconds);
-  expect(result == 0 ? milliseconds >= 0 && milliseconds < 1 : milliseconds == UNTOUCHED, __func__, "output");
-  return result;
-}
-
 static uint32_t exposure_time(int camera) {
   int lines = 0;
   double unit = 0;
@@ -353,7 +275,7 @@ static uint32_t exposure_time(int camera) {
   if (result != 0) return result;
   CameraGetExposure(camera, &lines);
   CameraGetExposureUnit(camera, &unit);
-  expect(milliseconds == lines * unit, __func__, "not lines times unit");
+  expect(unit >= 0 && milliseconds == lines * unit, __func__, "not lines times unit");
   return result;
 }
 
@@ -398,13 +320,6 @@ static uint32_t drive_lines(int camera) {
   return CameraSetGPIO(camera, 0x03, 0x01);
 }
 
-static uint32_t read_lines(int camera) {
-  int lines = UNTOUCHED;
-  const uint32_t result = CameraGetGPIO(camera, &lines);
-  expect(result == 0 ? lines >= 0 && lines <= 255 : lines == UNTOUCHED, __func__, "output");
-  return result;
-}
-
 static uint32_t save_settings(int camera) {
   return CameraSaveParameter(camera, 1);
 }
@@ -439,6 +354,64 @@ static uint32_t read_user_data(int camera) {
   return result;
 }
 
+/* --- Numbers that the camera tells, within bounds. --- */
+
+struct number {
+  const char* name;
+  uint32_t (*get)(int, int*);
+  int least;
+  int greatest;
+  enum outcome without_device;
+};
+
+static const struct number numbers[] = {
+    {"FirmVersion", CameraGetFirmVersion, 0, 0x8310, DONE},
+    {"ResolutionCount", CameraGetResolutionCount, 1, 100, NO_DEVICE},
+    {"ImageDepth", CameraGetImageDepth, 8, 8, DONE},
+    {"Avg", CameraGetAvg, 0, 255, DONE},
+    {"GPIO", CameraGetGPIO, 0, 255, NO_DEVICE},
+};
+
+static void check_number(int camera, const struct number* number) {
+  const enum outcome outcome = at_stage(DONE, number->without_device);
+  int value = UNTOUCHED;
+  forget_errors();
+  expect(ended(number->get(camera, &value), outcome), number->name, "get");
+  const bool in_range = value >= number->least && value <= number->greatest;
+  expect(outcome == DONE ? in_range : value == UNTOUCHED, number->name, "output");
+}
+
+static uint32_t preset_size(int camera, int* width, int* height) {
+  return CameraGetResolution(camera, 0, width, height);
+}
+
+static uint32_t select_preset(int camera, int* width, int* height) {
+  return CameraSetResolution(camera, 0, width, height);
+}
+
+struct extent {
+  const char* name;
+  uint32_t (*get)(int, int*, int*);
+  enum outcome without_device;
+};
+
+static const struct extent extents[] = {
+    {"ResolutionMax", CameraGetResolutionMax, NO_DEVICE},
+    {"Resolution", preset_size, NO_DEVICE},
+    {"SetResolution", select_preset, NO_DEVICE},
+    {"ImageSize", CameraGetImageSize, DONE},
+};
+
+static void check_extent(int camera, const struct extent* extent) {
+  int width = UNTOUCHED;
+  int height = UNTOUCHED;
+  forget_errors();
+  const uint32_t result = extent->get(camera, &width, &height);
+  expect(ended(result, at_stage(DONE, extent->without_device)), extent->name, "result");
+  expect_output(result, width, WIDTH, extent->name);
+  expect_output(result, height, HEIGHT, extent->name);
+}
+
 struct operation {
   const char* name;
   uint32_t (*call)(int);
@@ -446,28 +419,17 @@ struct operation {
 };
 
 static const struct operation operations[] = {
-    {"FirmVersion", firm_version, DONE},
     {"Reset", CameraReset, DONE},
-    {"SetTriggerPolarity", trigger_polarity, NO_DEVICE},
-    {"GetTriggerPolarity", get_trigger_polarity, DONE},
     {"SetFrameRate", frame_rate, NO_DEVICE},
     {"GetFrameRate", get_frame_rate, DONE},
-    {"GetResolutionCount", resolution_count, NO_DEVICE},
-    {"GetResolutionMax", resolution_max, NO_DEVICE},
-    {"GetResolution", resolution, NO_DEVICE},
-    {"SetResolution", select_resolution, NO_DEVICE},
     {"SetROI", region, NO_DEVICE},
     {"SetRotate", quarter_turn, DONE},
-    {"GetImageSize", image_size, DONE},
-    {"GetImageDepth", image_depth, DONE},
     {"GetImageBufferSize", image_buffer_size, DONE},
     {"GetISPImageBufferSize", isp_image_buffer_size, DONE},
     {"QueryImage", query_raw, NO_DEVICE},
     {"QueryImage2", query_in_ring, NO_DEVICE},
     {"QueryImageLV", query_words, NO_DEVICE},
     {"ISP", develop, DONE},
-    {"GetAvg", mean_level, DONE},
-    {"GetExposureUnit", exposure_unit, DONE},
     {"GetExposureTime", exposure_time, DONE},
     {"SetWBGain", white_balance_gains, DONE},
     {"GetWBGain", get_white_balance_gains, DONE},
@@ -477,7 +439,6 @@ static const struct operation operations[] = {
     {"ClearHostBuffer", CameraClearHostBuffer, NO_DEVICE},
     {"TriggerShot", software_trigger, NO_DEVICE},
     {"SetGPIO", drive_lines, NO_DEVICE},
-    {"GetGPIO", read_lines, NO_DEVICE},
     {"SaveParameter", save_settings, NO_DEVICE},
     {"LoadParameter", load_settings, NO_DEVICE},
     {"ReadSerialNumber", serial_number, DONE},
@@ -492,6 +453,8 @@ static void check_camera(int camera) {
   for (size_t i = 0; i < COUNT(integer_settings); ++i) check_integer_setting(camera, &integer_settings[i]);
   for (size_t i = 0; i < COUNT(real_settings); ++i) check_real_setting(camera, &real_settings[i]);
   for (size_t i = 0; i < COUNT(switch_settings); ++i) check_switch_setting(camera, &switch_settings[i]);
+  for (size_t i = 0; i < COUNT(numbers); ++i) check_number(camera, &numbers[i]);
+  for (size_t i = 0; i < COUNT(extents); ++i) check_extent(camera, &extents[i]);
   for (size_t i = 0; i < COUNT(operations); ++i) {
     forget_errors();
     const uint32_t result = operations[i].call(camera);

@@ -5,10 +5,10 @@
 
 #include <gmock/gmock.h>
 
-#include "../api/camera_bus.h"
+#include "camera_bus.h"
 #include "core/registry/contexts.h"
 
-namespace kxcam {
+namespace kxcam::test {
 namespace {
 
 using testing::ElementsAre;
@@ -154,4 +154,4 @@ TEST_F(DeadPixelStore, NeedsACameraWithADevice) {
 }
 
 }  // namespace
-}  // namespace kxcam
+}  // namespace kxcam::test

@@ -10,7 +10,7 @@
 #include "core/registry/contexts.h"
 #include "sync/clock.h"
 
-namespace kxcam {
+namespace kxcam::test {
 namespace {
 
 using Action = kxsim::FrameFault::Action;
@@ -102,4 +102,4 @@ TEST_F(FrameAccounting, PicturesOfANewGeometryDoNotWaitForTheSensorsDelay) {
 }
 
 }  // namespace
-}  // namespace kxcam
+}  // namespace kxcam::test

@@ -1,14 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/persistence/flash_tables.h"
 
+#include "camera_bus.h"
 #include "core/picture/correction_settings.h"
 #include "core/registry/contexts.h"
-#include "eeprom_fixture.h"
 
-namespace kxcam {
+namespace kxcam::test {
 namespace {
 
-class FlashTables : public EepromTest {
+class FlashTables : public CameraBus {
  protected:
   static std::vector<uint8_t> flash(const Camera& camera, size_t page, size_t bytes) {
     return camera.inspect([&](const kxsim::Bridge& bridge) { return bridge.flash().read(page, bytes); });
@@ -151,4 +151,4 @@ TEST_F(FlashTables, TheTableOfTwelveBitSamples) {
 }
 
 }  // namespace
-}  // namespace kxcam
+}  // namespace kxcam::test

@@ -6,16 +6,14 @@
 #include <numeric>
 #include <string>
 
+#include "camera_bus.h"
 #include "core/persistence/flash_tables.h"
 #include "core/persistence/properties.h"
-#include "eeprom_fixture.h"
 
-namespace kxcam {
+namespace kxcam::test {
 namespace {
 
-using test::ok;
-
-using Identity = EepromTest;
+using Identity = CameraBus;
 
 TEST_F(Identity, TheSerialNumberIsCachedAtOpen) {
   const auto camera = open_registers("3600,serial=ABCDEFGHIJKL");
@@ -145,4 +143,4 @@ TEST_F(Identity, PropertiesAreKeptAtTheWidthOfTheirFields) {
 }
 
 }  // namespace
-}  // namespace kxcam
+}  // namespace kxcam::test

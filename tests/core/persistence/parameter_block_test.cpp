@@ -4,12 +4,12 @@
 #include <array>
 #include <cmath>
 
-#include "eeprom_fixture.h"
+#include "camera_bus.h"
 
-namespace kxcam {
+namespace kxcam::test {
 namespace {
 
-using ParameterBlock = EepromTest;
+using ParameterBlock = CameraBus;
 using Block = std::array<uint8_t, kSetSize>;
 
 /// A value in every field that shows which bytes of it are kept, and in what order.
@@ -103,7 +103,7 @@ TEST_F(ParameterBlock, IsWrittenByteForByteInOrder) {
   for (uint16_t offset = 0; offset < kSetSize; ++offset) {
     if (offset != 0x3C && offset != 0x3D && offset != 0x3F) order.push_back(kSet0 + offset);
   }
-  EXPECT_EQ(addresses(*camera, kEepromWrite), order);
+  EXPECT_EQ(indices(*camera, kEepromWrite), order);
 }
 
 TEST_F(ParameterBlock, SlotsAboveThreeAndBelowOneAreSlotZero) {
@@ -113,8 +113,8 @@ TEST_F(ParameterBlock, SlotsAboveThreeAndBelowOneAreSlotZero) {
     camera->clear_requests();
     CameraParameter record;
     LoadParameter(0, record, slot);
-    EXPECT_EQ(addresses(*camera, kEepromRead).front(), address) << slot;
-    EXPECT_EQ(addresses(*camera, kEepromRead).back(), address + 0x3E) << slot;
+    EXPECT_EQ(indices(*camera, kEepromRead).front(), address) << slot;
+    EXPECT_EQ(indices(*camera, kEepromRead).back(), address + 0x3E) << slot;
   }
 }
 
@@ -306,4 +306,4 @@ TEST_F(ParameterBlock, AMatrixWithAnImplausibleDiagonalIsTheIdentity) {
 }
 
 }  // namespace
-}  // namespace kxcam
+}  // namespace kxcam::test

@@ -3,15 +3,13 @@
 #include <map>
 #include <string>
 
+#include "camera_bus.h"
 #include "core/persistence/properties.h"
-#include "eeprom_fixture.h"
 
-namespace kxcam {
+namespace kxcam::test {
 namespace {
 
-using test::ok;
-
-class ParameterSets : public EepromTest {
+class ParameterSets : public CameraBus {
  protected:
   using Settings = std::map<std::string, double>;
 
@@ -248,4 +246,4 @@ TEST_F(ParameterSets, TheLoadedMatrixIsInForceWithEnhancement) {
 }
 
 }  // namespace
-}  // namespace kxcam
+}  // namespace kxcam::test

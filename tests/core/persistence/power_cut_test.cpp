@@ -2,17 +2,17 @@
 #include <array>
 #include <thread>
 
-#include "eeprom_fixture.h"
+#include "camera_bus.h"
 
 // A camera that loses power while its settings are saved holds the first part of the new set and the rest of
 // the old one, with words torn in the middle. It must open, and nothing out of range may come of it.
 
-namespace kxcam {
+namespace kxcam::test {
 namespace {
 
 constexpr int kCameras = 4;
 
-class PowerCut : public EepromTest {
+class PowerCut : public CameraBus {
  protected:
   struct Cell {
     uint16_t address;
@@ -179,4 +179,4 @@ TEST_F(PowerCut, InTheFlashLeavesACameraThatOpensAndDevelopsPictures) {
 }
 
 }  // namespace
-}  // namespace kxcam
+}  // namespace kxcam::test

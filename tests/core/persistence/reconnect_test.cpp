@@ -5,15 +5,15 @@
 #include <chrono>
 #include <thread>
 
+#include "camera_bus.h"
 #include "core/persistence/parameter_sets.h"
 #include "core/registry/contexts.h"
-#include "eeprom_fixture.h"
 
-namespace kxcam {
+namespace kxcam::test {
 namespace {
 
 using namespace std::chrono_literals;
-using Reconnect = EepromTest;
+using Reconnect = CameraBus;
 
 TEST_F(Reconnect, FindsTheCameraAtAnotherPort) {
   const auto camera = open("3600");
@@ -181,4 +181,4 @@ TEST_F(Reconnect, BesideACloseLeavesNothingOpen) {
 }
 
 }  // namespace
-}  // namespace kxcam
+}  // namespace kxcam::test

@@ -2,15 +2,15 @@
 #include <algorithm>
 #include <tuple>
 
+#include "camera_bus.h"
 #include "core/registry/contexts.h"
-#include "eeprom_fixture.h"
 
 // What CameraInit() and CameraFree() say to a camera, request by request.
 
-namespace kxcam {
+namespace kxcam::test {
 namespace {
 
-using RequestOrder = EepromTest;
+using RequestOrder = CameraBus;
 /// Code, index and value.
 using Request = std::tuple<int, int, int>;
 using Requests = std::vector<Request>;
@@ -151,4 +151,4 @@ TEST_F(RequestOrder, OfApplyingLiveSettingsAgain) {
 }
 
 }  // namespace
-}  // namespace kxcam
+}  // namespace kxcam::test

@@ -3,15 +3,15 @@
 
 #include <functional>
 
+#include "camera_bus.h"
 #include "core/persistence/parameter_sets.h"
 #include "core/picture/tone_settings.h"
 #include "core/registry/contexts.h"
-#include "eeprom_fixture.h"
 
-namespace kxcam {
+namespace kxcam::test {
 namespace {
 
-class VirtualCamera : public EepromTest {
+class VirtualCamera : public CameraBus {
  protected:
   static constexpr int kVirtual = 3;
   static constexpr ISPParam kNeutral = {.ccm = {1, 0, 0, 0, 1, 0, 0, 0, 1},
@@ -160,8 +160,9 @@ TEST_F(VirtualCamera, MakesThePicturesThatACameraMakes) {
     const auto& row = camera->model();
     const int width = row.width;
     const int height = row.height;
-    camera->set_frame_source(
-        [](const kxsim::FrameRequest&, std::span<uint8_t> out) { fill_numbered(7, out); });
+    camera->set_frame_source([](const kxsim::FrameRequest&, std::span<uint8_t> out) {
+      std::ranges::copy(numbered(7, out.size()), out.begin());
+    });
     ASSERT_EQ(CameraInit(0), 0U);
     const ISPParam param = {.ccm = {1.5, -0.25, -0.25, 0, 1, 0, 0.1, -0.2, 1.1},
                             .gamma = 0.7,
@@ -204,4 +205,4 @@ TEST_F(VirtualCamera, MakesThePicturesThatACameraMakes) {
 }
 
 }  // namespace
-}  // namespace kxcam
+}  // namespace kxcam::test
