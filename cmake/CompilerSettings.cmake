@@ -15,8 +15,10 @@ set(KXCAM_SANITIZE "" CACHE STRING "Sanitizers for every target, as -fsanitize= 
 
 add_library(kxcam_settings INTERFACE)
 # Pixel values are defined by separate multiplications and additions: a contracted one rounds differently.
-target_compile_options(kxcam_settings INTERFACE -ffp-contract=off -Wall -Wextra -Wpedantic -Wshadow
+target_compile_options(kxcam_settings INTERFACE -ffp-contract=off -Wall -Wextra -Wpedantic
                                                 $<$<COMPILE_LANGUAGE:CXX>:-Wnon-virtual-dtor -Wextra-semi>)
+# In sources that are compiled as one, a local name of one may be a global name of another.
+target_compile_options(kxcam_settings INTERFACE $<$<NOT:$<BOOL:$<TARGET_PROPERTY:UNITY_BUILD>>>:-Wshadow>)
 if(KXCAM_WERROR)
   target_compile_options(kxcam_settings INTERFACE -Werror)
 endif()

@@ -1,28 +1,42 @@
 find_package(GTest REQUIRED)
 include(GoogleTest)
 
+option(KXCAM_UNITY_TESTS "Compile several sources of a test as one: a build of everything takes half as long" ON)
+
 set(KXCAM_TEST_ENVIRONMENT "")
 if(KXCAM_SANITIZE MATCHES thread)
   set(KXCAM_TEST_ENVIRONMENT "TSAN_OPTIONS=suppressions=${CMAKE_CURRENT_LIST_DIR}/tsan_suppressions.txt")
 endif()
 
-# kxcam_test(NAME SOURCES source... LIBRARIES library... [ALONE]): a GoogleTest program; every case of it is
-# a test of its own, in a process of its own, so that no case sees another's open cameras. ALONE: beside no
-# other test, as it keeps all processors busy.
-function(kxcam_test NAME)
-  cmake_parse_arguments(ARG "ALONE" "" "SOURCES;LIBRARIES" ${ARGN})
-  add_executable(${NAME} ${ARG_SOURCES})
-  target_link_libraries(${NAME} PRIVATE ${ARG_LIBRARIES} GTest::gmock GTest::gtest_main kxcam_settings)
+function(kxcam_test_options TARGET)
+  target_link_libraries(${TARGET} PRIVATE GTest::gmock GTest::gtest_main kxcam_settings)
   if(KXCAM_SANITIZE)
-    target_compile_options(${NAME} PRIVATE -O0)  # assertions take long to optimise once they are instrumented
-    target_compile_definitions(${NAME} PRIVATE SANITIZED)
-  elseif(NOT CMAKE_BUILD_TYPE STREQUAL Debug)
-    target_compile_options(${NAME} PRIVATE -g1)
+    target_compile_options(${TARGET} PRIVATE -O0)  # assertions take long to optimise once they are instrumented
+    target_compile_definitions(${TARGET} PRIVATE SANITIZED)
   endif()
-  list(LENGTH ARG_SOURCES source_count)
-  if(source_count GREATER 1)
-    target_precompile_headers(${NAME} PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
-  endif()
+endfunction()
+
+# The headers of GoogleTest, compiled once for all tests. A compiler takes them only with the options of what
+# includes them, so these are the options of a program (-fPIE, not -fPIC).
+file(CONFIGURE OUTPUT test_headers.cpp CONTENT "")
+add_library(kxcam_test_headers OBJECT ${CMAKE_CURRENT_BINARY_DIR}/test_headers.cpp)
+set_target_properties(kxcam_test_headers PROPERTIES POSITION_INDEPENDENT_CODE OFF)
+target_compile_options(kxcam_test_headers PRIVATE -fPIE)
+kxcam_test_options(kxcam_test_headers)
+target_precompile_headers(kxcam_test_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
+
+# kxcam_test(NAME SOURCES source... LIBRARIES library... [SEPARATE source...] [ALONE]): a GoogleTest program;
+# every case of it is a test of its own, in a process of its own, so that no case sees another's open cameras.
+# The sources are compiled as one, except those that are named as SEPARATE, too. ALONE: beside no other test,
+# as it keeps all processors busy.
+function(kxcam_test NAME)
+  cmake_parse_arguments(ARG "ALONE" "" "SOURCES;LIBRARIES;SEPARATE" ${ARGN})
+  add_executable(${NAME} ${ARG_SOURCES})
+  target_link_libraries(${NAME} PRIVATE ${ARG_LIBRARIES})
+  kxcam_test_options(${NAME})
+  target_precompile_headers(${NAME} REUSE_FROM kxcam_test_headers)
+  set_target_properties(${NAME} PROPERTIES UNITY_BUILD ${KXCAM_UNITY_TESTS} UNITY_BUILD_BATCH_SIZE 8)
+  set_source_files_properties(${ARG_SEPARATE} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
   gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST
                        PROPERTIES TIMEOUT 120 RUN_SERIAL ${ARG_ALONE} ENVIRONMENT "${KXCAM_TEST_ENVIRONMENT}")
 endfunction()

@@ -51,13 +51,13 @@ TEST(FramePlacement, FollowsTheRegionOfInterestThenTheReadoutMode) {
   }
 }
 
-constexpr int kWidth = 8;
-constexpr int kHeight = 6;
+constexpr int kNumberedWidth = 8;
+constexpr int kNumberedHeight = 6;
 constexpr int kNone = -1;
 
 /// A frame in which every sample is its own number.
 std::vector<uint8_t> numbered() {
-  std::vector<uint8_t> samples(kWidth * kHeight);
+  std::vector<uint8_t> samples(kNumberedWidth * kNumberedHeight);
   std::iota(samples.begin(), samples.end(), uint8_t{0});
   return samples;
 }
@@ -69,7 +69,7 @@ struct Replacement {
 
 void check(const FramePlacement& placement, std::initializer_list<Replacement> replacements) {
   for (const auto& [pixel, index] : replacements) {
-    GuardedFrame frame(kWidth, kHeight, numbered());
+    GuardedFrame frame(kNumberedWidth, kNumberedHeight, numbered());
     replace_dead_pixels(frame.view(), placement, std::array{pixel});
     auto expected = numbered();
     if (index != kNone) expected.at(static_cast<size_t>(index)) = static_cast<uint8_t>(index - 2);
@@ -118,7 +118,7 @@ TEST(DeadPixels, AreReplacedInABinnedFrame) {
 }
 
 TEST(DeadPixels, TakeARepairedNeighbourInTheOrderOfTheList) {
-  GuardedFrame frame(kWidth, kHeight, numbered());
+  GuardedFrame frame(kNumberedWidth, kNumberedHeight, numbered());
   replace_dead_pixels(frame.view(), {},
                       std::array{DeadPixel{2, 1}, DeadPixel{4, 1}, DeadPixel{7, 1}, DeadPixel{5, 1}});
   EXPECT_EQ(frame.at(2, 1), 8);

@@ -12,7 +12,7 @@ namespace {
 using testing::AllOf;
 using testing::HasSubstr;
 
-std::string complaint(std::string_view script) {
+std::string script_complaint(std::string_view script) {
   try {
     parse_fault_script(script);
   } catch (const BadFaultScript& error) {
@@ -75,9 +75,9 @@ TEST(FaultScript, FaultsOfOneCamera) {
 }
 
 TEST(FaultScript, MistakesAreNamedWithTheirPlace) {
-  EXPECT_THAT(complaint("bulk 1 stall\n\nrequest 1 stal"),
+  EXPECT_THAT(script_complaint("bulk 1 stall\n\nrequest 1 stal"),
               AllOf(HasSubstr("line 3"), HasSubstr("'stal'"), HasSubstr("timeout")));
-  EXPECT_THAT(complaint("frame 1 short"), AllOf(HasSubstr("bytes"), HasSubstr("end of the line")));
+  EXPECT_THAT(script_complaint("frame 1 short"), AllOf(HasSubstr("bytes"), HasSubstr("end of the line")));
   for (const char* bad : {"explode",
                           "request",
                           "request 0 stall",
@@ -107,7 +107,7 @@ TEST(FaultScript, MistakesAreNamedWithTheirPlace) {
                           "claim idle",
                           "camera 0 open denied",
                           "camera 1"}) {
-    EXPECT_THAT(complaint(bad), HasSubstr("expected")) << bad;
+    EXPECT_THAT(script_complaint(bad), HasSubstr("expected")) << bad;
   }
 }
 

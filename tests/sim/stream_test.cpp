@@ -15,7 +15,7 @@ using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 
 constexpr size_t kWindow = 640 * 480;  // of preset 2
-constexpr size_t kRoom = kWindow + 1024;
+constexpr size_t kStreamRoom = kWindow + 1024;
 
 /// A streaming camera with a small picture and recognisable bytes.
 class Streaming : public Host {
@@ -30,7 +30,7 @@ class Streaming : public Host {
 TEST(Stream, FramesArriveByteForByteAndInOrder) {
   Streaming host("0x3500,fps=0");
   for (uint64_t n = 0; n < 5; ++n) {
-    const auto read = host.read(kRoom);
+    const auto read = host.read(kStreamRoom);
     EXPECT_EQ(read.status, TransferStatus::kCompleted);
     EXPECT_EQ(read.bytes, pattern_frame(n, kWindow));
   }
@@ -52,16 +52,16 @@ TEST(Stream, AFrameOfWholePacketsEndsWithAnEmptyOne) {
   Streaming host("0x3500,fps=0");
   static_assert(kWindow % 1024 == 0);
   EXPECT_EQ(host.read(kWindow).bytes.size(), kWindow);
-  const auto empty = host.read(kRoom);
+  const auto empty = host.read(kStreamRoom);
   EXPECT_EQ(empty.status, TransferStatus::kCompleted);
   EXPECT_EQ(empty.bytes.size(), 0U);
-  EXPECT_EQ(host.read(kRoom).bytes, pattern_frame(1, kWindow));
+  EXPECT_EQ(host.read(kStreamRoom).bytes, pattern_frame(1, kWindow));
 }
 
 TEST(Stream, AReadThatEndsWithinAPacketOverflows) {
   Streaming host("0x3500,fps=0");
   EXPECT_EQ(host.read(1000).status, TransferStatus::kOverflow);
-  EXPECT_EQ(host.read(kRoom).bytes.size(), kWindow - 1024) << "the packet is lost";
+  EXPECT_EQ(host.read(kStreamRoom).bytes.size(), kWindow - 1024) << "the packet is lost";
 }
 
 TEST(Stream, TheTwelveBitModelSendsAByteASample) {
@@ -74,24 +74,24 @@ TEST(Stream, TheSensorMakesThePixels) {
   Host host("0x304B,fps=0,noise=0");
   host.camera.set_scene(make_uniform({0.5F, 0.5F, 0.5F}));
   host.ask(kStartStream);
-  const auto bright = host.read(kRoom);
+  const auto bright = host.read(kStreamRoom);
   ASSERT_EQ(bright.bytes.size(), kWindow);
   EXPECT_GT(bright.bytes[kWindow / 2], 40);
   host.camera.set_exposure({.exposure = 0.25});
-  const auto dark = host.read(kRoom);
+  const auto dark = host.read(kStreamRoom);
   EXPECT_LT(dark.bytes[kWindow / 2], bright.bytes[kWindow / 2] / 2);
   host.camera.set_scene(make_uniform({}));
-  EXPECT_LT(host.read(kRoom).bytes[kWindow / 2], dark.bytes[kWindow / 2]);
+  EXPECT_LT(host.read(kStreamRoom).bytes[kWindow / 2], dark.bytes[kWindow / 2]);
 }
 
 TEST(Stream, NewerBridgesWaitForTheStartOlderOnesDoNot) {
   Host newer("0x304B,fps=0");
-  EXPECT_EQ(newer.read(kRoom, milliseconds(30)).status, std::nullopt);
+  EXPECT_EQ(newer.read(kStreamRoom, milliseconds(30)).status, std::nullopt);
   EXPECT_EQ(newer.camera.counters().frames_made, 0U);
   newer.ask(kStartStream);
-  EXPECT_EQ(newer.read(kRoom).bytes.size(), kWindow);
+  EXPECT_EQ(newer.read(kStreamRoom).bytes.size(), kWindow);
   newer.ask(kStopStream);
-  EXPECT_EQ(newer.read(kRoom, milliseconds(30)).status, std::nullopt);
+  EXPECT_EQ(newer.read(kStreamRoom, milliseconds(30)).status, std::nullopt);
 
   Host older("0x0030,fps=0");
   EXPECT_EQ(older.read(752 * 480 + 1024).bytes.size(), 752U * 480);
@@ -100,7 +100,7 @@ TEST(Stream, NewerBridgesWaitForTheStartOlderOnesDoNot) {
 TEST(Stream, TheRateHoldsAndUnreadFramesAreCounted) {
   Streaming host("0x3500,fps=50");
   const auto begin = steady_clock::now();
-  for (int i = 0; i < 5; ++i) host.read(kRoom);
+  for (int i = 0; i < 5; ++i) host.read(kStreamRoom);
   const auto took = steady_clock::now() - begin;
   EXPECT_GE(took, milliseconds(75));
   EXPECT_LT(took, milliseconds(1000));
@@ -109,7 +109,7 @@ TEST(Stream, TheRateHoldsAndUnreadFramesAreCounted) {
   EXPECT_GE(dropped, 7U);
   EXPECT_LE(host.camera.counters().frames_made, 6U) << "nobody reads, nothing is rendered";
   const auto late = steady_clock::now();
-  EXPECT_EQ(host.read(kRoom).bytes.size(), kWindow);
+  EXPECT_EQ(host.read(kStreamRoom).bytes.size(), kWindow);
   EXPECT_LT(steady_clock::now() - late, milliseconds(100)) << "the latest frame is there at once";
 }
 
@@ -119,7 +119,7 @@ TEST(Stream, ACancelledReadKeepsWhatItHas) {
   plan.frames.push_back({.action = FrameFault::Action::kUnended, .which = {1, 1}, .bytes = 1024});
   plan.stream_frames = 1;
   host.camera.inject(plan);
-  const auto read = host.read(kRoom, milliseconds(50));
+  const auto read = host.read(kStreamRoom, milliseconds(50));
   EXPECT_EQ(read.status, std::nullopt);
   EXPECT_EQ(read.bytes.size(), kWindow - 1024);
   EXPECT_EQ(host.camera.counters().frames_sent, 1U);
@@ -129,7 +129,7 @@ TEST(Stream, ACancelledReadKeepsWhatItHas) {
 
 TEST(Stream, EveryFrameMadeIsAccountedFor) {
   Streaming host("0x3500,fps=0");
-  host.read(kRoom);
+  host.read(kStreamRoom);
   EXPECT_EQ(host.read(0x10000).bytes.size(), 0x10000U);
   host.camera.bus_reset();
   host.ask(kStartStream);
@@ -146,8 +146,8 @@ TEST(Stream, EveryFrameMadeIsAccountedFor) {
 
 TEST(Stream, AResetEndsPendingReads) {
   Host host("0x3500");
-  HostTransfer first(kRoom);
-  HostTransfer second(kRoom);
+  HostTransfer first(kStreamRoom);
+  HostTransfer second(kStreamRoom);
   ASSERT_TRUE(host.camera.submit_bulk(first));
   ASSERT_TRUE(host.camera.submit_bulk(second));
   host.camera.bus_reset();
@@ -159,7 +159,7 @@ TEST(Stream, AChangeOfSizeCutsTheFrameThatIsUnderWay) {
   Streaming host("0x3500,fps=0");
   EXPECT_EQ(host.read(0x10000).bytes.size(), 0x10000U);
   host.ask(kResolutionSelect, 3, 1);
-  EXPECT_EQ(host.read(kRoom).bytes.size(), 0U) << "the old frame ends here";
+  EXPECT_EQ(host.read(kStreamRoom).bytes.size(), 0U) << "the old frame ends here";
   EXPECT_EQ(host.read(0x200000).bytes.size(), 1296U * 972);
 }
 
@@ -186,22 +186,22 @@ TEST_P(Triggered, OneBurstAPulse) {
                ? host.ask(kTriggerMode, 0, on ? 1 : 0).has_value()
                : host.tell(kSensorWrite, trigger.address, on ? trigger.triggered : trigger.free);
   };
-  EXPECT_GT(host.read(kRoom).bytes.size(), 0U) << "power-up is free run";
+  EXPECT_GT(host.read(kStreamRoom).bytes.size(), 0U) << "power-up is free run";
   ASSERT_TRUE(set_mode(true));
   if (trigger.takes_first_pulse) host.ask(kSetGpio, 8, 8);
-  EXPECT_EQ(host.read(kRoom, milliseconds(20)).status, std::nullopt);
+  EXPECT_EQ(host.read(kStreamRoom, milliseconds(20)).status, std::nullopt);
   host.ask(kSetGpio, 8, 8);
-  EXPECT_GT(host.read(kRoom).bytes.size(), 0U);
-  EXPECT_EQ(host.read(kRoom, milliseconds(20)).status, std::nullopt);
+  EXPECT_GT(host.read(kStreamRoom).bytes.size(), 0U);
+  EXPECT_EQ(host.read(kStreamRoom, milliseconds(20)).status, std::nullopt);
   if (host.camera.options().firmware >= 0x8300) {
     host.tell(kIspWrite, 5, 2);
     host.camera.trigger();
-    EXPECT_GT(host.read(kRoom).bytes.size(), 0U);
-    EXPECT_GT(host.read(kRoom).bytes.size(), 0U);
-    EXPECT_EQ(host.read(kRoom, milliseconds(20)).status, std::nullopt);
+    EXPECT_GT(host.read(kStreamRoom).bytes.size(), 0U);
+    EXPECT_GT(host.read(kStreamRoom).bytes.size(), 0U);
+    EXPECT_EQ(host.read(kStreamRoom, milliseconds(20)).status, std::nullopt);
   }
   ASSERT_TRUE(set_mode(false));
-  EXPECT_GT(host.read(kRoom).bytes.size(), 0U);
+  EXPECT_GT(host.read(kStreamRoom).bytes.size(), 0U);
 }
 
 INSTANTIATE_TEST_SUITE_P(

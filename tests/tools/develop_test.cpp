@@ -16,8 +16,8 @@ namespace fs = std::filesystem;
 using testing::HasSubstr;
 
 // The scene stands still, so that every frame of it is the same.
-const Cameras kColour{{"3600,noise=0,fps=0,seed=3"}};
-const Cameras kMono12{{"369B,noise=0,fps=0"}};
+const Cameras kNoiseless{{"3600,noise=0,fps=0,seed=3"}};
+const Cameras kNoiselessMono12{{"369B,noise=0,fps=0"}};
 
 class Develop : public testing::Test {
  protected:
@@ -47,23 +47,23 @@ TEST_F(Develop, MakesWhatTheCameraMakes) {
       {"--gamma", "1.6", "--mirror-x", "--rotate", "90", "--set", "wb-red=1.5", "--set", "denoise=off"},
       {"--one-push", "--saturation", "1.7", "--black-level", "12"},
       {"--format", "grey", "--set", "rotate-90=on"}};
-  capture(kColour, "frame.raw");
+  capture(kNoiseless, "frame.raw");
   for (const auto& options : settings) {
     SCOPED_TRACE(testing::PrintToString(options));
-    capture(kColour, "expected.png", options);
+    capture(kNoiseless, "expected.png", options);
     std::vector<std::string> arguments = {"--model", "3600", file("frame.raw"), "-o", file("made.png")};
     arguments.insert(arguments.end(), options.begin(), options.end());
     succeed(develop(arguments));
     EXPECT_EQ(png("made.png"), png("expected.png"));
   }
-  capture(kMono12, "frame12.raw");
-  capture(kMono12, "expected.png");
+  capture(kNoiselessMono12, "frame12.raw");
+  capture(kNoiselessMono12, "expected.png");
   succeed(develop({"--model", "369B", file("frame12.raw"), "-o", file("made.png")}));
   EXPECT_EQ(png("made.png"), png("expected.png"));
 }
 
 TEST_F(Develop, PassesColoursThroughTheMatrix) {
-  capture(kColour, "frame.raw");
+  capture(kNoiseless, "frame.raw");
   succeed(develop(
       {"--model", "3600", file("frame.raw"), "-o", file("swapped.png"), "--matrix", "0,0,1,0,1,0,1,0,0"}));
   succeed(develop({"--model", "3600", file("frame.raw"), "-o", file("plain.png")}));
@@ -75,7 +75,7 @@ TEST_F(Develop, PassesColoursThroughTheMatrix) {
 }
 
 TEST_F(Develop, TakesBatchesOfFilesWithSeveralFrames) {
-  capture(kColour, "one.raw");
+  capture(kNoiseless, "one.raw");
   std::ofstream(file("two.raw"), std::ios::binary)
       << read_file(file("one.raw")) << read_file(file("one.raw"));
   const Result result = develop(
@@ -87,8 +87,8 @@ TEST_F(Develop, TakesBatchesOfFilesWithSeveralFrames) {
 }
 
 TEST_F(Develop, TakesFramesOfAPartOfTheSensor) {
-  capture(kColour, "part.raw", {"--resolution", "1"});
-  capture(kColour, "expected.png", {"--resolution", "1"});
+  capture(kNoiseless, "part.raw", {"--resolution", "1"});
+  capture(kNoiseless, "expected.png", {"--resolution", "1"});
   const std::vector<std::string> arguments = {
       "--model", "3600", "--width", "360", "--height", "270", file("part.raw"), "-o", file("made.png")};
   succeed(develop(arguments));

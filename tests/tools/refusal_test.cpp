@@ -15,7 +15,7 @@ namespace {
 using testing::HasSubstr;
 using testing::IsEmpty;
 
-const Cameras kCamera{{"3600"}};
+const Cameras kSmallCamera{{"3600"}};
 
 TEST(Refusal, WrongUseIsTwo) {
   const std::vector<std::vector<std::string>> lines = {
@@ -42,7 +42,7 @@ TEST(Refusal, WrongUseIsTwo) {
       {"stream", "--seconds", "0"},
   };
   for (const auto& line : lines) {
-    const Result result = run(kCamera, line);
+    const Result result = run(kSmallCamera, line);
     EXPECT_EQ(result.status, 2) << testing::PrintToString(line) << '\n' << result.error;
     EXPECT_THAT(result.output, IsEmpty()) << testing::PrintToString(line);
     EXPECT_THAT(result.error, testing::Not(IsEmpty())) << testing::PrintToString(line);
@@ -50,7 +50,7 @@ TEST(Refusal, WrongUseIsTwo) {
 }
 
 TEST(Refusal, PicturesAreNotWrittenToATerminal) {
-  const Result result = run_shell(kCamera, "script -qec '\"$KXCAM\" capture -o -' /dev/null");
+  const Result result = run_shell(kSmallCamera, "script -qec '\"$KXCAM\" capture -o -' /dev/null");
   EXPECT_EQ(result.status, 2) << result.output;
   EXPECT_THAT(result.output, HasSubstr("terminal"));
 }
@@ -105,7 +105,7 @@ TEST(Refusal, AnAbsentIndexIsThreeAndTellsWhichArePresent) {
 }
 
 TEST(Refusal, AFileThatCannotBeWrittenIsOne) {
-  const Result result = run(kCamera, {"capture", "-o", "/nonexistent/f.png"});
+  const Result result = run(kSmallCamera, {"capture", "-o", "/nonexistent/f.png"});
   EXPECT_EQ(result.status, 1);
   EXPECT_THAT(result.error, HasSubstr("/nonexistent/f.png: there is no folder /nonexistent\n"));
 }
