@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/registry/reconnect.h"
 
 #include <atomic>
 #include <chrono>
 #include <thread>
 
 #include "camera_bus.h"
-#include "core/persistence/parameter_sets.h"
-#include "core/registry/contexts.h"
+#include "eventually.h"
 
 namespace kxcam::test {
 namespace {
@@ -30,9 +28,7 @@ TEST_F(Reconnect, FindsTheCameraAtAnotherPort) {
   EXPECT_EQ(CameraReconnect(0), 0U);
   EXPECT_EQ(query_raw(), numbered(0, 64 * 48)) << "the first one of the new stream";
   EXPECT_EQ(camera->sensor_register(0x3204), 98);
-  double gamma = 0;
-  EXPECT_EQ(CameraGetGamma(0, &gamma), 0U);
-  EXPECT_EQ(gamma, 0.5);
+  EXPECT_EQ(get(CameraGetGamma, 0), 0.5);
   EXPECT_EQ(camera->readout().x, 16);
 }
 
@@ -46,42 +42,25 @@ TEST_F(Reconnect, WorksOnACameraThatWasNeverAway) {
 }
 
 TEST_F(Reconnect, FailsUntilTheCameraIsThere) {
+  EXPECT_EQ(code_of(CameraReconnect, 256), KXCAM_ERROR_INDEX);
+  EXPECT_EQ(code_of(CameraReconnect, 0), KXCAM_ERROR_NOT_OPEN);
   const auto camera = open("3600");
   bus_.unplug(*camera);
-  for (int n = 0; n < 2; ++n) {
-    EXPECT_EQ(CameraReconnect(0), 1U);
-    EXPECT_EQ(code(), KXCAM_ERROR_NO_DEVICE);
-  }
+  for (int n = 0; n < 2; ++n) EXPECT_EQ(code_of(CameraReconnect, 0), KXCAM_ERROR_NO_DEVICE);
   EXPECT_EQ(CameraReset(0), 0U) << "the camera stays open";
-  EXPECT_TRUE(query_raw().empty());
+  EXPECT_TRUE(query_raw(1).empty());
   EXPECT_EQ(code(), KXCAM_ERROR_NO_FRAME);
-  int delay = 0;
-  EXPECT_EQ(CameraGetDelay(0, &delay), 1U);
-  EXPECT_EQ(code(), KXCAM_ERROR_NO_DEVICE);
-  const auto other = plug("3600,serial=SOMEBODYELSE");
-  EXPECT_EQ(CameraReconnect(0), 1U) << "another camera of the model is not it";
-  EXPECT_EQ(code(), KXCAM_ERROR_NO_DEVICE);
-  const auto impostor = plug("3500,serial=" + camera->options().serial);
-  EXPECT_EQ(CameraReconnect(0), 1U) << "nor is another model";
+  EXPECT_EQ(code_of(CameraGetDelay, 0), KXCAM_ERROR_NO_DEVICE);
+  plug("3600,serial=SOMEBODYELSE");
+  EXPECT_EQ(code_of(CameraReconnect, 0), KXCAM_ERROR_NO_DEVICE) << "another camera of the model is not it";
+  plug("3500,serial=" + camera->options().serial);
+  EXPECT_EQ(code_of(CameraReconnect, 0), KXCAM_ERROR_NO_DEVICE) << "nor is another model";
   bus_.plug(camera);
   camera->inject({.open_denied = true});
-  EXPECT_EQ(CameraReconnect(0), 1U);
-  EXPECT_EQ(code(), KXCAM_ERROR_NO_DEVICE);
+  EXPECT_EQ(code_of(CameraReconnect, 0), KXCAM_ERROR_NO_DEVICE);
   camera->clear_faults();
   EXPECT_EQ(CameraReconnect(0), 0U);
   EXPECT_FALSE(query_raw().empty());
-}
-
-TEST_F(Reconnect, ChecksItsCamera) {
-  EXPECT_EQ(CameraReconnect(256), 1U);
-  EXPECT_EQ(code(), KXCAM_ERROR_INDEX);
-  EXPECT_EQ(CameraReconnect(0), 1U);
-  EXPECT_EQ(code(), KXCAM_ERROR_NOT_OPEN);
-  ASSERT_EQ(CameraInitVirtual(0, 0x3600, nullptr), 0U);
-  EXPECT_EQ(CameraReconnect(0), 1U);
-  EXPECT_EQ(code(), KXCAM_ERROR_NO_DEVICE);
-  EXPECT_FALSE(set_parameter(0));
-  EXPECT_EQ(code(), KXCAM_ERROR_NO_DEVICE);
 }
 
 TEST_F(Reconnect, RegisterAccessComesBackWithoutAStream) {
@@ -99,10 +78,10 @@ TEST_F(Reconnect, WakesTheOldSensorAgain) {
   bus_.replug(camera);
   camera->clear_requests();
   EXPECT_EQ(CameraReconnect(0), 0U);
-  const auto writes = camera->requests(0xA6);
+  const auto writes = camera->requests(kSensorWrite);
   ASSERT_GE(writes.size(), 2U);
-  EXPECT_EQ(std::pair(writes[0].index, writes[0].value), (std::pair<uint16_t, uint16_t>(0x0D, 1)));
-  EXPECT_EQ(std::pair(writes[1].index, writes[1].value), (std::pair<uint16_t, uint16_t>(0x0D, 0)));
+  EXPECT_EQ(std::pair(+writes[0].index, +writes[0].value), std::pair(0x0D, 1));
+  EXPECT_EQ(std::pair(+writes[1].index, +writes[1].value), std::pair(0x0D, 0));
   EXPECT_FALSE(query_raw().empty());
 }
 
@@ -112,18 +91,12 @@ TEST_F(Reconnect, EndsAQueryThatWaits) {
   CameraClearHostBuffer(0);
   CameraSetTimeout(0, 50000);
   bus_.unplug(*camera);
-  std::atomic<int> result = -1;
-  std::thread waiting([&] {
-    std::vector<uint8_t> frame(720 * 540);
-    int size = 720 * 540;
-    result = static_cast<int>(CameraQueryImage(0, frame.data(), &size, KXCAM_FORMAT_RAW));
-  });
-  std::this_thread::sleep_for(50ms);
   const auto start = std::chrono::steady_clock::now();
+  std::thread waiting([] { EXPECT_TRUE(query_raw(1).empty()); });
+  std::this_thread::sleep_for(50ms);
   CameraReconnect(0);
   waiting.join();
-  EXPECT_LT(std::chrono::steady_clock::now() - start, 10s);
-  EXPECT_EQ(result, 1);
+  EXPECT_LT(std::chrono::steady_clock::now() - start, 40s);
 }
 
 TEST_F(Reconnect, OtherThreadsGoOnMeanwhile) {
@@ -154,11 +127,7 @@ TEST_F(Reconnect, OtherThreadsGoOnMeanwhile) {
     EXPECT_EQ(CameraReconnect(0), 1U);
     bus_.plug(camera, port);
     EXPECT_EQ(CameraReconnect(0), 0U);
-    const int before = delivered;
-    const auto deadline = std::chrono::steady_clock::now() + 10s;
-    while (delivered < before + 3 && std::chrono::steady_clock::now() < deadline)
-      std::this_thread::sleep_for(5ms);
-    EXPECT_GE(delivered, before + 3) << "the stream goes on";
+    EXPECT_TRUE(eventually([&, before = delivered.load()] { return delivered >= before + 3; }));
   }
   CameraFree(0);
   EXPECT_EQ(CameraReconnect(0), 1U) << "not after a close";

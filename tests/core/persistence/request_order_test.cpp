@@ -3,24 +3,14 @@
 #include <tuple>
 
 #include "camera_bus.h"
-#include "core/registry/contexts.h"
 
 // What CameraInit() and CameraFree() say to a camera, request by request.
 
 namespace kxcam::test {
 namespace {
 
+using Requests = std::vector<std::tuple<int, int, int>>;
 using RequestOrder = CameraBus;
-/// Code, index and value.
-using Request = std::tuple<int, int, int>;
-using Requests = std::vector<Request>;
-
-Requests log(const kxsim::SimulatedCamera& camera) {
-  Requests found;
-  for (const auto& request : camera.requests())
-    found.emplace_back(request.code, request.index, request.value);
-  return found;
-}
 
 void append_reads(Requests& to, int first, int last) {
   for (int address = first; address <= last; ++address) to.emplace_back(kEepromRead, address, 0);
@@ -57,18 +47,18 @@ TEST_F(RequestOrder, OfOpeningAndClosing) {
                     {0xAC, 3, 0}});                // stored resolution
   append_reads(expected, 0x1E00, 0x1E05);          // dead pixels
   append(expected, {{0xAC, 3, 0}, {0xA2, 0, 0}});  // full sensor, start
-  EXPECT_EQ(log(*camera), expected);
+  EXPECT_EQ(requests(*camera), expected);
   EXPECT_EQ(camera->counters().resets, 1U);
 
   camera->clear_requests();
   CameraFree(0);
-  EXPECT_EQ(log(*camera), (Requests{{0xA3, 0, 0}}));
+  EXPECT_EQ(requests(*camera), (Requests{{0xA3, 0, 0}}));
 }
 
 TEST_F(RequestOrder, TheStoredGeometryIsTriedAndThenTheFullSensorTaken) {
   const auto camera = plug("3600");
   const auto geometry_requests = [&] {
-    Requests found = log(*camera);
+    Requests found = requests(*camera);
     std::erase_if(found, [](const Request& request) {
       return std::get<0>(request) != 0xAC && std::get<0>(request) != 0xAD;
     });
@@ -77,10 +67,7 @@ TEST_F(RequestOrder, TheStoredGeometryIsTriedAndThenTheFullSensorTaken) {
   program(*camera, kSet0 + 0x1D, std::array<uint8_t, 9>{1, 0, 16, 0, 32, 0, 64, 0, 48});
   ASSERT_EQ(CameraInit(0), 0U);
   EXPECT_EQ(geometry_requests(), (Requests{{0xAD, 32, 16}, {0xAD, 32, 16}, {0xAC, 3, 0}}));
-  int width = 0;
-  int height = 0;
-  CameraGetImageSize(0, &width, &height);
-  EXPECT_EQ(std::pair(width, height), std::pair(720, 540));
+  EXPECT_EQ(image_size(), std::pair(720, 540));
   CameraFree(0);
 
   // An odd region is refused before the camera is asked.
@@ -99,15 +86,9 @@ TEST_F(RequestOrder, TheStoredGeometryIsTriedAndThenTheFullSensorTaken) {
 TEST_F(RequestOrder, OpeningSucceedsWhateverTheStoredSettingsAre) {
   const auto camera = plug("3600,blank");
   ASSERT_EQ(CameraInit(0), 0U);
-  bool mirrored = false;
-  EXPECT_EQ(CameraGetMirrorX(0, &mirrored), 0U);
-  EXPECT_TRUE(mirrored) << "the switches of a blank camera are all on";
-  double gamma = 0;
-  EXPECT_EQ(CameraGetGamma(0, &gamma), 0U);
-  EXPECT_EQ(gamma, 1.0) << "and values out of range passed over";
-  int width = 0;
-  CameraGetImageSize(0, &width, nullptr);
-  EXPECT_EQ(width, 540) << "rotated";
+  EXPECT_TRUE(get(CameraGetMirrorX, 0)) << "the switches of a blank camera are all on";
+  EXPECT_EQ(get(CameraGetGamma, 0), 1.0) << "and values out of range passed over";
+  EXPECT_EQ(image_size(), std::pair(540, 720)) << "rotated";
   EXPECT_FALSE(query_raw().empty());
   CameraFree(0);
 
@@ -133,7 +114,7 @@ TEST_F(RequestOrder, OfApplyingLiveSettingsAgain) {
   CameraSetGain(0, 99);
   camera->clear_requests();
   EXPECT_EQ(CameraReconnect(0), 0U);
-  Requests found = log(*camera);
+  Requests found = requests(*camera);
   found.erase(found.begin(), std::ranges::find(found, Request{0xB2, 0, 0}));
   EXPECT_EQ(found, (Requests{{0xB2, 0, 0},
                              {0xB6, 10, 70},
