@@ -18,12 +18,20 @@ namespace kxcam {
 
 namespace {
 constexpr int kQuietTimeMs = 50;
-}
+/// Newer firmware sets up its sensor by itself and reports its capabilities.
+constexpr int32_t kLastPlainFirmware = 0x8000;
+}  // namespace
 
 void attach_device(CameraContext& context, const DeviceHandle& handle) {
   context.device.usb_speed = kxusb_get_device_speed(libusb_get_device(handle.get())) - 1;
   context.device.usb_handle.store(handle);
   kxusb_claim_interface(handle.get(), kImageInterface);
+}
+
+void wake_sensor(const CameraContext& context, libusb_device_handle* handle) {
+  const int32_t firmware = context.device.firmware_version;
+  if (context.family.wake_sensor != nullptr && firmware <= kLastPlainFirmware)
+    context.family.wake_sensor(handle, firmware);
 }
 
 void detach_device(CameraContext& context) {
@@ -40,7 +48,6 @@ namespace {
 
 constexpr uint8_t kFirmwareVersion = 0xB3;
 constexpr uint8_t kFeatureBits = 0xA8;
-constexpr int32_t kLastFirmwareWithoutFeatures = 0x8000;
 
 /// Enumerates once more and takes the device found before, unless another one has taken its number.
 DeviceHandle reopen(int device, int product_id) {
@@ -75,11 +82,9 @@ void prepare_acquisition(CameraContext& context, libusb_device_handle* handle) {
   set_full_frame(context);
   context.device.firmware_version = read_firmware_version(handle);
   context.picture.flat_field.store(std::make_shared<const FlatField>(sensor));
-  if (context.device.firmware_version > kLastFirmwareWithoutFeatures) {
+  wake_sensor(context, handle);
+  if (context.device.firmware_version > kLastPlainFirmware)
     context.device.feature_bits = read_feature_bits(handle);
-  } else if (context.family.wake_sensor != nullptr) {
-    context.family.wake_sensor(handle, context.device.firmware_version);
-  }
   context.stream.ring = std::make_unique<FrameRing>(sensor.pixels());
 }
 

@@ -9,6 +9,10 @@ namespace kxcam {
 /// program has the camera, shows in the transfers.
 void attach_device(CameraContext& context, const DeviceHandle& handle);
 
+/// Writes what the sensor needs behind firmware that does not set it up by itself. `firmware_version` is
+/// known.
+void wake_sensor(const CameraContext& context, libusb_device_handle* handle);
+
 /// Ends acquisition and the reader and lets go of the device, if there is one. Requests that are running in
 /// other threads keep the handle until they return. Hold the context's attachment_mutex.
 void detach_device(CameraContext& context);

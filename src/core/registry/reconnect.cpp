@@ -9,19 +9,11 @@
 #include "core/registry/camera_open.h"
 #include "core/registry/contexts.h"
 #include "core/registry/discovery.h"
-#include "core/sensors/sensor_family.h"
 #include "usb/last_error.h"
 
 namespace kxcam {
 
 namespace {
-
-void wake_sensor(const CameraContext& context, libusb_device_handle* handle) {
-  constexpr int32_t kLastFirmwareToWake = 0x8000;
-  const auto wake = context.family.wake_sensor;
-  if (wake != nullptr && context.device.firmware_version <= kLastFirmwareToWake)
-    wake(handle, context.device.firmware_version);
-}
 
 /// Gives the camera its device again, with acquisition ended and the ring empty; null when it is not there.
 DeviceHandle change_device(CameraContext& context) {
