@@ -3,8 +3,7 @@
 
 #include "core/registry/camera_context.h"
 #include "core/sensors/line_clock.h"
-#include "core/sensors/mode_bits.h"
-#include "core/sensors/register_sequence.h"
+#include "core/sensors/registers.h"
 #include "core/sensors/sensor_family.h"
 
 namespace kxcam {
@@ -81,9 +80,7 @@ bool switch_strobe_polarity(CameraContext& camera, bool active_high) {
   return switch_polarity_bit(camera, kStrobeControl, kStrobePolarity, active_high);
 }
 
-}  // namespace
-
-extern const SensorFamily sensor_0030{
+constexpr SensorFamily kFamilies[] = {{
     .mids = kMids,
     .isp_registers = false,
     .strobe_line = true,
@@ -99,6 +96,10 @@ extern const SensorFamily sensor_0030{
     .switch_trigger = switch_trigger,
     .switch_strobe = switch_strobe,
     .switch_strobe_polarity = switch_strobe_polarity,
-};
+}};
+
+}  // namespace
+
+extern const SensorGeneration sensors_0030 = kFamilies;
 
 }  // namespace kxcam

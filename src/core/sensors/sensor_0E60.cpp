@@ -5,7 +5,7 @@
 #include "core/control/trigger_unit.h"
 #include "core/registry/camera_context.h"
 #include "core/sensors/line_clock.h"
-#include "core/sensors/register_sequence.h"
+#include "core/sensors/registers.h"
 #include "core/sensors/sensor_family.h"
 
 namespace kxcam {
@@ -70,32 +70,35 @@ bool switch_strobe(CameraContext& camera, bool on) {
   return true;
 }
 
+constexpr SensorFamily kFamilies[] = {
+    {
+        .mids = kMids,
+        .strobe_line = true,
+        .extra_line_width = extra_line_width,
+        .line_timing = line_timing,
+        .write_exposure = regardless<write_value<kShutter>>,
+        .write_gain = regardless<write_gain>,
+        .write_loop_exposure = write_value<kShutter>,
+        .write_loop_gain = write_gain,
+        .write_delay = write_delay,
+        .switch_trigger = switch_trigger,
+        .switch_strobe = switch_strobe,
+    },
+    {
+        .mids = kLargerMids,
+        .extra_line_width = extra_line_width,
+        .line_timing = larger_line_timing,
+        .write_exposure = regardless<write_value<kShutter>>,
+        .write_gain = regardless<write_gain>,
+        .write_loop_exposure = write_value<kShutter>,
+        .write_loop_gain = write_gain,
+        .write_delay = write_delay,
+        .switch_trigger = switch_trigger,
+    },
+};
+
 }  // namespace
 
-extern const SensorFamily sensor_0E60{
-    .mids = kMids,
-    .strobe_line = true,
-    .extra_line_width = extra_line_width,
-    .line_timing = line_timing,
-    .write_exposure = regardless<write_value<kShutter>>,
-    .write_gain = regardless<write_gain>,
-    .write_loop_exposure = write_value<kShutter>,
-    .write_loop_gain = write_gain,
-    .write_delay = write_delay,
-    .switch_trigger = switch_trigger,
-    .switch_strobe = switch_strobe,
-};
-
-extern const SensorFamily sensor_0E70{
-    .mids = kLargerMids,
-    .extra_line_width = extra_line_width,
-    .line_timing = larger_line_timing,
-    .write_exposure = regardless<write_value<kShutter>>,
-    .write_gain = regardless<write_gain>,
-    .write_loop_exposure = write_value<kShutter>,
-    .write_loop_gain = write_gain,
-    .write_delay = write_delay,
-    .switch_trigger = switch_trigger,
-};
+extern const SensorGeneration sensors_0E60 = kFamilies;
 
 }  // namespace kxcam

@@ -5,9 +5,8 @@
 #include "core/control/trigger.h"
 #include "core/registry/camera_context.h"
 #include "core/sensors/line_clock.h"
-#include "core/sensors/register_sequence.h"
+#include "core/sensors/registers.h"
 #include "core/sensors/sensor_family.h"
-#include "core/sensors/trigger_request.h"
 #include "sync/clock.h"
 
 namespace kxcam {
@@ -27,8 +26,7 @@ enum SensorRegister : uint32_t {
   kCoarseGain = 0x3E08,
   kFineGain = 0x3E09,
 };
-constexpr double kLineClockHz = 1.25e7;
-constexpr double kLineClockMs = 8e-5;
+constexpr LineClock kLineClock{.hz = 1.25e7, .period_ms = 8e-5};
 constexpr int32_t kLongestExposure = 4095;
 constexpr int32_t kLongestTriggeredExposure = 520;
 constexpr int32_t kLeastFrameLength = 526;
@@ -39,10 +37,7 @@ constexpr int kSettleMs = 10;
 std::optional<LineTiming> line_timing(CameraContext& camera, int32_t /*line_length*/) {
   const std::optional<int32_t> half_length = sccb_read_pair(camera, kLineLengthHigh, kLineLengthLow);
   if (!half_length) return std::nullopt;
-  const int32_t length = (*half_length * 2) >> 3;
-  if (length < 1) return impossible_timing();
-  return LineTiming{.line_time_ms = length * kLineClockMs,
-                    .flicker_lines = lines_per_half_period(camera, kLineClockHz, length)};
+  return clocked_line(camera, kLineClock, (*half_length * 2) >> 3);
 }
 
 bool write_exposure(CameraContext& camera, int32_t lines) {
@@ -94,9 +89,7 @@ bool switch_trigger(CameraContext& camera, bool triggered) {
   return true;
 }
 
-}  // namespace
-
-extern const SensorFamily sensor_3130{
+constexpr SensorFamily kFamilies[] = {{
     .mids = kMids,
     .roi_alignment = {.x_and_width = 16},
     .trigger_wait_ms = 2,
@@ -107,6 +100,10 @@ extern const SensorFamily sensor_3130{
     .write_loop_gain = write_loop_gain,
     .write_delay = write_delay,
     .switch_trigger = switch_trigger,
-};
+}};
+
+}  // namespace
+
+extern const SensorGeneration sensors_3130 = kFamilies;
 
 }  // namespace kxcam

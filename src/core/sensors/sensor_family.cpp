@@ -6,50 +6,36 @@
 
 namespace kxcam {
 
-// Each of these stands in a file of its name in sensors/.
-extern const SensorFamily sensor_0030;
-extern const SensorFamily sensor_0120;
-extern const SensorFamily sensor_0130;
-extern const SensorFamily sensor_0180;
-extern const SensorFamily sensor_0200;
-extern const SensorFamily sensor_0300;
-extern const SensorFamily sensor_0400;
-extern const SensorFamily sensor_0410;
-extern const SensorFamily sensor_0500;
-extern const SensorFamily sensor_0510;
-extern const SensorFamily sensor_0600;
-extern const SensorFamily sensor_0680;
-extern const SensorFamily sensor_0860;
-extern const SensorFamily sensor_0910;
-extern const SensorFamily sensor_0920;
-extern const SensorFamily sensor_0A00;
-extern const SensorFamily sensor_0A30;
-extern const SensorFamily sensor_0B20;
-extern const SensorFamily sensor_0C30;
-extern const SensorFamily sensor_0DC0;
-extern const SensorFamily sensor_0E00;
-extern const SensorFamily sensor_0E60;
-extern const SensorFamily sensor_0E70;
-extern const SensorFamily sensor_3130;
-extern const SensorFamily sensor_3200;
+// Each of these stands at the end of its file in this folder.
+extern const SensorGeneration bridge_shutter_sensors;
+extern const SensorGeneration frame_shutter_sensors;
+extern const SensorGeneration microsecond_sensors;
+extern const SensorGeneration snapshot_sensors;
+extern const SensorGeneration streaming_bit_sensors;
+extern const SensorGeneration update_hold_sensors;
+extern const SensorGeneration sensors_0030;
+extern const SensorGeneration sensors_0E60;
+extern const SensorGeneration sensors_3130;
 
 namespace {
 
-constexpr std::array families = {
-    &sensor_0030, &sensor_0120, &sensor_0130, &sensor_0180, &sensor_0200, &sensor_0300, &sensor_0400,
-    &sensor_0410, &sensor_0500, &sensor_0510, &sensor_0600, &sensor_0680, &sensor_0860, &sensor_0910,
-    &sensor_0920, &sensor_0A00, &sensor_0A30, &sensor_0B20, &sensor_0C30, &sensor_0DC0, &sensor_0E00,
-    &sensor_0E60, &sensor_0E70, &sensor_3130, &sensor_3200,
+constexpr std::array kGenerations = {
+    &bridge_shutter_sensors, &frame_shutter_sensors, &microsecond_sensors,
+    &snapshot_sensors,       &streaming_bit_sensors, &update_hold_sensors,
+    &sensors_0030,           &sensors_0E60,          &sensors_3130,
 };
 
-constexpr SensorFamily other_sensor{};
+constexpr SensorFamily kOtherSensor{};
 
 }  // namespace
 
 const SensorFamily& find_sensor_family(uint32_t mid) {
-  const auto family = std::ranges::find_if(
-      families, [mid](const SensorFamily* f) { return std::ranges::find(f->mids, mid) != f->mids.end(); });
-  return family == families.end() ? other_sensor : **family;
+  for (const SensorGeneration* generation : kGenerations) {
+    for (const SensorFamily& family : *generation) {
+      if (std::ranges::find(family.mids, mid) != family.mids.end()) return family;
+    }
+  }
+  return kOtherSensor;
 }
 
 }  // namespace kxcam

@@ -28,9 +28,9 @@ struct LineTiming {
   int32_t flicker_lines;  ///< lines in one half-period of the mains
 };
 
-/// What the models of one sensor family share: the recipe by which each setting reaches the sensor. A family
-/// is one file in sensors/ and one entry in sensor_family.cpp; code elsewhere asks the family and never
-/// compares sensor ids. A step that is null is one that the sensor has not, and counts as done.
+/// What the models of one sensor family share: the recipe by which each setting reaches the sensor. Families
+/// that share steps stand in one file of this folder; code elsewhere asks the family and never compares
+/// sensor ids. A null step is one the sensor does not have, and counts as done.
 ///
 /// Steps are given values in range. Those that return bool return the outcome of the calling setter, which
 /// is not always that of every request.
@@ -46,16 +46,16 @@ struct SensorFamily {
   bool bridge_auto_exposure = false;
   /// The sensor drives a strobe line itself.
   bool strobe_line = false;
-  /// The sensor delivers rubbish for so long after the reader has started, in milliseconds.
+  /// Frames are garbage for this many milliseconds after the reader has started.
   int settling_time_ms = 0;
   /// Pause before the pulse of a software trigger, in milliseconds.
   int trigger_wait_ms = 0;
   /// What firmware up to 0x8000 needs before the sensor can be used.
   void (*wake_sensor)(libusb_device_handle* handle, int32_t firmware_version) = nullptr;
 
-  /// Horizontal blanking of that readout in pixel clocks; nothing when the sensor did not tell. Null: 0.
+  /// Horizontal blanking of that readout in pixel clocks; nothing when the sensor does not answer. Null: 0.
   std::optional<int32_t> (*extra_line_width)(CameraContext& camera, ReadoutSize size) = nullptr;
-  /// Timing of a line of that many pixel clocks, blanking included; nothing when the sensor told no
+  /// Timing of a line of that many pixel clocks, blanking included; nothing when the sensor reported no
   /// plausible clock or length. Null: nothing is known of the sensor's timing.
   std::optional<LineTiming> (*line_timing)(CameraContext& camera, int32_t line_length) = nullptr;
 
@@ -84,6 +84,9 @@ struct SensorFamily {
   bool (*switch_strobe)(CameraContext& camera, bool on) = nullptr;
   bool (*switch_strobe_polarity)(CameraContext& camera, bool active_high) = nullptr;
 };
+
+/// The families of one file.
+using SensorGeneration = std::span<const SensorFamily>;
 
 /// The family of a sensor id; sensors of no family get one with the defaults above.
 const SensorFamily& find_sensor_family(uint32_t mid);
