@@ -8,6 +8,7 @@
 
 #include "core/registry/camera_context.h"
 #include "core/registry/contexts.h"
+#include "core/sensors/sensor_family.h"
 #include "isp/saturating_cast.h"
 #include "usb/control_channel.h"
 #include "usb/last_error.h"
@@ -62,8 +63,7 @@ std::vector<double> read_table(libusb_device_handle* handle, int page, size_t en
 }  // namespace
 
 bool keeps_fixed_pattern(const CameraContext& camera) {
-  const uint32_t product = camera.model().PID;
-  const bool bridge_does = product == 0x3B1B || product == 0x3A3B ||
+  const bool bridge_does = (camera.family.mono_keeps_fixed_pattern && camera.model().monochrome()) ||
                            camera.device.firmware_version >= kFirstFirmwareThatKeepsTables;
   return bridge_does && !camera.picture.flat_field.load()->row_table().empty();
 }

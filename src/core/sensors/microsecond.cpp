@@ -62,6 +62,7 @@ constexpr SensorFamily kFamilies[] = {
         .mids = kSmallMids,
         .roi_alignment = {.x_and_width = 16},
         .line_scan = true,
+        .mono_keeps_fixed_pattern = true,
         .line_timing = line_timing,
         .write_exposure = write_exposure,
         .write_gain = regardless<write_gain>,

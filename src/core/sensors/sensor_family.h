@@ -46,6 +46,8 @@ struct SensorFamily {
   bool bridge_auto_exposure = false;
   /// The sensor drives a strobe line itself.
   bool strobe_line = false;
+  /// The bridges of the monochrome models correct the fixed pattern, whatever their firmware.
+  bool mono_keeps_fixed_pattern = false;
   /// Frames are garbage for this many milliseconds after the reader has started.
   int settling_time_ms = 0;
   /// Pause before the pulse of a software trigger, in milliseconds.
