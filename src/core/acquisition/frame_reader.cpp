@@ -2,10 +2,12 @@
 #include "core/acquisition/frame_reader.h"
 
 #include <algorithm>
+#include <cstring>
 #include <mutex>
 #include <optional>
 #include <utility>
 
+#include "core/control/trigger.h"
 #include "core/registry/camera_context.h"
 #include "sync/clock.h"
 #include "usb/kxusb.h"
@@ -31,17 +33,17 @@ class FrameCollector {
 
   /// One transfer into the buffer that is next.
   void collect() {
-    // A frame is one byte per pixel on the wire, whatever the depth of the samples.
-    const FrameGeometry geometry = context_.stream.geometry.load(std::memory_order_relaxed);
-    const int32_t expected = geometry.pixels();
+    FrameGeometry geometry = context_.stream.geometry.load(std::memory_order_relaxed);
     const std::optional<int> i = ring_.wait_for_free_buffer(context_.stream.running);
     if (!i) return;
-    const int32_t chunk = std::min(std::min(blocks_above(expected), kLargestTransfer),
-                                   blocks_above(sensor_pixels_ - received_));
+    if (received_ > 0 && geometry != collecting_) drop_received();
+    const int32_t chunk = next_chunk(geometry);
     int transferred = 0;
     const int result = transfer(*i, chunk, transferred);
     if (result == LIBUSB_SUCCESS) {
+      geometry = judged_by(geometry, *i, transferred);
       count(*i, geometry, chunk, transferred);
+      collecting_ = geometry;
       if (transferred != chunk) frame_ended();
     } else if (result == LIBUSB_ERROR_TIMEOUT) {
       if (transferred > 0) fate_ = Fate::kTimedOut;
@@ -56,7 +58,15 @@ class FrameCollector {
  private:
   /// What becomes of the frame on the wire, as far as it is known. A frame may need several transfers, and
   /// only a short one ends it.
-  enum class Fate : uint8_t { kUndecided, kReady, kTooLong, kTimedOut };
+  enum class Fate : uint8_t { kUndecided, kReady, kTooLong, kTimedOut, kOldGeometry };
+
+  /// Bytes to ask for. The bridge of the 12-bit camera ends some frames after one byte per pixel and some
+  /// after two; which it will be shows when the first transfer comes back full.
+  int32_t next_chunk(FrameGeometry geometry) const {
+    const int32_t expected = geometry.pixels();
+    if (received_ > expected) return std::min(blocks_above(2 * expected - received_), kLargestTransfer);
+    return std::min({blocks_above(expected), kLargestTransfer, blocks_above(sensor_pixels_ - received_)});
+  }
 
   int transfer(int i, int32_t chunk, int& transferred) {
     const std::lock_guard bytes(ring_.buffer_mutex(i));
@@ -64,17 +74,51 @@ class FrameCollector {
                                &transferred, kTransferTimeoutMs);
   }
 
+  void drop_received() {
+    received_ = 0;
+    if (fate_ == Fate::kUndecided) fate_ = Fate::kOldGeometry;
+  }
+
+  /// The geometry that a transfer which was asked for in `asked` is judged by: the one in force at its end.
+  /// In trigger mode the transfer that the first frame of a new geometry arrives in has been pending since
+  /// before.
+  FrameGeometry judged_by(FrameGeometry asked, int i, int transferred) {
+    const FrameGeometry now = context_.stream.geometry.load(std::memory_order_relaxed);
+    if (now == asked) return now;
+    const bool same_length = now.pixels() == asked.pixels();
+    const bool same_shape = same_length && now.frame_width == asked.frame_width;
+    // A frame of that length may be of either shape. One that runs freely is followed by the next.
+    if (same_length && !same_shape && !is_triggered(context_)) return asked;
+    if (received_ > 0) {
+      const std::lock_guard bytes(ring_.buffer_mutex(i));
+      uint8_t* frame = ring_.buffer(i).data();
+      std::memmove(frame, frame + received_, static_cast<size_t>(transferred));
+    }
+    if (received_ > 0 || !same_shape) drop_received();
+    return now;
+  }
+
   void count(int i, FrameGeometry geometry, int32_t chunk, int transferred) {
     const int32_t expected = geometry.pixels();
+    const bool two_bytes = geometry.bytes_per_pixel == 2;
+    const int32_t longest = two_bytes ? 2 * expected : expected;
     received_ += transferred;
-    if (received_ == expected) {
+    if (received_ == expected || received_ == longest) {
+      if (received_ != longest) clear_rest(i, expected);
       ring_.mark_ready(i, geometry);
       received_ = 0;
       fate_ = Fate::kReady;
-    } else if (received_ > expected || transferred != chunk) {
-      if (received_ > expected && fate_ != Fate::kReady) fate_ = Fate::kTooLong;
+    } else if (received_ > longest || transferred != chunk) {
+      if (received_ > longest && (fate_ == Fate::kUndecided || fate_ == Fate::kTimedOut))
+        fate_ = Fate::kTooLong;
       received_ = 0;  // too long, or ended early: the buffer is filled anew
     }
+  }
+
+  /// A frame of one byte per pixel where two are handed out.
+  void clear_rest(int i, int32_t bytes) {
+    const std::lock_guard lock(ring_.buffer_mutex(i));
+    std::fill_n(ring_.buffer(i).data() + bytes, bytes, uint8_t{0});
   }
 
   /// Counts the frame unless it went into the ring.
@@ -84,6 +128,7 @@ class FrameCollector {
     if (fate == Fate::kUndecided) counters.short_frames.add(1);
     if (fate == Fate::kTooLong) counters.long_frames.add(1);
     if (fate == Fate::kTimedOut) counters.timed_out.add(1);
+    if (fate == Fate::kOldGeometry) counters.old_geometry.add(1);
   }
 
   CameraContext& context_;
@@ -91,8 +136,11 @@ class FrameCollector {
   DeviceHandle handle_;
   int32_t sensor_pixels_;
   uint8_t endpoint_;
-  /// invariant: at most sensor_pixels_, so that a chunk ends within the buffer's slack.
+  /// Bytes of the frame on the wire that are in the buffer.
+  /// invariant: below what the geometry has in two bytes per pixel, so that a chunk ends within the buffer's
+  /// slack.
   int32_t received_ = 0;
+  FrameGeometry collecting_;  ///< what `received_` belongs to
   Fate fate_ = Fate::kUndecided;
 };
 

@@ -18,7 +18,8 @@ constexpr int32_t blocks_above(int32_t bytes) {
 }
 
 /// Bytes of the largest transfer that is asked for while a sensor of that size is read. A camera has one
-/// transfer pending at a time. A frame is one byte per pixel on the wire, whatever the depth.
+/// transfer pending at a time. Every frame is asked for with one byte per pixel; what a 12-bit camera sends
+/// beyond that takes another transfer.
 constexpr int32_t largest_transfer(SensorSize sensor) {
   return std::min(blocks_above(sensor.pixels()), kLargestTransfer);
 }

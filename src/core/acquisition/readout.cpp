@@ -182,7 +182,7 @@ bool set_ROI(int camera, int x, int y, int w, int h) {
   const std::optional<uint8_t> bytes = confirm_window(open.handle.get(), *window);
   if (!bytes) return false;
 
-  // The 12-bit bridge answers 1 for a window and sends two bytes all the same.
+  // The 12-bit bridge answers 1 for a window; its samples take two bytes there as in every preset.
   const bool twelve_bits = open->model().COLOR_MODE == kMono12;
   open->stream.geometry = FrameGeometry{window->width, window->height, twelve_bits ? 2U : *bytes};
   UpdateImageIdx(*open.context);  // at once: frames of the window may be there before the delay is

@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+
+#include "camera_bus.h"
+
+namespace kxcam::test {
+namespace {
+
+using Action = kxsim::FrameFault::Action;
+
+class FrameReader : public CameraBus {
+ protected:
+  /// Opens a camera whose samples are none of them 0 and whose frames have `bytes` bytes, however many its
+  /// bridge would send.
+  std::shared_ptr<kxsim::SimulatedCamera> open_sending(const std::string& model, size_t bytes) {
+    auto camera = plug(model + ",fps=0");
+    camera->set_frame_source([this](const kxsim::FrameRequest&, std::span<uint8_t> out) {
+      sent_by_bridge_ = out.size();
+      std::ranges::fill(out, 77);
+    });
+    EXPECT_EQ(CameraInit(0), 0U);
+    EXPECT_FALSE(query_raw().empty());
+    const size_t usual = sent_by_bridge_;
+    const bool longer = bytes > usual;
+    camera->inject({.frames = {{.action = longer ? Action::kLong : Action::kShort,
+                                .bytes = longer ? bytes - usual : usual - bytes}}});
+    CameraClearHostBuffer(0);
+    CameraClearHostBuffer(0);
+    return camera;
+  }
+
+  size_t sent_by_bridge_ = 0;
+};
+
+TEST_F(FrameReader, ATwelveBitFrameHasOneByteOrTwoAPixelAndNothingElse) {
+  constexpr size_t kPixels = 720 * 540;
+  struct Row {
+    size_t bytes;
+    bool whole;
+  };
+  for (const Row row : {Row{kPixels, true},
+                        {2 * kPixels, true},
+                        {kPixels + 1, false},
+                        {2 * kPixels - 1, false},
+                        {2 * kPixels + 1, false},
+                        {kPixels - 1, false}}) {
+    SCOPED_TRACE(row.bytes);
+    const auto camera = open_sending("369B", row.bytes);
+    const std::vector<uint8_t> frame = query_raw(row.whole ? 20 : 1);
+    ASSERT_EQ(!frame.empty(), row.whole);
+    if (row.whole) {
+      ASSERT_EQ(frame.size(), 2 * kPixels);
+      // A fault appends zeros.
+      const size_t filled = std::min(row.bytes, sent_by_bridge_);
+      EXPECT_EQ(std::ranges::count(frame, 77), static_cast<ptrdiff_t>(filled));
+      EXPECT_EQ(std::ranges::find(frame, 0) - frame.begin(), static_cast<ptrdiff_t>(filled));
+    }
+    CameraFree(0);
+    bus_.unplug_all();
+  }
+}
+
+TEST_F(FrameReader, TheFirstFrameAfterOpenIsDelivered) {
+  for (const char* model : {"369B", "3600"}) {
+    SCOPED_TRACE(model);
+    const auto camera = plug(std::string(model) + ",fps=0");
+    camera->inject({.stream_frames = 1});
+    ASSERT_EQ(CameraInit(0), 0U);
+    EXPECT_FALSE(query_raw(20).empty());
+    CameraFree(0);
+    bus_.unplug_all();
+  }
+}
+
+TEST_F(FrameReader, TheFirstShotAfterAChangeOfGeometryIsDelivered) {
+  open("3600");
+  constexpr int kTriggered = 2;
+  ASSERT_EQ(CameraSetSnapMode(0, kTriggered), 0U);
+  CameraSetTimeout(0, 10'000);
+  for (const int height : {48, 96, 32}) {  // as many pixels in three shapes
+    SCOPED_TRACE(height);
+    ASSERT_EQ(CameraSetROI(0, 0, 0, 64 * 48 / height * 2, height), 0U);
+    ASSERT_EQ(CameraTriggerShot(0), 0U);
+    EXPECT_FALSE(query_raw(1).empty());
+  }
+  ASSERT_EQ(CameraSetResolution(0, 0, nullptr, nullptr), 0U);
+  ASSERT_EQ(CameraTriggerShot(0), 0U);
+  EXPECT_FALSE(query_raw(1).empty());
+}
+
+}  // namespace
+}  // namespace kxcam::test
