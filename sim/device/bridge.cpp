@@ -2,6 +2,7 @@
 #include "device/bridge.h"
 
 #include <algorithm>
+#include <cmath>
 #include <utility>
 
 #include "device/factory_program.h"
@@ -53,11 +54,20 @@ Bridge::Bridge(const CameraOptions& options)
       sensor_model_(find_sensor_model(options.model->sensor_id)),
       eeprom_(options.serial),
       geometry_(*options.model) {
-  if (!options.blank) program_factory_settings(*options.model, eeprom_, flash_);
+  restart();
+  if (!options.blank) program_factory_settings(*options.model, factory_exposure(), eeprom_, flash_);
   if (!options.name.empty()) eeprom_.set_user_name(options.name);
   if (!options.eeprom_file.empty()) eeprom_.back_with(options.eeprom_file);
   eeprom_.write_protect(options.write_protect);
-  restart();
+}
+
+/// Shows white paper at 85 % of full scale in the light that suits the sensor.
+uint32_t Bridge::factory_exposure() const {
+  constexpr uint32_t kWithoutARegister = 5;
+  const auto state = shutter();
+  if (!state || state->line_ms <= 0) return kWithoutARegister;
+  const double exposure_ms = Lighting::kNominalMs / (sensor_model_->light * sensor_model_->factory_gain);
+  return static_cast<uint32_t>(std::lround(exposure_ms / state->line_ms));
 }
 
 void Bridge::restart() {

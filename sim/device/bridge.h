@@ -90,6 +90,7 @@ class Bridge {
   Answer prepare_flash(const ControlSetup& setup);
 
   bool has_isp() const;
+  uint32_t factory_exposure() const;
   bool after_trigger_switch(bool was_triggered);
 
   CameraOptions options_;

@@ -4,12 +4,12 @@
 #include <algorithm>
 #include <charconv>
 #include <cmath>
-#include <functional>
-#include <map>
+#include <iterator>
 #include <optional>
 #include <set>
 
 #include "device/eeprom.h"
+#include "device/sensors/sensor_model.h"
 
 namespace kxsim {
 namespace {
@@ -66,8 +66,13 @@ std::string text_up_to(size_t length, std::string_view key, std::string_view val
 }
 
 Lighting& lighting_of(CameraOptions& options) {
-  if (!options.lighting) options.lighting.emplace();
+  if (!options.lighting) options.lighting = CameraOptions::default_lighting(*options.model);
   return *options.lighting;
+}
+
+void set_light(CameraOptions& options, std::string_view key, std::string_view value) {
+  if (value == "off") return options.lighting.reset();
+  lighting_of(options).level = real(key, value, kBrightest);
 }
 
 /// Mains frequency of a lamp that goes out in between.
@@ -89,37 +94,52 @@ UsbSpeed speed(std::string_view key, std::string_view value) {
   return UsbSpeed::kSuper;
 }
 
-using Setter = std::function<void(CameraOptions&, std::string_view key, std::string_view value)>;
+struct CameraOption {
+  std::string_view key;
+  std::string_view form;  ///< of the value, as in the manual
+  std::string_view help;
+  void (*set)(CameraOptions&, std::string_view key, std::string_view value);
+};
 
-const std::map<std::string_view, Setter>& setters() {
-  using O = CameraOptions;
-  using S = std::string_view;
-  static const std::map<std::string_view, Setter> table = {
-      {"serial", [](O& o, S k, S v) { o.serial = text_up_to(Eeprom::kSerialNumberLength, k, v); }},
-      {"name", [](O& o, S k, S v) { o.name = text_up_to(Eeprom::kUserNameMaximum, k, v); }},
-      {"fw", [](O& o, S k, S v) { o.firmware = integer<uint32_t>(k, v); }},
-      {"features", [](O& o, S k, S v) { o.features = integer<uint16_t>(k, v); }},
-      {"generic", [](O& o, S k, S v) { o.generic_id = flag(k, v); }},
-      {"bytes", [](O& o, S k, S v) { o.byte_replies = flag(k, v); }},
-      {"blank", [](O& o, S k, S v) { o.blank = flag(k, v); }},
-      {"wp", [](O& o, S k, S v) { o.write_protect = flag(k, v); }},
-      {"fps", [](O& o, S k, S v) { o.frame_rate = real(k, v, 100000); }},
-      {"speed", [](O& o, S k, S v) { o.speed = speed(k, v); }},
-      {"eeprom", [](O& o, S k, S v) { o.eeprom_file = text_up_to(4096, k, v); }},
-      {"noise", [](O& o, S k, S v) { o.noise = flag(k, v); }},
-      {"fpn", [](O& o, S k, S v) { o.fixed_pattern = real(k, v, 1); }},
-      {"dead", [](O& o, S k, S v) { o.dead_pixels = integer<uint16_t>(k, v); }},
-      {"light", [](O& o, S k, S v) { lighting_of(o).level = real(k, v, kBrightest); }},
-      {"flicker", [](O& o, S k, S v) { lighting_of(o).lamp = flicker(k, v); }},
-      {"step", [](O& o, S k, S v) { lighting_of(o).step = step(k, v); }},
-      {"seed", [](O& o, S k, S v) { o.seed = integer<uint64_t>(k, v); }},
-  };
-  return table;
-}
+using O = CameraOptions;
+using S = std::string_view;
+
+constexpr CameraOption kOptions[] = {
+    {"serial", "=TEXT", "serial number, up to 12 characters",
+     [](O& o, S k, S v) { o.serial = text_up_to(Eeprom::kSerialNumberLength, k, v); }},
+    {"name", "=TEXT", "name given by the user, up to 30 characters",
+     [](O& o, S k, S v) { o.name = text_up_to(Eeprom::kUserNameMaximum, k, v); }},
+    {"fw", "=NUMBER", "firmware version", [](O& o, S k, S v) { o.firmware = integer<uint32_t>(k, v); }},
+    {"features", "=NUMBER", "feature bits", [](O& o, S k, S v) { o.features = integer<uint16_t>(k, v); }},
+    {"generic", "[=0|1]", "enumerate with the generic product id",
+     [](O& o, S k, S v) { o.generic_id = flag(k, v); }},
+    {"fps", "=NUMBER", "frames a second; 0 = as fast as the program reads",
+     [](O& o, S k, S v) { o.frame_rate = real(k, v, 100000); }},
+    {"speed", "=high|super", "speed of the USB link", [](O& o, S k, S v) { o.speed = speed(k, v); }},
+    {"eeprom", "=FILE", "keep the EEPROM in a file",
+     [](O& o, S k, S v) { o.eeprom_file = text_up_to(4096, k, v); }},
+    {"blank", "[=0|1]", "nothing is stored but the serial number",
+     [](O& o, S k, S v) { o.blank = flag(k, v); }},
+    {"wp", "[=0|1]", "write-protect the EEPROM", [](O& o, S k, S v) { o.write_protect = flag(k, v); }},
+    {"bytes", "[=0|1]", "answer register reads with one byte instead of two",
+     [](O& o, S k, S v) { o.byte_replies = flag(k, v); }},
+    {"noise", "=0|1", "sensor noise", [](O& o, S k, S v) { o.noise = flag(k, v); }},
+    {"fpn", "=NUMBER", "fixed pattern: deviation of row and column gains, e.g. 0.02",
+     [](O& o, S k, S v) { o.fixed_pattern = real(k, v, 1); }},
+    {"dead", "=NUMBER", "number of dead pixels",
+     [](O& o, S k, S v) { o.dead_pixels = integer<uint16_t>(k, v); }},
+    {"light", "=LEVEL|off", "brightness of the scene; off = exposure and gain have no effect", set_light},
+    {"flicker", "=HZ", "mains frequency of a flickering lamp",
+     [](O& o, S k, S v) { lighting_of(o).lamp = flicker(k, v); }},
+    {"step", "=FRAME:LEVEL", "another level of light from that frame on",
+     [](O& o, S k, S v) { lighting_of(o).step = step(k, v); }},
+    {"seed", "=NUMBER", "another specimen: other noise, pattern and dead pixels",
+     [](O& o, S k, S v) { o.seed = integer<uint64_t>(k, v); }},
+};
 
 std::string all_keys() {
   std::string keys;
-  for (const auto& [key, setter] : setters()) keys += (keys.empty() ? "" : ", ") + std::string(key);
+  for (const auto& option : kOptions) keys += (keys.empty() ? "" : ", ") + std::string(option.key);
   return keys;
 }
 
@@ -159,7 +179,8 @@ const Model& model_of(uint32_t product_id) {
 CameraOptions::CameraOptions(const Model& chosen)
     : model(&chosen),
       firmware(default_firmware(chosen)),
-      speed(chosen.newer_bridge() ? UsbSpeed::kSuper : UsbSpeed::kHigh) {}
+      speed(chosen.newer_bridge() ? UsbSpeed::kSuper : UsbSpeed::kHigh),
+      lighting(default_lighting(chosen)) {}
 
 const Model* CameraOptions::default_model() {
   return find_model(0x3500);
@@ -169,6 +190,11 @@ CameraOptions::CameraOptions(uint32_t product_id) : CameraOptions(model_of(produ
 
 uint32_t CameraOptions::default_firmware(const Model& model) {
   return model.newer_bridge() ? 0x8310 : 0x4700;
+}
+
+Lighting CameraOptions::default_lighting(const Model& model) {
+  const auto* const sensor = find_sensor_model(model.sensor_id);
+  return {.level = sensor != nullptr ? sensor->light : 1};
 }
 
 const Model& find_model_by_text(std::string_view text) {
@@ -187,14 +213,25 @@ CameraOptions parse_camera_options(std::string_view text) {
     const auto equals = item.find('=');
     const auto key = item.substr(0, equals);
     const auto value = equals == std::string_view::npos ? std::string_view() : item.substr(equals + 1);
-    const auto setter = setters().find(key);
-    if (setter == setters().end()) {
+    const auto* const option = std::ranges::find(kOptions, key, &CameraOption::key);
+    if (option == std::end(kOptions)) {
       throw BadCameraOptions("unknown camera option '" + std::string(key) + "': expected one of " +
                              all_keys());
     }
-    setter->second(options, key, value);
+    option->set(options, key, value);
   }
   return options;
+}
+
+std::string camera_options_help() {
+  constexpr size_t kColumn = 24;
+  std::string text = "Options of a camera:\n";
+  for (const auto& option : kOptions) {
+    std::string line = "  " + std::string(option.key) + std::string(option.form);
+    line.resize(std::max(line.size() + 1, kColumn), ' ');
+    text += line + std::string(option.help) + "\n";
+  }
+  return text;
 }
 
 }  // namespace kxsim

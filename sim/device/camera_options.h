@@ -34,7 +34,7 @@ struct CameraOptions {
   int dead_pixels = 0;
   uint64_t seed = 1;
   /// Without one every picture is taken at the nominal exposure, whatever the registers say.
-  std::optional<Lighting> lighting;
+  std::optional<Lighting> lighting = default_lighting(*default_model());
 
   CameraOptions() = default;
   /// The defaults of that model.
@@ -44,6 +44,7 @@ struct CameraOptions {
 
   static const Model* default_model();
   static uint32_t default_firmware(const Model& model);
+  static Lighting default_lighting(const Model& model);
 };
 
 /// A text that describes no camera; what() says why and what would be right.
@@ -53,9 +54,11 @@ class BadCameraOptions : public std::runtime_error {
 };
 
 /// Reads "MODEL[,key=value]...", where MODEL is a product id in hexadecimal or a model's name, with or
-/// without the word "Model". Keys: serial, name, fw, features, generic, bytes, blank, wp, fps, speed, eeprom,
-/// noise, fpn, dead, seed, light, flicker, step. Throws BadCameraOptions.
+/// without the word "Model". Throws BadCameraOptions.
 CameraOptions parse_camera_options(std::string_view text);
+
+/// The keys and what they mean, a line each.
+std::string camera_options_help();
 
 /// The row with that product id or name; of several rows with one name the first of the newer bridge
 /// family. Throws BadCameraOptions.

@@ -19,9 +19,11 @@ constexpr size_t kLookupTablePage = 0x600;
 
 constexpr std::array<uint8_t, 18> kIdentity = {0, 100, 0, 0, 0, 0, 0, 0, 0, 100, 0, 0, 0, 0, 0, 0, 0, 100};
 
+constexpr size_t kExposure = 0x02;
+constexpr size_t kExposureHigh = 0x3E;
 constexpr std::array<uint8_t, 64> kNeutralSettings = {
     0,    16,                    // gain
-    0,    5,                     // exposure
+    0,    0,                     // exposure
     0,    100,  0, 100,          // gamma, contrast in hundredths
     0x30, 0,                     // switches: no fixed frame rate, the driver may expose; nothing else is off
     0,    100,  0, 100, 0, 100,  // white-balance gains in hundredths
@@ -58,8 +60,12 @@ std::vector<uint8_t> straight_lookup_table() {
 
 }  // namespace
 
-void program_factory_settings(const Model& model, Eeprom& eeprom, SpiFlash& flash) {
-  for (const uint16_t set : kParameterSets) program(eeprom, set, kNeutralSettings);
+void program_factory_settings(const Model& model, uint32_t exposure, Eeprom& eeprom, SpiFlash& flash) {
+  auto settings = kNeutralSettings;
+  settings[kExposure] = static_cast<uint8_t>(exposure >> 8);
+  settings[kExposure + 1] = static_cast<uint8_t>(exposure);
+  settings[kExposureHigh] = static_cast<uint8_t>(exposure >> 16);
+  for (const uint16_t set : kParameterSets) program(eeprom, set, settings);
   program(eeprom, kColorMatrix, kIdentity);
   program(eeprom, kDeadPixels, std::array<uint8_t, 2>{});
   const std::vector<uint8_t> columns(2 * static_cast<size_t>(model.width));

@@ -58,9 +58,8 @@ void FrameMaker::set_lighting(const std::optional<Lighting>& lighting) {
 
 Exposure FrameMaker::exposure_for(const FrameRequest& request) const {
   if (!lighting_ || !request.shutter) return exposure_;
-  constexpr double kNominalMs = 10;
   Exposure exposure{
-      .exposure = request.shutter->exposure_ms / kNominalMs * lighting_->level_at(request.number),
+      .exposure = request.shutter->exposure_ms / Lighting::kNominalMs * lighting_->level_at(request.number),
       .gain = request.shutter->gain};
   if (lighting_->lamp.ripple > 0) {
     exposure.row_light = light_of_rows(lighting_->lamp, request, frame_rate_);

@@ -11,6 +11,8 @@ namespace kxsim {
 /// How bright the scene is to a camera whose registers say how it exposes. At level 1, 10 ms without
 /// amplification show white paper at 85 % of full scale.
 struct Lighting {
+  static constexpr double kNominalMs = 10;
+
   struct Step {
     uint64_t frame = 0;  ///< the first one in the new light, counted since power-up from 0
     double level = 1;

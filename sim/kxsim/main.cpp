@@ -8,6 +8,7 @@
 #include <CLI/CLI.hpp>
 #include <fmt/format.h>
 
+#include "device/camera_options.h"
 #include "kxsim/model_list.h"
 #include "kxsim/run_command.h"
 #include "kxsim/serve_command.h"
@@ -18,9 +19,10 @@ constexpr int kFailure = 125;  // of kxsim itself, distinct from what commands u
 
 /// What `run` and `serve` have in common.
 void add_camera_options(CLI::App& command, auto& options) {
+  command.footer(kxsim::camera_options_help());
   command
       .add_option("-c,--camera", options.cameras,
-                  "A camera: MODEL[,key=value]...; may be given several times")
+                  "A camera: MODEL[,KEY=VALUE]...; repeatable (default: 0x3500)")
       ->type_name("MODEL")
       ->allow_extra_args(false);
   command

@@ -114,7 +114,7 @@ TEST_F(Corrections, OnePushTakesAColourCastAway) {
 }
 
 TEST_F(Corrections, AutomaticWhiteBalanceFollowsTheLightInASteadyStream) {
-  const auto camera = plug("3600,fps=0");
+  const auto camera = plug("3600,fps=0,light=off");
   camera->set_scene(kxsim::make_chart(4.0 / 3, {0.84F, 1.0F, 0.84F}));
   camera->set_exposure({.exposure = 0.8});
   ASSERT_EQ(CameraInit(0), 0U);

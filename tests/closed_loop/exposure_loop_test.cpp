@@ -6,9 +6,11 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include "device/conf_file.h"
 #include "device/vendor_request.h"
 #include "exposure_run.h"
 #include "kxcam/kxcam.h"
+#include "usbfs/virtual_bus.h"
 
 namespace kxcam {
 namespace {
@@ -99,6 +101,34 @@ TEST_P(ExposureLoop, AFlickeringLampLeavesNoBands) {
 
 INSTANTIATE_TEST_SUITE_P(Sensor, ExposureLoop, testing::ValuesIn(exposable_models()),
                          [](const auto& sensor) { return fmt::format("MID_{:X}", sensor.param->MID); });
+
+/// As a user meets it: the settings that the maker stored, and the light that the simulator has by itself.
+TEST_P(ExposureLoop, AFreshCameraIsWellExposedAndTheLoopSettles) {
+  const kxsim::TemporaryConfFile conf;
+  setenv("KXUSB_CONF", conf.path().c_str(), 1);
+  const auto camera = std::make_shared<kxsim::SimulatedCamera>(
+      kxsim::parse_camera_options(fmt::format("{:04X},fps=0", GetParam()->PID)));
+  kxsim::VirtualBus::instance().plug(camera);
+  ASSERT_EQ(CameraInit(0), 0U);
+  ASSERT_EQ(CameraSetTimeout(0, 30'000), 0U);
+  int width = 0;
+  int height = 0;
+  ASSERT_EQ(CameraSetResolution(0, 2, &width, &height), 0U);
+  const auto mean = [&] {
+    int size = width * height;
+    std::vector<uint8_t> picture(static_cast<size_t>(size));
+    EXPECT_EQ(CameraQueryImage(0, picture.data(), &size, KXCAM_FORMAT_GREY), 0U);
+    EXPECT_LT(std::ranges::count(picture, 255) * 50, size) << "a 50th is white";
+    return std::accumulate(picture.begin(), picture.end(), 0) / size;
+  };
+  for (int frame = 0; frame < 6; ++frame) mean();
+  EXPECT_NEAR(mean(), 85, 45);
+  ASSERT_EQ(CameraSetAEC(0, true), 0U);
+  for (int frame = 0; frame < kMostFrames; ++frame) mean();
+  EXPECT_NEAR(mean(), ExposureRun::kTarget, 6);
+  CameraFree(0);
+  kxsim::VirtualBus::instance().unplug_all();
+}
 
 /// The lamp is one that bands can be seen under.
 TEST(FlickeringLamp, MakesBandsOutsideWholeHalfPeriods) {

@@ -67,6 +67,7 @@ TEST(CameraOptions, EveryKeyIsTaken) {
   EXPECT_EQ(options.lighting->lamp.mains_hz, 60);
   EXPECT_EQ(options.lighting->level_at(39), 0.5);
   EXPECT_EQ(options.lighting->level_at(40), 2.5);
+  EXPECT_FALSE(parse_camera_options("3500,light=off").lighting);
 }
 
 TEST(CameraOptions, MistakesAreNamed) {

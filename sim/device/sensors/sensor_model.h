@@ -59,9 +59,13 @@ struct SensorModel {
   int lines_offset = 0;
 
   double (*gain)(const RegisterFiles& files);
+  /// Amplification at the gain that the maker stores.
+  double factory_gain = 1;
 
   double (*line_ms)(const LineConditions& at);
   bool rolling = true;
+  /// Level of the light that suits it, see Lighting.
+  double light = 1;
   /// Registers that read as something else than what was written.
   std::vector<uint16_t> apart = {};
   /// The first pulse in trigger mode only starts the sensor anew.
