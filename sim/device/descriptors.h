@@ -9,6 +9,7 @@
 namespace kxsim {
 
 inline constexpr uint16_t kVendorId = 0xA7B7;
+inline constexpr const char* kManufacturer = "kxsim";
 /// What a device enumerates as when its true product id must be asked for.
 inline constexpr uint16_t kGenericProductId = 0x3FF0;
 

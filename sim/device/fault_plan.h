@@ -61,6 +61,7 @@ struct FrameFault {
 
 /// The cable is pulled, once.
 struct UnplugFault {
+  static constexpr int kLastPort = 64;  ///< of the bus
   enum class When { kTime, kFrames, kRequests };
   When when = When::kTime;
   std::chrono::milliseconds time{0};  ///< after plugging in

@@ -27,6 +27,7 @@ class BusDevice {
   int port() const { return port_; }
 
   std::string system_name() const;  ///< "1-3": bus and port
+  static std::string bus_folder();  ///< "/dev/bus/usb/001"
   std::string node_path() const;    ///< "/dev/bus/usb/001/007": bus and address
   /// Content of the file of that name in the device's sysfs folder; nothing when there is none.
   std::optional<std::string> attribute(std::string_view name) const;

@@ -9,26 +9,14 @@
 
 namespace kxsim {
 
-void HotplugMonitor::start() {
-  const std::lock_guard lock(mutex_);
-  if (descriptor_ < 0) descriptor_ = eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK | EFD_SEMAPHORE);
-}
+HotplugMonitor::HotplugMonitor() : descriptor_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK | EFD_SEMAPHORE)) {}
 
-void HotplugMonitor::stop() {
-  const std::lock_guard lock(mutex_);
+HotplugMonitor::~HotplugMonitor() {
   if (descriptor_ >= 0) libc::close(descriptor_);
-  descriptor_ = -1;
-  events_.clear();
-}
-
-int HotplugMonitor::descriptor() {
-  const std::lock_guard lock(mutex_);
-  return descriptor_;
 }
 
 void HotplugMonitor::post(HotplugEvent event) {
   const std::lock_guard lock(mutex_);
-  if (descriptor_ < 0) return;
   events_.push_back(std::move(event));
   eventfd_write(descriptor_, 1);
 }

@@ -18,17 +18,20 @@ struct HotplugEvent {
 /// Thread-safe.
 class HotplugMonitor {
  public:
-  void start();
-  void stop();
-  int descriptor();
+  HotplugMonitor();
+  ~HotplugMonitor();
+  HotplugMonitor(const HotplugMonitor&) = delete;
+  HotplugMonitor& operator=(const HotplugMonitor&) = delete;
+
+  int descriptor() const { return descriptor_; }
 
   void post(HotplugEvent event);
   std::optional<HotplugEvent> next();
 
  private:
+  const int descriptor_;
   std::mutex mutex_;
   std::deque<HotplugEvent> events_;
-  int descriptor_ = -1;
 };
 
 }  // namespace kxsim

@@ -33,4 +33,24 @@ int statfs(const char* path, struct statfs* result) {
   return function(path, result);
 }
 
+DIR* opendir(const char* path) {
+  static auto* const function = next<DIR*(const char*)>("opendir");
+  return function(path);
+}
+
+dirent* readdir(DIR* folder) {
+  static auto* const function = next<dirent*(DIR*)>("readdir");
+  return function(folder);
+}
+
+int dirfd(DIR* folder) {
+  static auto* const function = next<int(DIR*)>("dirfd");
+  return function(folder);
+}
+
+int closedir(DIR* folder) {
+  static auto* const function = next<int(DIR*)>("closedir");
+  return function(folder);
+}
+
 }  // namespace kxsim::libc

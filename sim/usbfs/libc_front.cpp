@@ -8,6 +8,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstring>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -52,7 +53,7 @@ int open_attribute(std::string_view path) {
   return -1;
 }
 
-int open_file(const char* path, int flags, mode_t mode) {
+int open_file(const char* path, int flags, mode_t mode) try {
   const auto begins_with = [path](std::string_view prefix) {
     return std::strncmp(path, prefix.data(), prefix.size()) == 0;
   };
@@ -65,6 +66,9 @@ int open_file(const char* path, int flags, mode_t mode) {
     return open_attribute(path);
   }
   return libc::open(path, flags, mode);
+} catch (const std::bad_alloc&) {
+  errno = ENOMEM;
+  return -1;
 }
 
 }  // namespace
@@ -89,6 +93,10 @@ int __open_2(const char* path, int flags);
 int __open_2(const char* path, int flags) {
   return kxsim::open_file(path, flags, 0);
 }
+
+// Programs built with 64-bit file offsets call the same functions by these names.
+int open64(const char* path, int flags, ...) __attribute__((alias("open")));
+int __open64_2(const char* path, int flags) __attribute__((alias("__open_2")));
 
 int close(int descriptor) {
   if (kxsim::DescriptorFlags::maybe_ours(descriptor)) {
@@ -119,6 +127,11 @@ int statfs(const char* path, struct statfs* result) noexcept {
   std::memset(result, 0, sizeof *result);
   result->f_type = SYSFS_MAGIC;
   return 0;
+}
+
+int statfs64(const char* path, struct statfs64* result) noexcept {
+  static_assert(sizeof(struct statfs64) == sizeof(struct statfs));
+  return statfs(path, reinterpret_cast<struct statfs*>(result));
 }
 
 // NOLINTEND(bugprone-reserved-identifier,cert-dcl50-cpp)

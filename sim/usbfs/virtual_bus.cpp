@@ -63,7 +63,7 @@ void VirtualBus::attach(std::shared_ptr<SimulatedCamera> camera, std::optional<i
     event.node_path = device->node_path();
     devices_.emplace(place, device);
   }
-  monitor_.post(std::move(event));
+  post(event);
 }
 
 std::shared_ptr<BusDevice> VirtualBus::detach(SimulatedCamera& camera) {
@@ -83,8 +83,23 @@ std::shared_ptr<BusDevice> VirtualBus::detach(SimulatedCamera& camera) {
   }
   if (camera.powered()) camera.power_down();
   for (const auto& file : open_files) file->device_left();
-  monitor_.post({"remove", device->system_name(), device->node_path()});
+  post({"remove", device->system_name(), device->node_path()});
   return device;
+}
+
+std::shared_ptr<HotplugMonitor> VirtualBus::new_monitor() {
+  auto monitor = std::make_shared<HotplugMonitor>();
+  const std::lock_guard lock(monitors_mutex_);
+  std::erase_if(monitors_, [](const auto& other) { return other.expired(); });
+  monitors_.push_back(monitor);
+  return monitor;
+}
+
+void VirtualBus::post(const HotplugEvent& event) {
+  const std::lock_guard lock(monitors_mutex_);
+  for (const auto& monitor : monitors_) {
+    if (const auto listening = monitor.lock()) listening->post(event);
+  }
 }
 
 void VirtualBus::unplug(SimulatedCamera& camera) {

@@ -23,7 +23,7 @@ namespace kxsim {
 /// the cameras that it finds on its first initialisation in the order of their ports. Thread-safe.
 class VirtualBus {
  public:
-  static constexpr int kPorts = 64;
+  static constexpr int kPorts = UnplugFault::kLastPort;
 
   static VirtualBus& instance();
 
@@ -62,7 +62,8 @@ class VirtualBus {
   std::shared_ptr<DeviceFile> file(int descriptor);
   /// The program closes a descriptor: null when it is not a device node's.
   std::shared_ptr<DeviceFile> take_file(int descriptor);
-  HotplugMonitor& monitor() { return monitor_; }
+  /// Hears of everything that comes and goes from now on.
+  std::shared_ptr<HotplugMonitor> new_monitor();
   /// After a fork the child has no cameras, only descriptors to close.
   void forget_everything();
 
@@ -74,10 +75,12 @@ class VirtualBus {
   std::shared_ptr<BusDevice> detach(SimulatedCamera& camera);
   int choose_port(const SimulatedCamera& camera, std::optional<int> wanted) const;
 
+  void post(const HotplugEvent& event);
   void plug_event(SimulatedCamera& camera, const PlugEvent& event);
 
   MemoryBudget budget_;
-  HotplugMonitor monitor_;
+  std::mutex monitors_mutex_;  // guards monitors_; no other lock is taken under it
+  std::vector<std::weak_ptr<HotplugMonitor>> monitors_;
 
   std::once_flag first_use_;
   std::function<void()> populate_;

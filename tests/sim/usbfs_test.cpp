@@ -5,6 +5,7 @@
 #include <atomic>
 #include <thread>
 
+#include <dirent.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
 #include <sys/ioctl.h>
@@ -271,11 +272,33 @@ TEST_F(Usbfs, OtherFilesAreLeftAlone) {
   EXPECT_EQ(close(ends[1]), -1);
   EXPECT_EQ(errno, EBADF);
   EXPECT_EQ(::open("/sys/bus/usb/devices/usb1/busnum", O_RDONLY), -1) << "the machine's own bus is hidden";
+  const int attribute = ::open64("/sys/bus/usb/devices/1-1/busnum", O_RDONLY);
+  EXPECT_GE(attribute, 0) << "by the name for 64-bit file offsets";
+  EXPECT_EQ(close(attribute), 0);
   const std::string path = testing::TempDir() + "kxsim_open_test";
   const int file = ::open(path.c_str(), O_CREAT | O_WRONLY | O_EXCL, 0600);
   EXPECT_GE(file, 0);
   EXPECT_EQ(close(file), 0);
   EXPECT_EQ(unlink(path.c_str()), 0);
+}
+
+// What a libusb without libudev looks through.
+TEST_F(Usbfs, FoldersListTheBus) {
+  const auto list = [](const char* path) {
+    std::vector<std::string> names;
+    DIR* const folder = opendir(path);
+    while (const auto* entry = folder == nullptr ? nullptr : readdir64(folder)) {
+      if (entry->d_name[0] != '.') names.emplace_back(entry->d_name);
+    }
+    EXPECT_EQ(closedir(folder), 0);
+    return names;
+  };
+  bus_.plug(make_camera("0x3500"), 3);
+  bus_.plug(make_camera("0x3500"), 7);
+  EXPECT_THAT(list("/sys/bus/usb/devices"), testing::ElementsAre("1-3", "1-7"));
+  EXPECT_THAT(list("/dev/bus/usb/"), testing::ElementsAre("001"));
+  EXPECT_EQ(list("/dev/bus/usb/001").size(), 2U);
+  EXPECT_THAT(list("/proc/self"), testing::Contains("exe"));
 }
 
 TEST_F(Usbfs, AForkedChildDoesNotDisturbItsParent) {

@@ -1,0 +1,10 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+namespace kxsim {
+
+/// Whether the program or library with the code at `address` uses no more of libudev than this front end has.
+/// libusb does not, under whatever name and in whatever library it was linked.
+bool is_served_by_front(const void* address);
+
+}  // namespace kxsim
