@@ -1,14 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "device/conf_file.h"
 
-#include <cstdlib>
-#include <fstream>
+#include <cerrno>
 #include <iomanip>
-#include <stdexcept>
-#include <string>
+#include <sstream>
 #include <string_view>
 #include <system_error>
 
+#include <sys/mman.h>
 #include <unistd.h>
 
 #include "device/descriptors.h"
@@ -22,35 +21,33 @@ std::string_view one_word(std::string_view name) {
   return name.substr(name.find(' ') + 1);
 }
 
-std::ostream& write_all_ids(std::ostream& out) {
+}  // namespace
+
+std::string conf_text() {
+  std::ostringstream out;
   out << "# Every simulated camera model, written by kxsim.\n<VPD>\n" << std::hex << std::setfill('0');
   const auto add = [&out](uint32_t product, std::string_view description) {
     out << std::setw(4) << kVendorId << ' ' << std::setw(4) << product << ' ' << description << '\n';
   };
   for (const auto& row : all_models()) add(row.product_id, one_word(row.name));
   add(kGenericProductId, "generic");
-  return out << "</VPD>\n";
+  out << "</VPD>\n";
+  return out.str();
 }
 
-}  // namespace
-
-TemporaryConfFile::TemporaryConfFile() {
-  auto name = (std::filesystem::temp_directory_path() / "kxsim-XXXXXX").string();
-  const int descriptor = mkstemp(name.data());
-  if (descriptor < 0) throw std::runtime_error("cannot write a temporary file in " + name);
-  close(descriptor);
-  path_ = name;
-  std::ofstream file(path_);
-  if (!write_all_ids(file).flush()) {
-    std::error_code ignored;
-    std::filesystem::remove(path_, ignored);
-    throw std::runtime_error("cannot write " + name);
-  }
+TemporaryConfFile::TemporaryConfFile()
+    : descriptor_(memfd_create("kxsim.conf", MFD_CLOEXEC)),
+      path_("/proc/self/fd/" + std::to_string(descriptor_)) {
+  const auto text = conf_text();
+  if (descriptor_ >= 0 && write(descriptor_, text.data(), text.size()) == static_cast<ssize_t>(text.size()))
+    return;
+  const std::system_error error(errno, std::generic_category(), "cannot write a configuration file");
+  if (descriptor_ >= 0) close(descriptor_);
+  throw error;
 }
 
 TemporaryConfFile::~TemporaryConfFile() {
-  std::error_code ignored;
-  std::filesystem::remove(path_, ignored);
+  close(descriptor_);
 }
 
 }  // namespace kxsim

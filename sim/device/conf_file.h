@@ -2,13 +2,17 @@
 #pragma once
 
 #include <filesystem>
+#include <string>
 
 namespace kxsim {
 
-/// A transport configuration file with the ids of all models, which exists as long as this object.
+/// A transport configuration with the ids of all models.
+std::string conf_text();
+
+/// A file with conf_text() that only this process, and forked children, can read, and that ends with them.
 class TemporaryConfFile {
  public:
-  /// Throws std::runtime_error when it cannot be written.
+  /// Throws std::system_error when it cannot be written.
   TemporaryConfFile();
   ~TemporaryConfFile();
   TemporaryConfFile(const TemporaryConfFile&) = delete;
@@ -17,6 +21,7 @@ class TemporaryConfFile {
   const std::filesystem::path& path() const { return path_; }
 
  private:
+  int descriptor_;
   std::filesystem::path path_;
 };
 

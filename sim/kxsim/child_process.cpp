@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <cstring>
 
-#include <fmt/format.h>
 #include <spawn.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -63,7 +62,7 @@ int run_child(const std::vector<std::string>& command) {
   sigprocmask(SIG_BLOCK, &watched, &before);
   pid_t child = 0;
   if (const int error = spawn(command, before, child); error != 0) {
-    fmt::print(stderr, "kxsim: cannot run {}: {}\n", command.front(), std::strerror(error));
+    std::fprintf(stderr, "kxsim: cannot run %s: %s\n", command.front().c_str(), std::strerror(error));
     return error == ENOENT ? kNotFound : kNotRunnable;
   }
   return wait_for(child, watched);

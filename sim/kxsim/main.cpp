@@ -2,6 +2,7 @@
 
 // kxsim: simulated cameras for programs and virtual machines.
 
+#include <cstdio>
 #include <exception>
 #include <string>
 
@@ -9,6 +10,7 @@
 #include <fmt/format.h>
 
 #include "device/camera_options.h"
+#include "device/conf_file.h"
 #include "kxsim/model_list.h"
 #include "kxsim/run_command.h"
 #include "kxsim/serve_command.h"
@@ -55,7 +57,9 @@ int dispatch(int argc, char** argv) {
 
   bool json = false;
   auto* const models = app.add_subcommand("models", "List the camera models");
+  bool conf = false;
   models->add_flag("--json", json, "As JSON");
+  models->add_flag("--conf", conf, "As a transport configuration")->excludes("--json");
 
   try {
     app.parse(argc, argv);
@@ -63,7 +67,9 @@ int dispatch(int argc, char** argv) {
     return app.exit(error) == 0 ? 0 : kFailure;
   }
   if (models->parsed()) {
-    fmt::print("{}", json ? kxsim::model_table_json() : kxsim::model_table_text());
+    fmt::print("{}", conf   ? kxsim::conf_text()
+                     : json ? kxsim::model_table_json()
+                            : kxsim::model_table_text());
     return 0;
   }
   return serve->parsed() ? kxsim::serve_command(serve_options) : kxsim::run_command(run_options);
@@ -75,7 +81,7 @@ int main(int argc, char** argv) {
   try {
     return dispatch(argc, argv);
   } catch (const std::exception& error) {
-    fmt::print(stderr, "kxsim: {}\n", error.what());
+    std::fprintf(stderr, "kxsim: %s\n", error.what());  // unlike fmt it takes a closed standard error
     return kFailure;
   }
 }

@@ -2,15 +2,13 @@
 #include "kxsim/run_command.h"
 
 #include <cstdlib>
-#include <optional>
 #include <stdexcept>
 
 #include "device/camera_options.h"
-#include "device/conf_file.h"
 #include "device/view.h"
 #include "kxsim/child_process.h"
+#include "kxsim/companion.h"
 #include "kxsim/fault_option.h"
-#include "kxsim/preload_module.h"
 #include "scene/scene.h"
 
 namespace kxsim {
@@ -50,10 +48,8 @@ int run_command(const RunOptions& options) {
   set_variable("KXSIM_CAMERAS", check_cameras(options.cameras));
   set_variable("KXSIM_SCENE", check_scene(options.scene));
   set_variable("KXSIM_FAULTS", read_fault_option(options.faults));
-  const auto module = find_preload_module();
-  std::optional<TemporaryConfFile> temporary;
-  if (options.conf.empty()) temporary.emplace();
-  set_variable("KXUSB_CONF", (temporary ? temporary->path() : options.conf).string());
+  const auto module = find_companion("libkxsim-usbfs.so");
+  set_variable("KXUSB_CONF", (options.conf.empty() ? find_companion("kxsim.conf") : options.conf).string());
   preload(module);
   return run_child(options.command);
 }

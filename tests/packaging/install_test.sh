@@ -10,7 +10,7 @@ cmake --install "$build" --prefix "$work/first" >"$work/log"
 mv "$work/first" "$work/prefix"
 prefix=$work/prefix
 
-for file in bin/kxcam bin/kxsim "$libdir/libkxcam.so.1" "$libdir/kxcam/libkxsim-usbfs.so" include/kxcam/kxcam.h \
+for file in bin/kxcam bin/kxsim "$libdir/libkxcam.so.1" "$libdir/kxcam/libkxsim-usbfs.so" "$libdir/kxcam/kxsim.conf" include/kxcam/kxcam.h \
   share/man/man1/kxcam.1 share/man/man1/kxsim.1 share/bash-completion/completions/kxcam \
   share/bash-completion/completions/kxsim lib/udev/rules.d/70-kxcam.rules; do
   [ -s "$prefix/$file" ] || { echo "$file is missing"; exit 1; }

@@ -36,7 +36,7 @@ expect libkxcam-dev "$lib/libkxcam\.so" /usr/include/kxcam/kxcam.h "$lib/pkgconf
   "$lib/cmake/kxcam/kxcamConfig\.cmake" /usr/share/doc/libkxcam-dev/guide.md \
   /usr/share/doc/libkxcam-dev/examples/first_picture.c
 expect kxcam-tools /usr/bin/kxcam /usr/share/man/man1/kxcam.1 /usr/share/bash-completion/completions/kxcam
-expect kxcam-sim /usr/bin/kxsim "$lib/kxcam/libkxsim-usbfs\.so" /usr/share/man/man1/kxsim.1
+expect kxcam-sim /usr/bin/kxsim "$lib/kxcam/libkxsim-usbfs\.so" "$lib/kxcam/kxsim\.conf" /usr/share/man/man1/kxsim.1
 
 # No file is in two packages: they install beside each other.
 [ -z "$(cat "$work"/*.files | grep -v '/$' | sort | uniq -d)" ]
