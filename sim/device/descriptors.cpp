@@ -99,8 +99,8 @@ std::vector<uint8_t> configuration_descriptor(const CameraOptions& options) {
 std::vector<uint8_t> object_store_descriptor(const CameraOptions& options) {
   if (usb_release(options) == kUsb2) return {};
   return {5, kObjectStore, 22, 0, 2,
-          // The same device on an older bus.
-          7, kCapability, 2, 0, 0, 0, 0,
+          // The same device on an older bus, where it knows link power management as it has to.
+          7, kCapability, 2, 0x02, 0, 0, 0,
           // Works at high and super speed, in full from high speed on; awake in 10 and 255 microseconds.
           10, kCapability, 3, 0, 0x0C, 0, 2, 10, 255, 0};
 }
@@ -110,7 +110,7 @@ std::vector<uint8_t> string_descriptor(const CameraOptions& options, uint8_t ind
     case 0:
       return {4, kString, 0x09, 0x04};
     case 1:
-      return encode_string("kxsim");
+      return encode_string(kManufacturer);
     case 2:
       return encode_string(options.model->name);
     default:

@@ -22,9 +22,12 @@ void Eeprom::set_user_name(std::string_view name) {
 
 void Eeprom::back_with(const std::filesystem::path& file) {
   if (std::filesystem::exists(file)) {
-    std::ifstream in(file, std::ios::binary);
-    std::vector<uint8_t> content{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-    if (!in || content.size() != kSize) {
+    // A device may have no end.
+    std::ifstream in;
+    if (std::filesystem::is_regular_file(file)) in.open(file, std::ios::binary);
+    std::vector<uint8_t> content(kSize);
+    in.read(reinterpret_cast<char*>(content.data()), kSize);
+    if (!in || in.peek() != std::ifstream::traits_type::eof()) {
       throw std::runtime_error(file.string() + ": not an EEPROM image of 8192 bytes");
     }
     bytes_ = std::move(content);

@@ -175,6 +175,13 @@ void read_frame(Words& words, FaultPlan& plan) {
   plan.frames.push_back(fault);
 }
 
+int read_port(Words& words) {
+  constexpr const char* kExpected = "a port number from 1 to 64";
+  const auto port = read_number(words, kExpected, 1);
+  if (port > UnplugFault::kLastPort) words.refuse(kExpected);
+  return static_cast<int>(port);
+}
+
 void read_unplug(Words& words, FaultPlan& plan) {
   UnplugFault fault;
   if (words.accept("at")) {
@@ -193,7 +200,7 @@ void read_unplug(Words& words, FaultPlan& plan) {
     fault.back_after = read_time(words);
     if (words.accept("on")) {
       words.expect("port");
-      fault.port = static_cast<int>(read_number(words, "a port number from 1", 1));
+      fault.port = read_port(words);
     }
   }
   plan.unplugs.push_back(fault);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <new>
 #include <random>
 #include <utility>
 
@@ -183,14 +184,15 @@ void SimulatedCamera::execute(const ControlSetup& setup, Transfer& transfer,
 }
 
 void SimulatedCamera::log(const ControlSetup& setup, std::span<const uint8_t> data) {
+  LoggedRequest request{.in = setup.device_to_host(),
+                        .code = setup.request,
+                        .value = setup.value,
+                        .index = setup.index,
+                        .length = setup.length,
+                        .data = {}};
+  if (!setup.device_to_host()) request.data.assign(data.begin(), data.end());
   if (log_.size() == kLongestLog) log_.pop_front();
-  log_.push_back({.in = setup.device_to_host(),
-                  .code = setup.request,
-                  .value = setup.value,
-                  .index = setup.index,
-                  .length = setup.length,
-                  .data = {}});
-  if (!setup.device_to_host()) log_.back().data.assign(data.begin(), data.end());
+  log_.push_back(std::move(request));
 }
 
 void SimulatedCamera::standard_request(const ControlSetup& setup, Transfer& transfer) {
@@ -443,7 +445,14 @@ void SimulatedCamera::pull(const std::optional<UnplugFault>& fault) {
 void SimulatedCamera::run() {
   Lock lock(mutex_);
   while (!stopping_) {
-    if (work(lock)) continue;
+    try {
+      if (work(lock)) continue;
+    } catch (const std::bad_alloc&) {
+      // What could not be done is lost; there may be memory for the next thing.
+      if (!lock.owns_lock()) lock.lock();
+      wake_.wait_for(lock, kMissingFramePause);
+      continue;
+    }
     if (const auto time = next_work()) {
       wake_.wait_until(lock, *time);
     } else {
@@ -506,26 +515,31 @@ bool SimulatedCamera::frame_work(Lock& lock) {
   }
   const auto epoch = epoch_;
   auto frame = make_frame(lock, request, fault);
-  if (epoch != epoch_) {
+  if (epoch != epoch_ || !frame) {
     ++void_frames_;
     return true;
   }
-  pipe_.send(std::move(frame));
+  pipe_.send(std::move(*frame));
   count_sent_frames();
   return true;
 }
 
-/// Makes the frame without the lock: requests go on meanwhile.
-WireFrame SimulatedCamera::make_frame(Lock& lock, const FrameRequest& request,
-                                      const std::optional<FrameFault>& fault) {
+/// Makes the frame without the lock: requests go on meanwhile. Nothing when there is no memory for it.
+std::optional<WireFrame> SimulatedCamera::make_frame(Lock& lock, const FrameRequest& request,
+                                                     const std::optional<FrameFault>& fault) {
   ++counters_.frames_made;
-  WireFrame frame{.bytes = pipe_.take_spare()};
+  std::optional<WireFrame> frame({.bytes = pipe_.take_spare()});
   const auto size = bridge_.geometry().frame_bytes();
   lock.unlock();
-  frame.bytes.resize(size);
-  maker_.make(request, frame.bytes);
-  if (fault) shape(frame, *fault);
+  try {
+    frame->bytes.resize(size);
+    maker_.make(request, frame->bytes);
+    if (fault) shape(*frame, *fault);
+  } catch (const std::bad_alloc&) {
+    frame.reset();
+  }
   lock.lock();
+  if (!frame) pause_until_ = Clock::now() + kMissingFramePause;
   return frame;
 }
 

@@ -165,7 +165,8 @@ class SimulatedCamera {
   std::optional<Clock::time_point> frame_due() const;
   bool plug_work(Lock& lock);
   bool frame_work(Lock& lock);
-  WireFrame make_frame(Lock& lock, const FrameRequest& request, const std::optional<FrameFault>& fault);
+  std::optional<WireFrame> make_frame(Lock& lock, const FrameRequest& request,
+                                      const std::optional<FrameFault>& fault);
 
   const CameraOptions options_;
   FrameMaker maker_;

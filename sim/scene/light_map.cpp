@@ -5,6 +5,7 @@
 #include <array>
 #include <atomic>
 #include <iterator>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -73,7 +74,11 @@ void LightMap::prepare(std::span<const int> rows) {
   const size_t worthwhile = missing.size() * width_ / kSitesWorthAThread;
   const size_t threads = std::min<size_t>({worthwhile, kMostThreads, std::thread::hardware_concurrency()});
   std::vector<std::jthread> workers;
-  for (size_t i = 1; i < threads; ++i) workers.emplace_back(work);
+  try {
+    for (size_t i = 1; i < threads; ++i) workers.emplace_back(work);
+  } catch (const std::system_error&) {
+    // It takes longer with fewer of them.
+  }
   work();
 }
 

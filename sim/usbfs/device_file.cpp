@@ -3,6 +3,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <new>
 #include <utility>
 #include <vector>
 
@@ -67,6 +68,8 @@ class DeviceFile::Request final : public Transfer {
 
   usbdevfs_urb& urb_;
   const size_t cost_;
+  bool done_ = false;
+  Request* next_done_ = nullptr;
 
  private:
   DeviceFile& file_;
@@ -80,7 +83,13 @@ DeviceFile::~DeviceFile() {
   close();
 }
 
-int DeviceFile::ioctl(unsigned long request, void* argument) {
+int DeviceFile::ioctl(unsigned long request, void* argument) noexcept try {
+  return execute(request, argument);
+} catch (const std::bad_alloc&) {
+  return -ENOMEM;
+}
+
+int DeviceFile::execute(unsigned long request, void* argument) {
   // Finished requests can be fetched from a device that has left; nothing else works on it.
   if (request == USBDEVFS_REAPURBNDELAY || request == USBDEVFS_REAPURB) {
     return reap(static_cast<usbdevfs_urb**>(argument));
@@ -182,20 +191,28 @@ int DeviceFile::submit_bulk(const std::shared_ptr<Request>& request) {
 int DeviceFile::submit_to(const std::shared_ptr<Request>& request, auto&& accept) {
   if (!budget_.take(request->cost_)) return -ENOMEM;
   const auto* key = &request->urb_;
-  {
-    const std::lock_guard lock(mutex_);
-    requests_.insert_or_assign(key, request);
+  int error = -ENODEV;
+  try {
+    {
+      const std::lock_guard lock(mutex_);
+      requests_.insert_or_assign(key, request);
+    }
+    if (accept()) return 0;
+  } catch (const std::bad_alloc&) {
+    error = -ENOMEM;
   }
-  if (accept()) return 0;
   const std::lock_guard lock(mutex_);
+  if (request->done_) return 0;
   requests_.erase(key);
   budget_.give_back(request->cost_);
-  return -ENODEV;
+  return error;
 }
 
 void DeviceFile::finished(Request& request) {
   const std::lock_guard lock(mutex_);
-  done_.push_back(&request);
+  request.done_ = true;
+  (first_done_ == nullptr ? first_done_ : last_done_->next_done_) = &request;
+  last_done_ = &request;
   signal_.set_ready(true);
 }
 
@@ -212,10 +229,10 @@ int DeviceFile::discard(const usbdevfs_urb* urb) {
 
 int DeviceFile::reap(usbdevfs_urb** urb) {
   const std::lock_guard lock(mutex_);
-  if (done_.empty()) return device_->gone() ? -ENODEV : -EAGAIN;
-  auto* const request = done_.front();
-  done_.pop_front();
-  signal_.set_ready(!done_.empty());
+  if (first_done_ == nullptr) return device_->gone() ? -ENODEV : -EAGAIN;
+  auto* const request = first_done_;
+  first_done_ = request->next_done_;
+  signal_.set_ready(first_done_ != nullptr);
   request->report();
   *urb = &request->urb_;
   budget_.give_back(request->cost_);
@@ -233,7 +250,7 @@ void DeviceFile::close() {
   for (const auto& request : open_requests) device_->camera().cancel(*request);
   release(0);
   const std::lock_guard lock(mutex_);
-  done_.clear();
+  first_done_ = nullptr;
   for (const auto& [urb, request] : std::exchange(requests_, {})) budget_.give_back(request->cost_);
 }
 

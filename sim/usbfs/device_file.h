@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
@@ -27,7 +26,7 @@ class DeviceFile {
   /// The descriptor for the program; -1 with errno set on failure.
   int open() { return signal_.open(); }
   /// 0 or more, or a negative errno code.
-  int ioctl(unsigned long request, void* argument);
+  int ioctl(unsigned long request, void* argument) noexcept;
   /// Ends all requests. The program has closed the descriptor.
   void close();
   /// The device has left: the descriptor polls as broken.
@@ -40,6 +39,7 @@ class DeviceFile {
  private:
   class Request;
 
+  int execute(unsigned long request, void* argument);
   int submit(usbdevfs_urb* urb);
   int submit_control(const std::shared_ptr<Request>& request);
   int submit_bulk(const std::shared_ptr<Request>& request);
@@ -59,7 +59,9 @@ class DeviceFile {
   std::mutex mutex_;  // guards the rest; a camera's lock may be held when it is taken, never the reverse
   PollSignal signal_;
   std::map<const usbdevfs_urb*, std::shared_ptr<Request>> requests_;  // submitted, not yet reaped
-  std::deque<Request*> done_;
+  // Finished, not yet reaped: a chain, as finishing a request must not need memory.
+  Request* first_done_ = nullptr;
+  Request* last_done_ = nullptr;
 };
 
 }  // namespace kxsim

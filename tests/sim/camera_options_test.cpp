@@ -101,6 +101,8 @@ TEST(CameraOptions, TheEepromFileOutlivesTheCamera) {
   std::ofstream(file) << "too short";
   EXPECT_THROW(SimulatedCamera{options}, std::runtime_error);
   std::filesystem::remove(file);
+  options.eeprom_file = "/dev/zero";
+  EXPECT_THROW(SimulatedCamera{options}, std::runtime_error) << "a file without an end";
 }
 
 }  // namespace

@@ -103,6 +103,7 @@ TEST(FaultScript, MistakesAreNamedWithTheirPlace) {
                           "unplug after 5 cats",
                           "unplug at 1s back",
                           "unplug at 1s back after 1s on port 0",
+                          "unplug at 1s back after 1s on port 65",
                           "open",
                           "claim idle",
                           "camera 0 open denied",

@@ -73,7 +73,7 @@ TEST_F(Params, AFileMayBeShortAndForAnotherModel) {
   const auto name = write("b.conf", "\xEF\xBB\xBF  gain=12 # louder\r\nglobal-reset = on\nmirror-y = on");
   EXPECT_THAT(output_of(camera(), {"params", "load", name}), HasSubstr("global-reset left out"));
   EXPECT_EQ(output_of(camera(), {"get", "gain", "mirror-y", "exposure"}),
-            "gain=12\nmirror-y=on\nexposure=5\n");
+            "gain=12\nmirror-y=on\nexposure=275\n");
 }
 
 TEST_F(Params, AMistakeIsReportedWithItsLineAndNothingChanges) {

@@ -33,8 +33,8 @@ TEST_F(RequestOrder, OfOpeningAndClosing) {
   append(expected, {{0xC3, 0x400, 0},
                     {0xC3, 0x440, 0},
                     {0xC3, 0x480, 0},  // fixed pattern
-                    {0xB6, 10, 50},
-                    {0xB6, 11, 0},       // exposure: 5 lines of 10 us
+                    {0xB6, 10, 8400},
+                    {0xB6, 11, 0},       // exposure: 840 lines of 10 us
                     {0xA6, 0x3204, 15},  // gain
                     {0xB2, 0, 0},        // high speed
                     {0xAB, 4, 1},        // readout mode
