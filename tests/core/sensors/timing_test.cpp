@@ -1,11 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <cmath>
+#include <limits>
 #include <utility>
 
 #include "core/control/exposure.h"
-#include "core/registry/camera_parameter.h"
-#include "device/vendor_request.h"
+#include "core/registry/model_table.h"
 #include "sensor_test.h"
+
+// The duration of a line, high-speed readout, frame rate and global reset.
 
 namespace kxcam::test {
 namespace {
@@ -75,7 +77,7 @@ const std::vector<Timing> kTimings = {
 };
 // clang-format on
 
-class LineTimingTest : public SensorTest {
+class TimingTest : public SensorTest {
  protected:
   void open_at(const Timing& timing) {
     CameraContext& camera = open_model(timing.pid);
@@ -86,51 +88,65 @@ class LineTimingTest : public SensorTest {
     camera.parameter.resolution_mode = timing.mode;
     camera.parameter.exposure = timing.exposure;
   }
+  static int count(int width = 0, int height = 0) { return set_exposure_width(kCamera, width, height); }
+  static double unit() { return get(CameraGetExposureUnit, kCamera); }
+  int flicker_lines() { return context().sensor.flicker_lines; }
+  /// A timing that stays where it is not counted anew.
+  void pretend_timing() {
+    context().sensor.line_time_ms = 0.5;
+    context().sensor.flicker_lines = 20;
+  }
 };
 
-TEST_F(LineTimingTest, OfEverySensor) {
+TEST_F(TimingTest, LinesOfEverySensor) {
   for (const Timing& timing : kTimings) {
     SCOPED_TRACE(testing::Message() << std::hex << timing.pid);
     open_at(timing);
-    EXPECT_EQ(set_exposure_width(kCamera, 0, 0), timing.extra_width);
-    EXPECT_DOUBLE_EQ(get(CameraGetExposureUnit, kCamera), timing.unit);
-    EXPECT_EQ(context().sensor.flicker_lines, timing.at_50_hz);
+    EXPECT_EQ(count(), timing.extra_width);
+    EXPECT_DOUBLE_EQ(unit(), timing.unit);
+    EXPECT_EQ(flicker_lines(), timing.at_50_hz);
     EXPECT_DOUBLE_EQ(get(CameraGetExposureTime, kCamera), timing.exposure * timing.unit);
-    context().parameter.isp_flags.set_bits(kAntiFlicker60Hz, true);
-    EXPECT_EQ(set_exposure_width(kCamera, 1280, 960), timing.extra_width);
-    EXPECT_EQ(context().sensor.flicker_lines, timing.at_60_hz);
+    EXPECT_EQ(CameraSetAntiFlicker(kCamera, 2), 0U);
+    EXPECT_EQ(count(1280, 960), timing.extra_width);
+    EXPECT_EQ(flicker_lines(), timing.at_60_hz);
   }
 }
 
-TEST_F(LineTimingTest, BlankingDependsOnTheSizeAskedAbout) {
-  open(0x0500).parameter.resolution_mode = 2;
-  for (const auto& [height, extra] : {std::pair(480, 2888), {481, 1506}, {960, 1506}, {961, 894}}) {
-    EXPECT_EQ(get_extra_exposure_width(kCamera, 640, height), extra) << height;
+TEST_F(TimingTest, BlankingDependsOnTheSizeAskedAbout) {
+  const struct {
+    uint32_t mid;
+    int mode;
+    std::pair<uint16_t, uint16_t> preset;
+    int width;
+    int height;
+    int extra;
+  } rows[] = {{0x0500, 2, {0, 0}, 640, 480, 2888},
+              {0x0500, 2, {0, 0}, 640, 481, 1506},
+              {0x0500, 2, {0, 0}, 640, 960, 1506},
+              {0x0500, 2, {0, 0}, 640, 961, 894},
+              {0x0300, 2, {0x05, 10}, 1024, 768, 705},
+              {0x0300, 2, {0x05, 10}, 1024, 769, 379},
+              {0x0E00, 1, {0x300C, 5000}, 4384, 3288, 5000 - 4384},
+              {0x0E60, 1, {0x04, 100}, 640, 480, 1600 - 1280}};  // always of the present readout
+  for (const auto& row : rows) {
+    open(row.mid).parameter.resolution_mode = static_cast<uint8_t>(row.mode);
+    preset_sensor(row.preset.first, row.preset.second);
+    EXPECT_EQ(get_extra_exposure_width(kCamera, row.width, row.height), row.extra)
+        << std::hex << row.mid << std::dec << ", " << row.height;
   }
-  open(0x0300).parameter.resolution_mode = 2;
-  preset_sensor(0x05, 10);
-  EXPECT_EQ(get_extra_exposure_width(kCamera, 1024, 768), 705);
-  EXPECT_EQ(get_extra_exposure_width(kCamera, 1024, 769), 379);
-
-  open(0x0E00);
-  preset_sensor(0x300C, 5000);
-  EXPECT_EQ(get_extra_exposure_width(kCamera, 4384, 3288), 5000 - 4384);
-  open(0x0E60);
-  preset_sensor(0x04, 100);
-  EXPECT_EQ(get_extra_exposure_width(kCamera, 640, 480), 1600 - 1280) << "always of the present readout";
 }
 
-TEST_F(LineTimingTest, WhatCannotBeLeavesTheTimingAsItWas) {
+TEST_F(TimingTest, WhatCannotBeLeavesTheTimingAsItWas) {
   // A register that reads 0, a divider of 1 (a clock divided by zero) or 0, a line shorter than a pixel.
   const struct {
     uint32_t mid;
-    std::vector<std::pair<uint16_t, uint16_t>> registers;
-  } lies[] = {{0x0120, {}},
-              {0x0180, {}},
-              {0x0E60, {}},
-              {0x0DC0, {}},
-              {0x0400, {}},
-              {0x3130, {}},
+    std::vector<std::pair<uint16_t, uint16_t>> registers = {};
+  } lies[] = {{0x0120},
+              {0x0180},
+              {0x0E60},
+              {0x0DC0},
+              {0x0400},
+              {0x3130},
               {0x3130, {{0x320D, 3}}},
               {0x0410, {{0x320D, 9}, {0x36EA, 1}}},
               {0x0410, {{0x320D, 9}, {0x36EA, 0x10}}}};
@@ -138,15 +154,14 @@ TEST_F(LineTimingTest, WhatCannotBeLeavesTheTimingAsItWas) {
     SCOPED_TRACE(testing::Message() << std::hex << lie.mid);
     open(lie.mid);
     for (const auto& [reg, value] : lie.registers) preset_sensor(reg, value);
-    context().sensor.line_time_ms = 0.5;
-    context().sensor.flicker_lines = 20;
-    EXPECT_EQ(code_of([] { return set_exposure_width(kCamera, 0, 0) != -1; }), KXCAM_ERROR_READ_REQUEST);
-    EXPECT_EQ(context().sensor.line_time_ms, 0.5);
-    EXPECT_EQ(context().sensor.flicker_lines, 20);
+    pretend_timing();
+    EXPECT_EQ(code_of([] { return count() != -1; }), KXCAM_ERROR_READ_REQUEST);
+    EXPECT_EQ(unit(), 0.5);
+    EXPECT_EQ(flicker_lines(), 20);
   }
 }
 
-TEST_F(LineTimingTest, NoAnswerOfAnyCameraMakesAnInfinityOrAHang) {
+TEST_F(TimingTest, NoAnswerOfAnyCameraMakesAnInfinityOrAHang) {
   for (const CameraModel& model : model_table) {
     SCOPED_TRACE(testing::Message() << std::hex << model.PID);
     for (const std::vector<uint8_t>& answer : {std::vector<uint8_t>{0, 0}, {0xFF, 0xFF}, {0x01}, {}}) {
@@ -154,46 +169,101 @@ TEST_F(LineTimingTest, NoAnswerOfAnyCameraMakesAnInfinityOrAHang) {
       camera().inject({.requests = {{.action = kxsim::RequestFault::Action::kReply,
                                      .code = kxsim::kSensorRead,
                                      .reply = answer}}});
-      set_exposure_width(kCamera, 0, 0);
-      EXPECT_TRUE(std::isfinite(context().sensor.line_time_ms));
-      EXPECT_GE(context().sensor.line_time_ms, 0.0);
-      EXPECT_GE(context().sensor.flicker_lines, 0);
+      count();
+      EXPECT_TRUE(std::isfinite(unit()) && unit() >= 0 && flicker_lines() >= 0);
     }
     open_model(model.PID);
-    context().sensor.line_time_ms = 0.5;
+    pretend_timing();
     break_requests(kxsim::kSensorRead);
-    const bool asks_the_sensor = set_exposure_width(kCamera, 0, 0) == -1;
-    EXPECT_EQ(get_extra_exposure_width(kCamera, 0, 0) == -1 || !requests().empty(), asks_the_sensor);
-    if (asks_the_sensor) {
-      EXPECT_EQ(context().sensor.line_time_ms, 0.5);
+    if (count() == -1) {
+      EXPECT_EQ(unit(), 0.5) << "the sensor is asked";
     }
   }
 }
 
-TEST_F(LineTimingTest, HighSpeedCountsAnewAndIsTheBridgesToRefuse) {
+TEST_F(TimingTest, HighSpeedCountsAnewAndIsTheBridgesToRefuse) {
   open(0x0130);
-  EXPECT_TRUE(ok(CameraSetHighspeed(kCamera, true)));
+  EXPECT_EQ(CameraSetHighspeed(kCamera, true), 0U);
   EXPECT_EQ(requests(), "B2=1 r5");
-  EXPECT_DOUBLE_EQ(get(CameraGetExposureUnit, kCamera), (1280 + 225) * 0.001 / 48);
-  EXPECT_EQ(get(CameraGetHighspeed, kCamera), 1);
-  EXPECT_TRUE(ok(CameraSetHighspeed(kCamera, false)));
-  EXPECT_DOUBLE_EQ(get(CameraGetExposureUnit, kCamera), (1280 + 225) * 0.001 / 24);
+  EXPECT_DOUBLE_EQ(unit(), (1280 + 225) * 0.001 / 48);
+  EXPECT_EQ(CameraSetHighspeed(kCamera, false), 0U);
+  EXPECT_DOUBLE_EQ(unit(), (1280 + 225) * 0.001 / 24);
   break_requests(kxsim::kHighSpeed);
   EXPECT_EQ(code_of(CameraSetHighspeed, kCamera, true), KXCAM_ERROR_READ_REQUEST);
-  EXPECT_EQ(get(CameraGetHighspeed, kCamera), 0);
-  context().device.usb_handle.store(nullptr);
+  EXPECT_FALSE(get(CameraGetHighspeed, kCamera));
+  lose_device();
   EXPECT_EQ(code_of(CameraSetHighspeed, kCamera, true), KXCAM_ERROR_NO_DEVICE);
 }
 
-TEST_F(LineTimingTest, ANewGeometryRenewsDelayAndTiming) {
+TEST_F(TimingTest, ANewGeometryRenewsDelayAndTiming) {
   open_model(0x3500);
-  EXPECT_TRUE(ok(CameraSetResolution(kCamera, 2, nullptr, nullptr)));
+  int width = 0;
+  EXPECT_EQ(CameraSetResolution(kCamera, 2, &width, nullptr), 0U);
   EXPECT_EQ(requests(), "AC=2 w6=39 w9=5");
-  EXPECT_DOUBLE_EQ(get(CameraGetExposureUnit, kCamera),
-                   (context().stream.geometry.load().frame_width + 894) * 0.001 / 96);
-  EXPECT_TRUE(ok(CameraSetROI(kCamera, 0, 0, 800, 600)));
+  EXPECT_DOUBLE_EQ(unit(), (width + 894) * 0.001 / 96);
+  EXPECT_EQ(CameraSetROI(kCamera, 0, 0, 800, 600), 0U);
   EXPECT_EQ(requests(), "AD=0 AD=0 w6=39 w9=5");
-  EXPECT_DOUBLE_EQ(get(CameraGetExposureUnit, kCamera), (800 + 894) * 0.001 / 96);
+  EXPECT_DOUBLE_EQ(unit(), (800 + 894) * 0.001 / 96);
+}
+
+TEST_F(TimingTest, TheBridgeKeepsAFixedRate) {
+  const struct {
+    bool fixed;
+    double fps;
+    const char* requests;
+  } rows[] = {{true, 29.97, "R8 W9=12B W8=1"},
+              {true, 0.05, "R8 W9=1 W8=1"},
+              {true, 1e300, "R8 W9=FFFF W8=1"},
+              {false, 25, "R8 W8=0 W1=1"},  // restarted on the way out
+              {false, 25, "R8 W8=0"}};
+  open(0x0600);
+  bool fixed = true;
+  double fps = 0;
+  const auto read = [&] { EXPECT_EQ(CameraGetFrameRate(kCamera, &fixed, &fps), 0U); };
+  for (const auto& row : rows) {
+    EXPECT_EQ(CameraSetFrameRate(kCamera, row.fixed, row.fps), 0U);
+    EXPECT_EQ(requests(), row.requests);
+    read();
+    EXPECT_EQ(fixed, row.fixed);
+    EXPECT_EQ(fps, row.fps);
+  }
+  for (const double bad : {std::nan(""), std::numeric_limits<double>::infinity()})
+    EXPECT_EQ(code_of(CameraSetFrameRate, kCamera, true, bad), KXCAM_ERROR_ARGUMENT);
+  break_requests(kxsim::kIspWrite);
+  break_requests(kxsim::kIspRead);
+  EXPECT_EQ(CameraSetFrameRate(kCamera, true, 5), 0U) << "the bridge's answer does not matter";
+  lose_device();
+  EXPECT_EQ(code_of(CameraSetFrameRate, kCamera, true, 6), KXCAM_ERROR_NO_DEVICE);
+  read();
+  EXPECT_EQ(fps, 5.0);
+}
+
+TEST_F(TimingTest, GlobalResetIsACapability) {
+  open(0x0920);
+  EXPECT_EQ(CameraSetGlobalReset(kCamera, false), 0U);
+  EXPECT_EQ(code_of(CameraGetGlobalReset, kCamera), KXCAM_ERROR_NOT_SUPPORTED);
+  EXPECT_EQ(requests(), "");
+
+  open(0x0600, 0x4);
+  for (const bool on : {false, true}) {
+    EXPECT_EQ(CameraSetGlobalReset(kCamera, on), 0U);
+    EXPECT_EQ(get(CameraGetGlobalReset, kCamera), on);
+  }
+  EXPECT_EQ(requests(), "") << "a switch of the library on this sensor";
+  EXPECT_EQ(CameraSetSnapMode(kCamera, 2), 0U);
+  EXPECT_EQ(code_of(CameraSetGlobalReset, kCamera, false), KXCAM_ERROR_ARGUMENT);
+  EXPECT_TRUE(get(CameraGetGlobalReset, kCamera));
+
+  for (const uint32_t mid : {0x0920U, 0x092BU}) {
+    open(mid, 0x4);
+    EXPECT_EQ(CameraSetExposure(kCamera, 1000), 0U);
+    forget_requests();
+    EXPECT_EQ(CameraSetGlobalReset(kCamera, false), 0U);
+    EXPECT_EQ(requests(), "w8=0 W1C=0 R15 W14=BC4 W1E=0 wB=DD wC=7 WA=3E7 WB=0")
+        << "the shutter is rewritten";
+    EXPECT_EQ(CameraSetGlobalReset(kCamera, true), 0U);
+    EXPECT_EQ(requests(), "w8=1 W1C=1 R15 W14=BC4 W1E=0 wB=0 wC=0 WA=3E7 WB=0");
+  }
 }
 
 }  // namespace
