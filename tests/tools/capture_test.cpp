@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <filesystem>
+#include <numeric>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
@@ -182,6 +183,36 @@ TEST_F(Capture, AReaderThatLeavesEndsItInOrder) {
   EXPECT_EQ(result.status, 1);
   EXPECT_EQ(result.output.size(), 10U);
   EXPECT_THAT(result.error, HasSubstr("standard output"));
+}
+
+double brightness(const Cameras& cameras, const std::vector<std::string>& options) {
+  const TemporaryFolder folder;
+  const std::string file = folder.path() / "picture.pgm";
+  std::vector<std::string> arguments = {"capture", "--skip", "8", "-o", file};
+  arguments.insert(arguments.end(), options.begin(), options.end());
+  const Result result = run(cameras, arguments);
+  EXPECT_EQ(result.status, 0) << result.error;
+  const SavedPicture picture = read_pnm(read_file(file));
+  return std::accumulate(picture.samples.begin(), picture.samples.end(), 0.0) /
+         static_cast<double>(picture.samples.size());
+}
+
+TEST(CaptureSettings, ExposeAsAsked) {
+  const Cameras lit{{"3600,fps=0,noise=0,light=1.2"}};
+  const double dark = brightness(lit, {"--exposure-ms", "2", "--gain", "1"});
+  const double bright = brightness(lit, {"--exposure-ms", "8", "--gain", "1"});
+  const double amplified = brightness(lit, {"--exposure-ms", "2", "--gain", "121"});
+  EXPECT_NEAR(bright / dark, 4, 0.4);
+  EXPECT_NEAR(amplified / dark, 4, 0.4) << "12 dB";
+  EXPECT_GT(brightness(lit, {"--auto"}), 1.5 * dark);
+}
+
+TEST(CaptureSettings, TriggerEachFrame) {
+  const TemporaryFolder folder;
+  const Result result =
+      run({{"3600,fps=0"}}, {"capture", "--trigger", "-n", "3", "-o", folder.path() / "shot.png"});
+  EXPECT_EQ(result.status, 0) << result.error;
+  EXPECT_TRUE(std::filesystem::exists(folder.path() / "shot-0003.png"));
 }
 
 }  // namespace

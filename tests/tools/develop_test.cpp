@@ -111,10 +111,10 @@ TEST_F(Develop, RefusesWhatIsNoFrame) {
   std::ofstream(file("empty.raw"));
   std::ofstream(file("whole.raw")) << std::string(720 * 540, 'x');
   const std::pair<std::vector<std::string>, std::string> mistakes[] = {
-      {{"--model", "3600", file("short.raw")}, "holds 388799 bytes, and a frame has 388800"},
+      {{"--model", "3600", file("short.raw")}, "holds 388799 bytes, not a whole number of frames of 388800"},
       {{"--model", "3600", file("empty.raw")}, "holds 0 bytes"},
-      {{"--model", "3501", file("whole.raw")}, "there is no model 3501"},
-      {{"--model", "0.3MP-M", file("whole.raw")}, "several models are called 0.3MP-M"},
+      {{"--model", "3501", file("whole.raw")}, "unknown model 3501"},
+      {{"--model", "0.3MP-M", file("whole.raw")}, "several models have the name 0.3MP-M"},
       {{"--model", "3600", "--width", "721", file("whole.raw")}, "721 x 540"},
       {{"--model", "3600", "--width", "722", file("whole.raw")}, "722 x 540"},
       {{"--model", "3600", "--width", "360", "--one-push", file("whole.raw")}, "whole sensor"},

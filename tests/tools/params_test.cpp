@@ -58,7 +58,7 @@ TEST_F(Params, AFileCarriesAllSettingsToAnotherCamera) {
                           HasSubstr("\ntarget             = 60          # levels, 0..255\n"),
                           HasSubstr("\nexposure           = 70000       # lines, "),
                           HasSubstr("\nrotate-90          = on          # off|on\n"),
-                          HasSubstr("# global-reset       this camera has none\n"),
+                          HasSubstr("# global-reset       not offered by this camera\n"),
                           HasSubstr("serial KXSIM0000001"), Not(HasSubstr("exposure-ms"))));
 
   const Cameras other = camera("3500", "other");
@@ -71,7 +71,7 @@ TEST_F(Params, AFileCarriesAllSettingsToAnotherCamera) {
 
 TEST_F(Params, AFileMayBeShortAndForAnotherModel) {
   const auto name = write("b.conf", "\xEF\xBB\xBF  gain=12 # louder\r\nglobal-reset = on\nmirror-y = on");
-  EXPECT_THAT(output_of(camera(), {"params", "load", name}), HasSubstr("global-reset left out"));
+  EXPECT_THAT(output_of(camera(), {"params", "load", name}), HasSubstr("skipped global-reset"));
   EXPECT_EQ(output_of(camera(), {"get", "gain", "mirror-y", "exposure"}),
             "gain=12\nmirror-y=on\nexposure=275\n");
 }
@@ -79,15 +79,15 @@ TEST_F(Params, AFileMayBeShortAndForAnotherModel) {
 TEST_F(Params, AMistakeIsReportedWithItsLineAndNothingChanges) {
   const std::string before = settings_of(camera());
   const std::pair<std::string, std::string> mistakes[] = {
-      {"gain = 3\ncolour = 7\n", "x.conf:2: there is no control colour"},
-      {"gain = 3\n\n# gain\ntarget = 256\n", "x.conf:4: 256 is no value of target\nGive 0..255."},
-      {"gain = 3\ngain = 4\n", "x.conf:2: gain has a value already\nIt is in line 1."},
-      {"gain = 3\nhello\n", "x.conf:2: hello is no assignment"},
-      {"gain =\n", "x.conf:1: nothing is no value of gain"},
-      {"exposure-ms = 3\n", "x.conf:1: exposure-ms has no place in a file"},
+      {"gain = 3\ncolour = 7\n", "x.conf:2: unknown control 'colour'"},
+      {"gain = 3\n\n# gain\ntarget = 256\n", "x.conf:4: invalid value 256 for target (0..255)"},
+      {"gain = 3\ngain = 4\n", "x.conf:2: gain is set twice\nThe first time is in line 1."},
+      {"gain = 3\nhello\n", "x.conf:2: 'hello' is not an assignment"},
+      {"gain =\n", "x.conf:1: invalid value '' for gain"},
+      {"exposure-ms = 3\n", "x.conf:1: exposure-ms is not stored"},
       {"", "x.conf holds no settings"},
       {"\xEF\xBB\xBF# gain = 3\r\n", "x.conf holds no settings"},
-      {std::string(70'000, '#'), "too long"}};
+      {std::string(70'000, '#'), "too long for a settings file"}};
   for (const auto& [text, answer] : mistakes) {
     const Result result = run(camera(), {"params", "load", write("x.conf", text)});
     EXPECT_EQ(result.status, 2) << answer;
@@ -111,6 +111,13 @@ TEST_F(Params, ResetPutsABlankCameraRight) {
   EXPECT_EQ(
       output_of(blank, {"get", "mirror-x", "mirror-y", "rotate-90", "auto-exposure", "strobe", "delay"}),
       "mirror-x=off\nmirror-y=off\nrotate-90=off\nauto-exposure=off\nstrobe=on\ndelay=0\n");
+}
+
+TEST_F(Params, SetStoresOnlyWhenAskedTo) {
+  output_of(camera(), {"set", "gain=90"});
+  EXPECT_EQ(output_of(camera(), {"get", "gain"}), "gain=16\n");
+  output_of(camera(), {"set", "--store", "gain=91"});
+  EXPECT_EQ(output_of(camera(), {"get", "gain"}), "gain=91\n");
 }
 
 TEST_F(Params, TheSlotsAreApart) {

@@ -2,6 +2,11 @@
 #include "simulated_run.h"
 
 #include <cstdlib>
+#include <iterator>
+#include <sstream>
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
 
 #include "process.h"
 
@@ -51,4 +56,15 @@ Result run_with_configuration(const std::string& configuration, const std::vecto
   command.insert(command.end(), arguments.begin(), arguments.end());
   Process process(command);
   return finish(process);
+}
+
+void expect_rows(const Cameras& cameras, const std::vector<Row>& rows) {
+  for (const auto& [arguments, status, text] : rows) {
+    std::istringstream words(arguments);
+    const Result result = run(cameras, {std::istream_iterator<std::string>(words), {}});
+    EXPECT_EQ(result.status, status) << arguments << '\n' << result.error;
+    EXPECT_THAT(result.output + result.error, testing::HasSubstr(text)) << arguments;
+    EXPECT_EQ(result.error.starts_with("kxcam: "), status != 0) << arguments << '\n' << result.error;
+    EXPECT_TRUE(status != 2 || result.output.empty()) << arguments;
+  }
 }

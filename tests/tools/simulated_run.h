@@ -17,6 +17,17 @@ struct Cameras {
   std::string faults = {};
 };
 
+/// A command, what it returns, and a part of what it says.
+struct Row {
+  std::string arguments;  ///< of kxcam, with a blank between two
+  int status = 0;
+  std::string text = {};
+};
+
+/// Runs each against the cameras. A failure begins with the program's name, and a command line that is
+/// refused leaves standard output empty.
+void expect_rows(const Cameras& cameras, const std::vector<Row>& rows);
+
 /// Command line of `kxcam arguments…` against the cameras.
 std::vector<std::string> simulated(const Cameras& cameras, const std::vector<std::string>& arguments);
 

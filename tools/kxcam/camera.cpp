@@ -6,8 +6,6 @@
 
 #include <kxcam/kxcam.h>
 
-#include "bus_device.h"
-#include "configuration.h"
 #include "diagnosis.h"
 #include "interrupt.h"
 
@@ -16,22 +14,20 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-AttachedCamera find_camera(int index) {
-  require_configuration();
-  auto cameras = attached_cameras();
-  const auto bus = find_bus_devices();
-  if (cameras.empty()) throw no_camera_error(bus);
-  const auto found = std::ranges::find(cameras, index, &AttachedCamera::index);
-  if (found == cameras.end()) throw no_such_index_error(index, cameras);
-  if (found->model_row == kUnknownModelRow) throw unknown_model_error(*found);
-  if (all_claimed(bus)) throw in_use_error(index);
-  return std::move(*found);
-}
-
 }  // namespace
 
-Camera::Camera(int index) : OpenCamera(find_camera(index)) {
-  if (CameraInit(index) != 0) throw open_error(index, library_error());
+OpenCamera::OpenCamera(AttachedCamera identity) : identity_(std::move(identity)) {}
+
+OpenCamera::~OpenCamera() {
+  CameraFree(index());
+}
+
+void OpenCamera::require(const std::string& action, uint32_t status) const {
+  if (status != 0) throw camera_error(index(), action, library_error());
+}
+
+Camera::Camera(const CameraChoice& choice) : OpenCamera(find_camera(choice)) {
+  if (CameraInit(index()) != 0) throw open_error(index(), library_error());
 }
 
 std::size_t Camera::frame_bytes(PixelFormat format) const {

@@ -4,19 +4,42 @@
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
+#include <string>
 #include <vector>
 
-#include "open_camera.h"
+#include "attached.h"
 #include "picture.h"
 #include "pixel_format.h"
 
 namespace kxcam {
 
+/// A camera that the library has open at its index, with a device or without. It is closed when the object
+/// goes, whatever the reason.
+class OpenCamera {
+ public:
+  OpenCamera(const OpenCamera&) = delete;
+  OpenCamera& operator=(const OpenCamera&) = delete;
+
+  int index() const { return identity_.index; }
+  const AttachedCamera& identity() const { return identity_; }
+
+  /// Throws Error with the library's reason when `status` is a failure.
+  void require(const std::string& action, uint32_t status) const;
+
+ protected:
+  /// Whoever derives from this opens the index.
+  explicit OpenCamera(AttachedCamera identity);
+  ~OpenCamera();
+
+ private:
+  AttachedCamera identity_;
+};
+
 /// An open, streaming camera.
 class Camera : public OpenCamera {
  public:
-  /// Opens camera `index`; throws Error that tells why it cannot be.
-  explicit Camera(int index);
+  /// Throws Error that says why the camera cannot be opened.
+  explicit Camera(const CameraChoice& choice);
 
   /// Bytes of a frame in the format, as the camera is set now.
   std::size_t frame_bytes(PixelFormat format) const;

@@ -1,15 +1,13 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <chrono>
-#include <memory>
 #include <utility>
 #include <vector>
 
 #include <kxcam/kxcam.h>
 
 #include "camera.h"
-#include "camera_settings.h"
-#include "command.h"
-#include "control.h"
+#include "commands.h"
+#include "controls.h"
 #include "diagnosis.h"
 #include "error.h"
 #include "interrupt.h"
@@ -18,20 +16,11 @@
 namespace kxcam {
 namespace {
 
-struct Options {
-  int camera = 0;
-  PictureTarget target;
-  int frames = 1;
-  int skip = 0;
-  int timeout = kDefaultTimeoutMs;
-  CameraSettings settings;
-  bool trigger = false;
-};
-
-void check_usage(const Options& options, PixelFormat format) {
+void check_usage(const CaptureOptions& options, PixelFormat format) {
   if (format != PixelFormat::kRaw) return;
   if (options.settings.changes_orientation()) {
-    throw Error(ExitCode::kUsage, "raw frames come as the sensor reads them and cannot be mirrored or turned",
+    throw Error(ExitCode::kUsage,
+                "raw frames come as the sensor reads them and cannot be mirrored or rotated",
                 "Leave out --mirror-x, --mirror-y and --rotate, or choose --format grey.");
   }
   if (options.settings.one_push) {
@@ -43,7 +32,7 @@ void check_usage(const Options& options, PixelFormat format) {
 /// The frames of one run: taken, encoded and written one after the other.
 class Capture {
  public:
-  Capture(const Options& options, PictureOutput& pictures)
+  Capture(const CaptureOptions& options, PictureOutput& pictures)
       : options_(options),
         pictures_(pictures),
         camera_(options.camera),
@@ -69,7 +58,7 @@ class Capture {
 
   /// Lets automatic exposure come to rest: it follows grey frames, and not every one.
   void settle() {
-    constexpr int kMostFrames = 200;
+    constexpr int kMostFrames = 400;
     constexpr int kRestFrames = 16;
     int rest = 0;
     auto last = exposure_and_gain();
@@ -79,6 +68,8 @@ class Capture {
       rest = now == last ? rest + 1 : 0;
       last = now;
     }
+    if (rest < kRestFrames)
+      print_message("Exposure and gain still change; the brightness of the scene may vary.\n");
   }
 
   std::pair<double, double> exposure_and_gain() const {
@@ -86,48 +77,27 @@ class Capture {
   }
 
   void take_frame(PixelFormat format) {
-    const int code = camera_.query(format, std::chrono::milliseconds(options_.timeout), frame_);
+    const int code = camera_.query(format, std::chrono::milliseconds(options_.timeout_ms), frame_);
     if (interrupted()) throw Error(ExitCode::kFailure, "interrupted");
     if (code == 0) return;
     if (code != KXCAM_ERROR_NO_FRAME) throw camera_error(camera_.index(), "taking a frame", code);
     if (!camera_.answers()) throw camera_gone_error(camera_.index());
-    throw no_frame_error(camera_.index(), options_.timeout);
+    throw no_frame_error(camera_.index(), options_.timeout_ms);
   }
 
-  const Options& options_;
+  const CaptureOptions& options_;
   PictureOutput& pictures_;
   Camera camera_;
   PixelFormat format_;
   std::vector<uint8_t> frame_;
 };
 
-void run(const Options& options, StandardOutput& output) {
+}  // namespace
+
+void capture(const CaptureOptions& options, StandardOutput& output) {
   PictureOutput pictures(options.target, options.frames, output);
   check_usage(options, pictures.format(PixelFormat::kColour));
   Capture(options, pictures).run();
-}
-
-}  // namespace
-
-void add_capture_command(CLI::App& app, Command& chosen) {
-  auto* command = app.add_subcommand("capture", "Take pictures and store them");
-  const auto options = std::make_shared<Options>();
-  add_camera_option(*command, options->camera);
-  add_target_options(*command, options->target);
-  command->add_option("-n,--frames", options->frames, "How many; several files are numbered")
-      ->type_name("N")
-      ->check(CLI::Range(1, 1'000'000'000).description(""))
-      ->capture_default_str();
-  command->add_option("--skip", options->skip, "Frames to let pass first")
-      ->type_name("N")
-      ->check(CLI::Range(0, 1'000'000'000).description(""))
-      ->capture_default_str();
-  add_timeout_option(*command, options->timeout);
-  add_settings_options(*command, options->settings);
-  command->add_flag("--trigger", options->trigger, "Take each frame with a software trigger")
-      ->group("Exposure");
-  command->callback(
-      [options, &chosen] { chosen = [options](StandardOutput& output) { run(*options, output); }; });
 }
 
 }  // namespace kxcam

@@ -39,8 +39,8 @@ bool FileNamePattern::take_place(std::string_view& rest) {
 }
 
 void FileNamePattern::refuse(const std::string& text) {
-  throw Error(ExitCode::kUsage, fmt::format("'{}' is not a pattern for file names", text),
-              "It may hold one place for the number, such as %d or %04d; write %% for a percent sign.");
+  throw Error(ExitCode::kUsage, fmt::format("invalid file name pattern '{}'", text),
+              "Use at most one %d or %04d for the number, and %% for a percent sign.");
 }
 
 std::string FileNamePattern::name(int number, int total) const {

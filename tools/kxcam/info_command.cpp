@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
-#include <memory>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include <fmt/format.h>
@@ -9,31 +10,24 @@
 #include <kxcam/kxcam.h>
 
 #include "camera.h"
-#include "command.h"
+#include "commands.h"
 #include "configuration.h"
+#include "controls.h"
 #include "isp/kernels/cpu_level.h"
 #include "stored_settings.h"
 
 namespace kxcam {
 namespace {
 
-struct Options {
-  int camera = 0;
-  bool json = false;
-};
-
 struct Size {
   int width = 0;
   int height = 0;
 };
 
-struct Tone {
-  double gamma = 0;
-  double contrast = 0;
-  double saturation = 0;
-  int black_level = 0;
-  bool enhancement = false;
-};
+/// What decides how a picture looks that is made now; all else is listed by `kxcam controls`.
+bool is_tone(const Control& control) {
+  return std::string_view(control.group) == "tone" && control.name != std::string_view("interpolation");
+}
 
 struct Info {
   int major = 0;
@@ -49,7 +43,7 @@ struct Info {
   bool mirror_y = false;
   int depth = 0;
   int timeout = 0;
-  Tone tone;
+  std::vector<Assignment> tone;
   bool blank = false;  ///< nothing was ever stored in it
 };
 
@@ -63,17 +57,6 @@ std::vector<Size> read_resolutions(const Camera& camera) {
     camera.require("reading a resolution", CameraGetResolution(camera.index(), preset++, &width, &height));
   }
   return resolutions;
-}
-
-Tone read_tone(const Camera& camera) {
-  const int index = camera.index();
-  Tone tone;
-  camera.require("reading gamma", CameraGetGamma(index, &tone.gamma));
-  camera.require("reading contrast", CameraGetContrast(index, &tone.contrast));
-  camera.require("reading saturation", CameraGetSaturation(index, &tone.saturation));
-  camera.require("reading the black level", CameraGetBlackLevel(index, &tone.black_level));
-  camera.require("reading enhancement", CameraGetEnhancement(index, &tone.enhancement));
-  return tone;
 }
 
 Info read_info(const Camera& camera) {
@@ -91,13 +74,30 @@ Info read_info(const Camera& camera) {
   camera.require("reading mirror Y", CameraGetMirrorY(index, &info.mirror_y));
   camera.require("reading the depth", CameraGetImageDepth(index, &info.depth));
   camera.require("reading the time-out", CameraGetTimeout(index, &info.timeout));
-  info.tone = read_tone(camera);
+  for (const Control& control : control_table()) {
+    if (is_tone(control)) info.tone.push_back({&control, read_control(camera, control)});
+  }
   info.blank = has_blank_settings(camera);
   return info;
 }
 
 nlohmann::ordered_json as_json(const Size& size) {
   return {{"width", size.width}, {"height", size.height}};
+}
+
+nlohmann::ordered_json tone_as_json(const Info& info) {
+  auto json = nlohmann::ordered_json::object();
+  for (const auto& [control, value] : info.tone) {
+    std::string key = control->name;
+    std::ranges::replace(key, '-', '_');
+    if (control->choices != nullptr) {
+      json[key] = value != 0;
+    } else {
+      json[key] =
+          control->whole() ? nlohmann::ordered_json(static_cast<int>(value)) : nlohmann::ordered_json(value);
+    }
+  }
+  return json;
 }
 
 std::string as_json(const Info& info) {
@@ -112,6 +112,8 @@ std::string as_json(const Info& info) {
                                        {"model_row", info.identity.model_row},
                                        {"product_id", fmt::format("{:04x}", info.identity.product_id)},
                                        {"serial", info.identity.serial},
+                                       {"port", info.identity.port},
+                                       {"megabits_per_second", info.identity.megabits},
                                        {"firmware", fmt::format("{:04x}", info.firmware)},
                                        {"sensor", as_json(info.maximum)},
                                        {"resolutions", resolutions},
@@ -121,12 +123,7 @@ std::string as_json(const Info& info) {
                                        {"depth", info.depth},
                                        {"timeout_ms", info.timeout},
                                        {"stored_settings", info.blank ? "blank" : "loaded"},
-                                       {"tone",
-                                        {{"gamma", info.tone.gamma},
-                                         {"contrast", info.tone.contrast},
-                                         {"saturation", info.tone.saturation},
-                                         {"black_level", info.tone.black_level},
-                                         {"enhancement", info.tone.enhancement}}}};
+                                       {"tone", tone_as_json(info)}};
   return json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 
@@ -135,7 +132,7 @@ std::string as_text(const Info& info) {
   for (int preset = 0; const auto& size : info.resolutions) {
     presets += fmt::format("\n  preset {:<8}{} x {}", preset++, size.width, size.height);
   }
-  return fmt::format(
+  std::string text = fmt::format(
       "library          {}.{}\n"
       "configuration    {}\n"
       "instructions     {}{}\n"
@@ -143,42 +140,31 @@ std::string as_text(const Info& info) {
       "name             {}\n"
       "model            row {}, product {:04x}\n"
       "serial           {}\n"
+      "connection       USB port {}, {} Mbit/s\n"
       "firmware         {:04x}\n"
       "sensor           {} x {}, {} bits\n"
       "resolutions      {}{}\n"
       "picture          {} x {}, mirror X {}, mirror Y {}\n"
       "time-out         {} ms\n"
-      "stored settings  {}\n"
-      "gamma            {:.2f}\n"
-      "contrast         {:.2f}\n"
-      "saturation       {:.2f}\n"
-      "black level      {}\n"
-      "enhancement      {}\n",
+      "stored settings  {}\n",
       info.major, info.minor, info.configuration, name_of(info.processor.level),
-      info.processor.refused ? ", not what KXCAM_CPU asks for: unknown or not available" : "",
+      info.processor.refused ? " (KXCAM_CPU asks for one that is unknown or not available)" : "",
       info.identity.index, info.identity.name, info.identity.model_row, info.identity.product_id,
-      info.identity.serial, info.firmware, info.maximum.width, info.maximum.height, info.depth,
-      info.resolutions.size(), presets, info.picture.width, info.picture.height, info.mirror_x ? "on" : "off",
-      info.mirror_y ? "on" : "off", info.timeout,
-      info.blank ? "blank, nothing was ever stored; `kxcam params reset` stores the factory's" : "loaded",
-      info.tone.gamma, info.tone.contrast, info.tone.saturation, info.tone.black_level,
-      info.tone.enhancement ? "on" : "off");
-}
-
-void run(const Options& options, StandardOutput& output) {
-  const Info info = read_info(Camera(options.camera));
-  output.print(options.json ? as_json(info) : as_text(info));
+      info.identity.serial, info.identity.port, info.identity.megabits, info.firmware, info.maximum.width,
+      info.maximum.height, info.depth, info.resolutions.size(), presets, info.picture.width,
+      info.picture.height, info.mirror_x ? "on" : "off", info.mirror_y ? "on" : "off", info.timeout,
+      info.blank ? "blank: nothing was ever stored; `kxcam params reset` stores factory settings" : "loaded");
+  for (const auto& [control, value] : info.tone) {
+    text += fmt::format("{:<17}{}\n", control->name, value_text(*control, value));
+  }
+  return text;
 }
 
 }  // namespace
 
-void add_info_command(CLI::App& app, Command& chosen) {
-  auto* command = app.add_subcommand("info", "Show what a camera is and how it is set");
-  const auto options = std::make_shared<Options>();
-  add_camera_option(*command, options->camera);
-  add_json_option(*command, options->json);
-  command->callback(
-      [options, &chosen] { chosen = [options](StandardOutput& output) { run(*options, output); }; });
+void info(const InfoOptions& options, StandardOutput& output) {
+  const Info info = read_info(Camera(options.camera));
+  output.print(options.json ? as_json(info) : as_text(info));
 }
 
 }  // namespace kxcam

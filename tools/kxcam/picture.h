@@ -18,10 +18,4 @@ struct Picture {
   int bytes_per_sample() const { return bits > 8 ? 2 : 1; }
 };
 
-/// Throws std::invalid_argument when size and samples do not fit together.
-void check(const Picture& picture);
-
-/// Sample `i` of a 12-bit picture; what the sensor cannot have meant is its full scale.
-uint16_t sample12(const Picture& picture, std::size_t i);
-
 }  // namespace kxcam

@@ -3,7 +3,6 @@
 
 #include <fmt/format.h>
 
-#include "command.h"
 #include "error.h"
 #include "output_file.h"
 
@@ -14,43 +13,29 @@ FileType choose_type(const PictureTarget& target) {
   if (target.type) return *target.type;
   if (target.to_standard_output()) return FileType::kPng;
   if (const auto type = file_type_of(target.output)) return *type;
-  throw Error(ExitCode::kUsage, fmt::format("cannot tell the type of file from the name {}", target.output),
-              "Use an ending .png, .ppm, .pgm or .raw, or give --type.");
+  throw Error(ExitCode::kUsage, fmt::format("unknown file extension in {}", target.output),
+              "Use .png, .ppm, .pgm or .raw, or give --type.");
 }
 
 void check_format(const PictureTarget& target, FileType type) {
   if (!target.format || holds(type, *target.format)) return;
   throw Error(ExitCode::kUsage,
               fmt::format("a {} file cannot hold {} pictures", name_of(type), name_of(*target.format)),
-              "ppm holds colour, pgm grey and raw; png and raw hold all.");
+              "ppm holds colour, pgm grey or raw; png and raw hold any format.");
 }
 
 void check_standard_output(FileType type, int total, const StandardOutput& output) {
   if (total > 1 && !can_be_concatenated(type)) {
-    throw Error(ExitCode::kUsage, "several PNG pictures cannot follow one another on standard output",
+    throw Error(ExitCode::kUsage, "several PNG pictures cannot be written to standard output",
                 "Choose --type ppm, pgm or raw, or write to files.");
   }
   if (output.is_terminal()) {
     throw Error(ExitCode::kUsage, "standard output is a terminal, which cannot show pictures",
-                "Redirect it to a file or a program, or give a file name to -o.");
+                "Redirect it to a file or a program, or name a file with -o.");
   }
 }
 
 }  // namespace
-
-void add_target_options(CLI::App& command, PictureTarget& target) {
-  command
-      .add_option("-o,--output", target.output, "File to write, - for standard output; may hold %d or %04d")
-      ->type_name("FILE")
-      ->capture_default_str();
-  add_format_option(command, target.format);
-  command
-      .add_option_function<std::string>(
-          "--type", [&target](const std::string& name) { target.type = file_type_names().at(name); },
-          "Type of file (default: by the ending of its name)")
-      ->type_name("png|ppm|pgm|raw")
-      ->check(CLI::IsMember(file_type_names()).description(""));
-}
 
 PictureOutput::PictureOutput(const PictureTarget& target, int total, StandardOutput& output)
     : target_(target), total_(total), output_(output), type_(choose_type(target)), pattern_(target.output) {

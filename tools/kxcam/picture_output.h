@@ -4,10 +4,8 @@
 #include <optional>
 #include <string>
 
-#include <CLI/App.hpp>
-
 #include "file_name_pattern.h"
-#include "image_writer.h"
+#include "image_files.h"
 #include "picture.h"
 #include "pixel_format.h"
 #include "progress.h"
@@ -24,10 +22,7 @@ struct PictureTarget {
   bool to_standard_output() const { return output == "-"; }
 };
 
-/// Options --output, --format and --type.
-void add_target_options(CLI::App& command, PictureTarget& target);
-
-/// Writes a series of pictures, each as a whole file, and shows how far it is.
+/// Writes a series of pictures, each as a whole file, and shows the progress.
 class PictureOutput {
  public:
   /// Throws Error (usage) when target and number of pictures do not fit together.

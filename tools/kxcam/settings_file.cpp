@@ -20,9 +20,9 @@ constexpr std::size_t kMostBytes = 65536;
 
 std::string setting_line(const OpenCamera& camera, const Control& control) {
   const auto value = control.get(camera.index());
-  if (!value) return fmt::format("# {:<18} this camera has none\n", control.name);
+  if (!value) return fmt::format("# {:<18} not offered by this camera\n", control.name);
   return fmt::format("{:<18} = {:<10}  # {}{}{}\n", control.name, value_text(control, *value), control.unit,
-                     control.unit.empty() ? "" : ", ", range_text(control));
+                     *control.unit == '\0' ? "" : ", ", range_text(control));
 }
 
 bool is_blank(std::string_view text) {
@@ -55,14 +55,14 @@ class Parser {
   };
 
   void add(const Assignment& assignment) {
-    if (!assignment.control->neutral) {
-      throw Error(ExitCode::kUsage, fmt::format("{} has no place in a file", assignment.control->name),
-                  "It is a view of another setting: `kxcam params save -` shows them.");
+    if (assignment.control->is_view()) {
+      throw Error(ExitCode::kUsage, fmt::format("{} is not stored", assignment.control->name),
+                  "It is another view of a control that is: `kxcam params save -` lists those.");
     }
     const auto [earlier, is_new] = found_.try_emplace(assignment.control, Found{assignment.value, number_});
     if (!is_new) {
-      throw Error(ExitCode::kUsage, fmt::format("{} has a value already", assignment.control->name),
-                  fmt::format("It is in line {}.", earlier->second.line));
+      throw Error(ExitCode::kUsage, fmt::format("{} is set twice", assignment.control->name),
+                  fmt::format("The first time is in line {}.", earlier->second.line));
     }
   }
 
@@ -83,7 +83,7 @@ std::string read_text(const std::string& name) {
   }
   text.resize(static_cast<std::size_t>(file.gcount()));
   if (text.size() > kMostBytes) {
-    throw Error(ExitCode::kUsage, fmt::format("{} is no file of settings: it is too long", path));
+    throw Error(ExitCode::kUsage, fmt::format("{} is too long for a settings file", path));
   }
   return text;
 }
@@ -94,10 +94,10 @@ std::string settings_text(const OpenCamera& camera) {
   const AttachedCamera& identity = camera.identity();
   std::string text = fmt::format(
       "# Settings of {}, product {:04x}, serial {}.\n"
-      "# `kxcam params load` puts them on this camera or on another one.\n\n",
+      "# `kxcam params load` puts them into this camera or another one.\n\n",
       identity.name, identity.product_id, identity.serial);
-  for (const Control& control : all_controls()) {
-    if (control.neutral) text += setting_line(camera, control);
+  for (const Control& control : control_table()) {
+    if (!control.is_view()) text += setting_line(camera, control);
   }
   return text;
 }

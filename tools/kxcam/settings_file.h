@@ -5,7 +5,7 @@
 #include <string_view>
 #include <vector>
 
-#include "assignment.h"
+#include "controls.h"
 
 namespace kxcam {
 

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "small_file.h"
 
+#include <algorithm>
 #include <cerrno>
 
 #include <fcntl.h>
@@ -45,6 +46,12 @@ std::string read_line(const std::filesystem::path& file) {
   int error = 0;
   const std::string text = read_small_file(file, error);
   return text.substr(0, text.find('\n'));
+}
+
+std::string printable(std::string text) {
+  std::ranges::replace_if(
+      text, [](char c) { return c < ' ' || c > '~'; }, '?');
+  return text;
 }
 
 }  // namespace kxcam

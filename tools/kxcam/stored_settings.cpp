@@ -24,19 +24,19 @@ using Values = std::vector<std::optional<double>>;
 /// Of all controls, in the order of their table.
 Values read_all(int camera) {
   Values values;
-  for (const Control& control : all_controls()) values.push_back(control.get(camera));
+  for (const Control& control : control_table()) values.push_back(control.get(camera));
   return values;
 }
 
 bool kept(const Control& control, std::optional<double> before, std::optional<double> after) {
-  if (!control.neutral || !before) return true;
-  const double rounding = control.whole ? 0 : 1e-6;
-  return after && std::abs(*after - *before) < control.stored_step + rounding;
+  if (control.is_view() || !before) return true;
+  const double rounding = control.whole() ? 0 : 1e-6;
+  return after && std::abs(*after - *before) < control.step + rounding;
 }
 
 std::vector<std::string_view> lost_controls(const Values& before, const Values& after) {
   std::vector<std::string_view> names;
-  for (std::size_t i = 0; const Control& control : all_controls()) {
+  for (std::size_t i = 0; const Control& control : control_table()) {
     if (!kept(control, before[i], after[i])) names.push_back(control.name);
     ++i;
   }
@@ -60,8 +60,8 @@ void raise_target(const OpenCamera& camera) {
 /// A camera cuts off what is below its hundredths, and 1.14 is a little less than 114 of them.
 void round_reals(const OpenCamera& camera) {
   constexpr double kHundredth = 0.01;
-  for (const Control& control : all_controls()) {
-    if (control.stored_step != kHundredth) continue;
+  for (const Control& control : control_table()) {
+    if (control.step != kHundredth) continue;
     const double rounded = read_control(camera, control) + kHundredth / 2;
     write_control(camera, control, std::min(rounded, control.maximum));
   }
@@ -102,13 +102,13 @@ std::vector<std::string_view> write_settings(const OpenCamera& camera, std::span
 }
 
 void write_neutral_settings(const OpenCamera& camera) {
-  // A square picture does not show that it is turned, but that of a blank camera always is.
+  // A square picture does not show that it is rotated, but that of a blank camera always is.
   if (has_blank_settings(camera) && !find_control("rotate-90").get(camera.index())) {
-    camera.require("turning the picture back", CameraSetRotate(camera.index(), 90));
+    camera.require("rotating the picture back", CameraSetRotate(camera.index(), 90));
   }
   std::vector<Assignment> settings;
-  for (const Control& control : all_controls()) {
-    if (control.neutral) settings.push_back({&control, *control.neutral});
+  for (const Control& control : control_table()) {
+    if (!control.is_view()) settings.push_back({&control, control.neutral});
   }
   write_settings(camera, settings);
 }

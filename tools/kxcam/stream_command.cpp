@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <chrono>
-#include <memory>
 #include <optional>
 #include <string>
 #include <thread>
@@ -12,9 +11,8 @@
 #include <kxcam/kxcam.h>
 
 #include "camera.h"
-#include "camera_settings.h"
-#include "command.h"
-#include "control.h"
+#include "commands.h"
+#include "controls.h"
 #include "diagnosis.h"
 #include "interrupt.h"
 #include "progress.h"
@@ -34,17 +32,6 @@ constexpr int kMostTimeoutsInARow = 3;
 constexpr int kMostReconnectsInVain = 3;
 constexpr milliseconds kPauseAfterError{10};
 constexpr milliseconds kPauseBetweenSearches{250};
-
-struct Options {
-  int camera = 0;
-  std::optional<double> seconds;
-  std::optional<uint64_t> frames;
-  int timeout = kDefaultTimeoutMs;
-  std::optional<PixelFormat> format;
-  bool json = false;
-  bool reconnect = false;
-  CameraSettings settings;
-};
 
 /// Tells how the stream goes: often on a terminal, once a second elsewhere, not at all beside JSON.
 class Reporter {
@@ -82,7 +69,7 @@ class Reporter {
 
 class Stream {
  public:
-  Stream(const Options& options, const Camera& camera)
+  Stream(const StreamOptions& options, const Camera& camera)
       : options_(options),
         camera_(camera),
         format_(options.format.value_or(natural_format(camera.identity().product_id))) {}
@@ -139,7 +126,7 @@ class Stream {
   }
 
   void note_silence() {
-    const bool too_long = quiet_ms() >= (timeouts_in_a_row_ + 1) * options_.timeout;
+    const bool too_long = quiet_ms() >= (timeouts_in_a_row_ + 1) * options_.timeout_ms;
     if (too_long) {
       ++timeouts_in_a_row_;
       statistics_.add_timeout();
@@ -190,7 +177,7 @@ class Stream {
     reporter.announce(fmt::format("camera {} is back after {:.1f} s", camera_.index(), away.count()));
   }
 
-  const Options& options_;
+  const StreamOptions& options_;
   const Camera& camera_;
   PixelFormat format_;
   StreamStatistics statistics_;
@@ -203,7 +190,7 @@ class Stream {
   std::optional<Error> failure_;
 };
 
-void print_summary(const Stream& stream, const Camera& camera, const Options& options,
+void print_summary(const Stream& stream, const Camera& camera, const StreamOptions& options,
                    StandardOutput& output) {
   const auto elapsed = stream.elapsed();
   if (!options.json) {
@@ -216,7 +203,9 @@ void print_summary(const Stream& stream, const Camera& camera, const Options& op
   output.print(json.dump(2) + "\n");
 }
 
-void run(const Options& options, StandardOutput& output) {
+}  // namespace
+
+void stream(const StreamOptions& options, StandardOutput& output) {
   const Camera camera(options.camera);
   apply(options.settings, camera);
   Stream stream(options, camera);
@@ -229,28 +218,6 @@ void run(const Options& options, StandardOutput& output) {
   if (stream.statistics().frames() > 0 || interrupted()) return;
   throw no_frame_error(camera.index(),
                        static_cast<int>(std::chrono::duration_cast<milliseconds>(stream.elapsed()).count()));
-}
-
-}  // namespace
-
-void add_stream_command(CLI::App& app, Command& chosen) {
-  auto* command = app.add_subcommand("stream", "Take frames, store none and show the rate");
-  const auto options = std::make_shared<Options>();
-  add_camera_option(*command, options->camera);
-  command->add_option("--seconds", options->seconds, "Stop after this time (default: at Ctrl-C)")
-      ->type_name("S")
-      ->check(CLI::Range(0.001, 1e9).description(""));
-  command->add_option("-n,--frames", options->frames, "Stop after so many frames")
-      ->type_name("N")
-      ->check(CLI::Range(1, 1'000'000'000).description(""));
-  add_format_option(*command, options->format);
-  add_timeout_option(*command, options->timeout);
-  command->add_flag("--reconnect", options->reconnect,
-                    "Go on when a camera that was lost is plugged in again, into any port");
-  add_json_option(*command, options->json);
-  add_settings_options(*command, options->settings);
-  command->callback(
-      [options, &chosen] { chosen = [options](StandardOutput& output) { run(*options, output); }; });
 }
 
 }  // namespace kxcam

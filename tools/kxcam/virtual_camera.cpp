@@ -44,8 +44,8 @@ const CameraModel* model_of_name(std::string_view name) {
   for (const CameraModel& row : model_table) {
     if (without_prefix(row.MODEL) != without_prefix(name)) continue;
     if (found != nullptr && !make_the_same_frames(*found, row)) {
-      throw Error(ExitCode::kUsage, fmt::format("several models are called {}", name),
-                  fmt::format("Give the product id, such as {:04x} or {:04x}.", found->PID, row.PID));
+      throw Error(ExitCode::kUsage, fmt::format("several models have the name {}", name),
+                  fmt::format("Use the product id, such as {:04x} or {:04x}.", found->PID, row.PID));
     }
     if (found == nullptr) found = &row;
   }
@@ -87,8 +87,8 @@ int find_product(std::string_view text) {
   if (const auto* named = model_of_name(text)) return static_cast<int>(named->PID);
   std::set<std::string_view> names;
   for (const CameraModel& row : model_table) names.insert(without_prefix(row.MODEL));
-  throw Error(ExitCode::kUsage, fmt::format("there is no model {}", text),
-              fmt::format("Give a product id, such as 3500, or one of {}.", fmt::join(names, ", ")));
+  throw Error(ExitCode::kUsage, fmt::format("unknown model {}", text),
+              fmt::format("Use a product id, such as 3500, or one of {}.", fmt::join(names, ", ")));
 }
 
 VirtualCamera::VirtualCamera(int product_id, const std::optional<ColourMatrix>& matrix)

@@ -9,7 +9,7 @@
 #include <string_view>
 #include <vector>
 
-#include "open_camera.h"
+#include "camera.h"
 #include "picture.h"
 #include "pixel_format.h"
 

@@ -9,6 +9,7 @@
 #include <libusb.h>
 
 #include "doctor/findings_output.h"
+#include "doctor/privacy.h"
 
 namespace kxcam::doctor {
 namespace {
@@ -37,212 +38,206 @@ Facts healthy() {
   return facts;
 }
 
-/// The finding of that name; a failure and an empty one when it is not there exactly once.
-Finding find(const Facts& facts, const std::string& check) {
-  Finding found;
-  int times = 0;
-  for (const auto& finding : examine(facts)) {
-    if (finding.check != check) continue;
-    found = finding;
-    ++times;
-  }
-  EXPECT_EQ(times, 1) << check;
-  return found;
-}
-
-/// The one thing wrong with these facts.
-Finding only_complaint(const Facts& facts) {
-  Findings complaints;
-  for (const auto& finding : examine(facts)) {
-    if (finding.severity != Severity::kOk) complaints.push_back(finding);
-  }
-  EXPECT_EQ(complaints.size(), 1U) << as_text(facts, complaints);
-  return complaints.empty() ? Finding{} : complaints.front();
-}
-
 TEST(Examination, FindsNothingWrongWhereNothingIs) {
   const Findings findings = examine(healthy());
   EXPECT_FALSE(has_problem(findings)) << as_text(healthy(), findings);
   EXPECT_EQ(findings.size(), 10U) << "every check spoke";
   for (const auto& finding : findings) EXPECT_EQ(finding.remedy, "") << finding.text;
+  EXPECT_FALSE(find_obstacle(healthy(), "2-1.4"));
 }
 
-TEST(Examination, AskedAboutAnEmptyBusBlamesCableContainerOrKernel) {
-  Facts facts = healthy();
-  facts.cameras.clear();
-  EXPECT_THAT(only_complaint(facts).remedy, HasSubstr("cable"));
-  facts.node_folder = false;
-  EXPECT_THAT(find(facts, "device-files").remedy, HasSubstr("udev"));
-  facts.container = true;
-  EXPECT_THAT(find(facts, "device-files").remedy, HasSubstr("-v /dev/bus/usb"));
-  facts.usb_in_sysfs = false;
-  EXPECT_THAT(find(facts, "bus").text, HasSubstr("no USB bus"));
+/// What is changed about healthy facts, and what follows: one complaint, or with kOk none, from that check.
+struct Row {
+  void (*change)(Facts& facts, CameraFacts& camera);
+  const char* check;
+  Severity severity;
+  const char* text;  ///< part of the finding or its remedy
+  std::optional<ExitCode> prevents_use = {};
+};
 
-  facts.simulated = true;
-  const Finding absent = only_complaint(facts);
-  EXPECT_EQ(absent.check, "bus") << "the machine's own bus is nobody's business then";
-  EXPECT_THAT(absent.text, HasSubstr("no camera"));
-}
+constexpr auto kOk = Severity::kOk;
+constexpr auto kWarning = Severity::kWarning;
+constexpr auto kProblem = Severity::kProblem;
+constexpr auto kFailure = ExitCode::kFailure;
+constexpr auto kNoPermission = ExitCode::kNoPermission;
 
-TEST(Examination, LibusbThatDoesNotStartIsAProblemAnywhere) {
-  Facts facts = healthy();
-  facts.libusb_start = LIBUSB_ERROR_OTHER;
-  for (const bool simulated : {false, true}) {
-    facts.simulated = simulated;
-    EXPECT_EQ(find(facts, "device-files").severity, Severity::kProblem);
+void expect_conclusions(const Facts& start, std::initializer_list<Row> rows) {
+  for (int number = 1; const Row& row : rows) {
+    SCOPED_TRACE(testing::Message() << "row " << number++ << ", " << row.check << ": " << row.text);
+    Facts facts = start;
+    facts.cameras.reserve(16);  // rows add copies of the first
+    row.change(facts, facts.cameras.front());
+    if (facts.cameras.size() > 1 && facts.cameras[1].port.empty()) facts.cameras.clear();
+    Findings complaints;
+    std::string texts;
+    for (const auto& finding : examine(facts)) {
+      if (finding.check == row.check) texts += finding.text + "\n" + finding.remedy + "\n";
+      if (finding.severity != kOk) complaints.push_back(finding);
+      EXPECT_THAT(finding.text, Not(HasSubstr("\x1b")));
+    }
+    EXPECT_THAT(texts, HasSubstr(row.text));
+    EXPECT_EQ(complaints.size(), row.severity == kOk ? 0U : 1U) << as_text(facts, complaints);
+    if (complaints.empty()) continue;
+    EXPECT_EQ(complaints[0].check, row.check);
+    EXPECT_EQ(complaints[0].severity, row.severity);
+    EXPECT_EQ(complaints[0].prevents_use, row.prevents_use);
+    EXPECT_NE(complaints[0].remedy, "");
+    const auto obstacle = find_obstacle(facts, facts.cameras.empty() ? "" : "2-1.4");
+    EXPECT_EQ(obstacle.has_value(), row.prevents_use.has_value());
   }
 }
 
-TEST(Examination, ConfigurationFileIsJudgedBeforeItsRows) {
-  Facts facts = healthy();
-  facts.configuration = {"/etc/kxusb.conf", ENOENT, ""};
-  EXPECT_THAT(only_complaint(facts).remedy, HasSubstr("libkxcam1"));
-  facts.configuration = {"/etc/kxusb.conf", 0, "# comment\n\x1b[2J 1\n"};
-  const Finding bad = only_complaint(facts);
-  EXPECT_THAT(bad.text, HasSubstr("line 2"));
-  EXPECT_THAT(bad.text, Not(HasSubstr("\x1b")));
+void no_cameras(Facts& facts) {
+  facts.cameras = {CameraFacts{}, CameraFacts{}};  // taken out before they are examined
 }
 
-TEST(Examination, UnlistedCameraGetsTheRowToAdd) {
-  Facts facts = healthy();
-  facts.configuration.text = "<VPD>\na7b7 3501 camera\n</VPD>\na7b7 3500\n";
-  EXPECT_EQ(only_complaint(facts).check, "configuration") << "a row outside of the block ends the process";
-  facts.configuration.text = "<VPD>\na7b7 3501 camera\n</VPD>\n";
-  const Finding unlisted = only_complaint(facts);
-  EXPECT_EQ(unlisted.check, "listed");
-  EXPECT_THAT(unlisted.remedy, HasSubstr("\"a7b7 3500 camera\""));
+TEST(Examination, OfTheMachine) {
+  using F = Facts;
+  using C = CameraFacts;
+  constexpr auto kNone = ExitCode::kNoCamera;
+  expect_conclusions(
+      healthy(),
+      {{[](F& f, C&) { no_cameras(f); }, "bus", kProblem, "cable", kNone},
+       {[](F& f, C&) { no_cameras(f), f.usb_in_sysfs = false; }, "bus", kProblem, "no USB bus", kNone},
+       // The machine's own bus does not matter then.
+       {[](F& f, C&) { no_cameras(f), f.usb_in_sysfs = f.node_folder = false, f.simulated = true; }, "bus",
+        kProblem, "no camera found", kNone},
+       {[](F& f, C&) { f.node_folder = false; }, "device-files", kProblem, "udev", kNone},
+       {[](F& f, C&) { f.node_folder = false, f.container = true; }, "device-files", kProblem,
+        "-v /dev/bus/usb", kNone},
+       {[](F& f, C&) { f.libusb_start = LIBUSB_ERROR_OTHER; }, "device-files", kProblem, "libusb", kFailure},
+       {[](F& f, C&) { f.libusb_start = LIBUSB_ERROR_OTHER, f.simulated = true; }, "device-files", kProblem,
+        "libusb", kFailure},
+       {[](F& f, C&) {
+          f.configuration = {"/etc/kxusb.conf", ENOENT, ""};
+        },
+        "configuration", kProblem, "libkxcam1", ExitCode::kNoConfiguration},
+       {[](F& f, C&) { f.configuration.text = "# comment\n\x1b[2J 1\n"; }, "configuration", kProblem,
+        "line 2", kFailure},
+       // A row outside of the block ends the process.
+       {[](F& f, C&) { f.configuration.text = "<VPD>\na7b7 3501 camera\n</VPD>\na7b7 3500\n"; },
+        "configuration", kProblem, "line 4", kFailure},
+       {[](F& f, C&) { f.configuration.text = "<VPD>\na7b7 3501 camera\n</VPD>\n"; }, "listed", kProblem,
+        "\"a7b7 3500 camera\"", kNone},
+       // A camera's transfer is its frame, at most 8 MiB, and the kernel adds to it: two of these do not fit
+       // in 16.
+       {[](F& f, C& c) {
+          f.configuration.text += "<VPD>\na7b7 392b camera\n</VPD>\n";
+          c.product_id = 0x392B;
+          f.cameras.push_back(c);
+        },
+        "memory", kWarning, "17 MB"},
+       {[](F& f, C& c) {
+          f.configuration.text += "<VPD>\na7b7 392b camera\n</VPD>\n";
+          c.product_id = 0x392B;
+          f.usbfs_memory_mb = 8;
+        },
+        "memory", kProblem, "a camera alone takes 9 MB"},
+       {[](F& f, C& c) { f.cameras.push_back(c), f.cameras.push_back(c); }, "memory", kOk, "16 MB"},
+       {[](F& f, C& c) { f.cameras.insert(f.cameras.end(), 9, c), f.usbfs_memory_mb = 0; }, "memory", kOk,
+        "unlimited"}});
 }
 
-TEST(Examination, DeniedCameraGetsTheStepThatIsMissing) {
-  Facts facts = healthy();
-  CameraFacts& camera = facts.cameras.front();
-  camera.usb->open = LIBUSB_ERROR_ACCESS;
-  camera.node = {"/dev/bus/usb/002/007", EACCES, 0664, "root", Membership::kNone};
-  const auto remedy = [&facts] {
-    const Finding finding = only_complaint(facts);
-    EXPECT_EQ(finding.check, "permission");
-    EXPECT_THAT(finding.text, HasSubstr("/dev/bus/usb/002/007"));
-    return finding.remedy;
+TEST(Examination, OfACamera) {
+  using F = Facts;
+  using C = CameraFacts;
+  constexpr auto kInUse = ExitCode::kInUse;
+  const auto denied = [](F&, C& c) {
+    c.usb->open = LIBUSB_ERROR_ACCESS;
+    c.node = {"/dev/bus/usb/002/007", EACCES, 0664, "root", Membership::kNone};
   };
-  EXPECT_THAT(remedy(), HasSubstr("not in force")) << "the rule is there, the node is root's";
-  facts.rule = {"/etc/udev/rules.d/70-kxcam.rules", false};
-  EXPECT_THAT(remedy(), HasSubstr("sudo rm /etc/udev/rules.d/70-kxcam.rules")) << "an empty file masks it";
-  facts.rule = {};
-  EXPECT_THAT(remedy(), HasSubstr("apt install libkxcam1"));
-  EXPECT_THAT(remedy(), HasSubstr("udevadm trigger"));
-
-  camera.node = {"/dev/bus/usb/002/007", EACCES, 0660, "cameras", Membership::kNone};
-  EXPECT_THAT(remedy(), HasSubstr("adduser \"$USER\" cameras")) << "whoever gave it to that group";
-  camera.node.membership = Membership::kAfterLogin;
-  EXPECT_THAT(remedy(), HasSubstr("Log in again"));
-
-  camera.node.membership = Membership::kYes;
-  EXPECT_THAT(remedy(), HasSubstr("getfacl"));
-
-  camera.node.error = 0;
-  EXPECT_THAT(remedy(), HasSubstr("sandbox"));
-  facts.container = true;
-  EXPECT_THAT(remedy(), HasSubstr("--device-cgroup-rule"));
+  Facts locked = healthy();
+  denied(locked, locked.cameras.front());
+  expect_conclusions(
+      locked,
+      {{[](F&, C&) {}, "permission", kProblem, "not in force", kNoPermission},
+       {[](F& f, C&) {
+          f.rule = {"/etc/udev/rules.d/70-kxcam.rules", false};
+        },
+        "permission", kProblem, "sudo rm /etc/udev/rules.d/70-kxcam.rules", kNoPermission},
+       {[](F& f, C&) { f.rule = {}; }, "permission", kProblem, "apt install libkxcam1", kNoPermission},
+       {[](F& f, C&) { f.rule = {}; }, "permission", kProblem, "udevadm trigger", kNoPermission},
+       {[](F&, C& c) { c.node.group = "cameras", c.node.mode = 0660; }, "permission", kProblem,
+        "adduser \"$USER\" cameras", kNoPermission},
+       {[](F&, C& c) { c.node.group = "cameras", c.node.membership = Membership::kAfterLogin; }, "permission",
+        kProblem, "Log in again", kNoPermission},
+       {[](F&, C& c) { c.node.group = "cameras", c.node.membership = Membership::kYes; }, "permission",
+        kProblem, "getfacl", kNoPermission},
+       {[](F&, C& c) { c.node.error = 0; }, "permission", kProblem, "sandbox", kNoPermission},
+       {[](F& f, C& c) { c.node.error = 0, f.container = true; }, "permission", kProblem,
+        "--device-cgroup-rule", kNoPermission},
+       {[](F&, C& c) { c.usb.reset(); }, "permission", kProblem, "/dev/bus/usb/002/007 may not be opened",
+        kNoPermission},
+       {[](F&, C& c) { c.usb.reset(), c.node.error = ENOENT; }, "permission", kProblem, "missing",
+        kNoPermission},
+       {[](F&, C& c) { c.usb->open = LIBUSB_ERROR_NO_DEVICE, c.node.error = 0; }, "permission", kProblem,
+        "LIBUSB_ERROR_NO_DEVICE", kFailure}});
+  expect_conclusions(
+      healthy(),
+      {{[](F&, C& c) { c.usb.reset(); }, "permission", kOk, "may be opened"},
+       {[](F&, C& c) {
+          c.holders = {{4711, "viewer"}};
+        },
+        "use", kOk, "no other program"},  // open, but not claimed
+       {[](F&, C& c) {
+          c.holders = {{4711, "viewer"}, {4712, "logger"}}, c.kernel_driver = "usbfs";
+        },
+        "use", kProblem, "in use by another program: viewer (process 4711), logger (process 4712)", kInUse},
+       {[](F&, C& c) { c.usb->claim = LIBUSB_ERROR_BUSY; }, "use", kProblem, "sudo kxcam doctor", kInUse},
+       {[](F& f, C& c) { c.usb->claim = LIBUSB_ERROR_BUSY, f.root = true; }, "use", kProblem, "container",
+        kInUse},
+       {[](F&, C& c) { c.kernel_driver = "uvcvideo"; }, "use", kProblem,
+        "echo 2-1.4:1.0 | sudo tee /sys/bus/usb/drivers/uvcvideo/unbind", kInUse},
+       {[](F&, C& c) { c.usb->claim = LIBUSB_ERROR_NOT_FOUND; }, "use", kProblem, "LIBUSB_ERROR_NOT_FOUND",
+        kFailure},
+       {[](F&, C& c) { c.product_id = 0x3FF0; }, "model", kProblem, "firmware", kFailure},
+       {[](F&, C& c) { c.product_id = 0x3FF0, c.usb->true_product = 0x392B; }, "model", kOk, "19.9MP"},
+       {[](F&, C& c) { c.product_id = 0x3FF0, c.usb->true_product = 0x1234; }, "model", kProblem,
+        "does not know", kFailure},
+       {[](F&, C& c) { c.power_control = "auto"; }, "power", kWarning,
+        "/sys/bus/usb/devices/2-1.4/power/control"},
+       {[](F&, C& c) { c.power_control = "auto"; }, "power", kWarning,
+        "TLP"},  // something has undone the rule
+       {[](F& f, C& c) { c.power_control = "auto", f.rule = {}; }, "power", kWarning, "70-kxcam.rules"},
+       {[](F&, C& c) { c.megabits = 480; }, "speed", kOk, "480"},  // nobody knows that it can do more
+       {[](F&, C& c) { c.megabits = 480, c.usb->super_speed = false; }, "speed", kOk, "480"},
+       {[](F&, C& c) { c.megabits = 480, c.usb->super_speed = true; }, "speed", kWarning, "USB 3 port"},
+       {[](F& f, C& c) { c.megabits = 480, c.usb->super_speed = true, f.super_speed_bus = false; }, "speed",
+        kWarning, "no USB 3 bus"},
+       {[](F&, C& c) {
+          c.megabits = 480, c.usb->super_speed = true;
+          c.hubs = {{"usb2", "Host Controller", 480, 0x0200}, {"2-1", "Desk Hub", 480, 0x0210}};
+        },
+        "speed", kWarning, "usb2 Host Controller, 480 Mbit/s > 2-1 Desk Hub, 480"},
+       {[](F&, C& c) {
+          c.megabits = 480, c.usb->super_speed = true;
+          c.hubs = {{"usb2", "Host Controller", 480, 0x0200}, {"2-1", "Desk Hub", 480, 0x0200}};
+        },
+        "speed", kWarning, "hub at 2-1 is a USB 2 hub"},
+       {[](F&, C& c) { c.megabits = 12; }, "speed", kProblem, "too slow"}});
 }
 
-TEST(Examination, CameraThatLibusbDoesNotShowIsJudgedByItsNode) {
+// The library opens all listed cameras to find one, but claims only that one.
+TEST(Obstacle, IsOneToTheCameraThatIsMeant) {
   Facts facts = healthy();
-  CameraFacts& camera = facts.cameras.front();
-  camera.usb.reset();
-  EXPECT_EQ(find(facts, "permission").severity, Severity::kOk);
-  camera.node = {"/dev/bus/usb/002/007", EACCES, 0600, "root", Membership::kNone};
-  EXPECT_THAT(only_complaint(facts).text, HasSubstr("no permission"));
-  camera.node = {"/dev/bus/usb/002/007", ENOENT, 0, "", Membership::kNone};
-  EXPECT_THAT(only_complaint(facts).text, HasSubstr("missing"));
-  camera.usb = UsbAccess{.open = LIBUSB_ERROR_NO_DEVICE};
-  EXPECT_THAT(only_complaint(facts).text, HasSubstr("missing"));
-  camera.node.error = 0;
-  EXPECT_THAT(only_complaint(facts).text, HasSubstr("LIBUSB_ERROR_NO_DEVICE"));
+  facts.cameras.push_back(healthy_camera());
+  CameraFacts& other = facts.cameras.back();
+  other.port = "2-2";
+  other.usb->claim = LIBUSB_ERROR_BUSY;
+  EXPECT_FALSE(find_obstacle(facts, "2-1.4"));
+  EXPECT_EQ(find_obstacle(facts, "2-2")->prevents_use, ExitCode::kInUse);
+  other.usb->open = LIBUSB_ERROR_ACCESS;
+  EXPECT_EQ(find_obstacle(facts, "2-1.4")->prevents_use, kNoPermission);
+  other.product_id = 0x3501;
+  EXPECT_FALSE(find_obstacle(facts, "2-1.4")) << "not listed";
 }
 
-TEST(Examination, CameraInUseNamesWhoHasIt) {
-  Facts facts = healthy();
-  CameraFacts& camera = facts.cameras.front();
-  camera.holders = {{4711, "viewer"}, {4712, "logger"}};
-  EXPECT_FALSE(has_problem(examine(facts))) << "open, but not claimed";
-  camera.kernel_driver = "usbfs";
-  camera.usb->claim = LIBUSB_ERROR_BUSY;
-  EXPECT_THAT(only_complaint(facts).text, HasSubstr("viewer (process 4711), logger (process 4712)"));
-  camera.holders.clear();
-  EXPECT_THAT(only_complaint(facts).remedy, HasSubstr("sudo kxcam doctor"));
-  facts.root = true;
-  EXPECT_THAT(only_complaint(facts).remedy, HasSubstr("container"));
-  camera.kernel_driver = "uvcvideo";
-  EXPECT_THAT(only_complaint(facts).remedy,
-              HasSubstr("echo 2-1.4:1.0 | sudo tee /sys/bus/usb/drivers/uvcvideo/unbind"));
-  camera.kernel_driver = "";
-  camera.usb->claim = LIBUSB_ERROR_NOT_FOUND;
-  EXPECT_THAT(only_complaint(facts).text, HasSubstr("LIBUSB_ERROR_NOT_FOUND"));
-}
-
-TEST(Examination, SlowConnectionNamesWhatIsInTheWay) {
-  Facts facts = healthy();
-  CameraFacts& camera = facts.cameras.front();
-  camera.megabits = 480;
-  camera.hubs = {{"usb2", "Host Controller", 480, 0x0200}, {"2-1", "Desk Hub", 480, 0x0210}};
-  EXPECT_EQ(find(facts, "speed").severity, Severity::kOk) << "nobody knows that it can do more";
-  camera.usb->super_speed = false;
-  EXPECT_EQ(find(facts, "speed").severity, Severity::kOk);
-  camera.usb->super_speed = true;
-  EXPECT_EQ(only_complaint(facts).severity, Severity::kWarning);
-  EXPECT_THAT(only_complaint(facts).remedy, HasSubstr("USB 3 port"));
-  EXPECT_THAT(only_complaint(facts).remedy,
-              HasSubstr("usb2 Host Controller, 480 Mbit/s > 2-1 Desk Hub, 480"));
-  facts.super_speed_bus = false;
-  EXPECT_THAT(only_complaint(facts).remedy, HasSubstr("no USB 3 port"));
-  camera.hubs[1].usb_version = 0x0200;
-  EXPECT_THAT(only_complaint(facts).remedy, HasSubstr("hub at 2-1 is one for USB 2"));
-  camera.megabits = 12;
-  EXPECT_EQ(only_complaint(facts).severity, Severity::kProblem);
-}
-
-TEST(Examination, SuspendedCameraIsAWarning) {
-  Facts facts = healthy();
-  facts.cameras.front().power_control = "auto";
-  EXPECT_EQ(only_complaint(facts).severity, Severity::kWarning);
-  EXPECT_THAT(only_complaint(facts).remedy, HasSubstr("/sys/bus/usb/devices/2-1.4/power/control"));
-  EXPECT_THAT(only_complaint(facts).remedy, HasSubstr("TLP")) << "the rule is there, so something undid it";
-  facts.rule = {};
-  EXPECT_THAT(only_complaint(facts).remedy, HasSubstr("70-kxcam.rules"));
-}
-
-// A camera's transfer is its frame, at most 8 MiB, and the kernel adds to it: two of these do not fit in 16.
-TEST(Examination, MemoryForTransfersIsCountedOverAllCameras) {
-  Facts facts = healthy();
-  facts.configuration.text += "<VPD>\na7b7 392b camera\n</VPD>\n";
-  facts.cameras = {healthy_camera(), healthy_camera()};
-  facts.cameras[0].product_id = facts.cameras[1].product_id = 0x392B;
-  EXPECT_EQ(only_complaint(facts).severity, Severity::kWarning);
-  EXPECT_THAT(only_complaint(facts).text, HasSubstr("17 MB"));
-  facts.usbfs_memory_mb = 17;
-  EXPECT_EQ(find(facts, "memory").severity, Severity::kOk);
-  facts.usbfs_memory_mb = 8;
-  EXPECT_EQ(only_complaint(facts).severity, Severity::kProblem) << "not even one";
-  facts.usbfs_memory_mb = 0;
-  EXPECT_EQ(find(facts, "memory").severity, Severity::kOk) << "no limit";
-
-  facts.usbfs_memory_mb = 16;
-  facts.cameras[1].product_id = 0x3500;  // 5 megapixels
-  EXPECT_EQ(find(facts, "memory").severity, Severity::kOk);
-  facts.cameras[1].product_id = 0x3FF0;  // did not say which: the largest there is
-  facts.cameras[1].usb->open = LIBUSB_ERROR_ACCESS;
-  EXPECT_EQ(find(facts, "memory").severity, Severity::kWarning);
-}
-
-TEST(Examination, DeviceWithTheGenericIdIsAskedForItsModel) {
-  Facts facts = healthy();
-  CameraFacts& camera = facts.cameras.front();
-  camera.product_id = 0x3FF0;
-  EXPECT_THAT(only_complaint(facts).text, HasSubstr("firmware"));
-  camera.usb->true_product = 0x392B;
-  EXPECT_THAT(find(facts, "model").text, HasSubstr("19.9MP"));
-  camera.usb->true_product = 0x1234;
-  EXPECT_THAT(only_complaint(facts).text, HasSubstr("does not know"));
+TEST(Privacy, ReplacesWholeWordsOnly) {
+  const std::vector<PrivateWord> words = {
+      {"/home/usb", "HOME"}, {"usb", "USER"}, {"lab", "HOST"}, {"", "nothing"}, {"/", "slash"}};
+  EXPECT_EQ(without(words, "usb: /home/usb/a.conf libusb usb3 /usb-lab/"),
+            "USER: HOME/a.conf libusb usb3 /USER-HOST/");
+  EXPECT_EQ(without({{"a", "b"}, {"aa", "aa"}}, "aa"), "aa") << "ends";
 }
 
 }  // namespace

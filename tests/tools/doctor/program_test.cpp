@@ -1,8 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // `kxcam doctor` itself, against simulated cameras.
-#include <filesystem>
-#include <fstream>
-
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -56,23 +53,6 @@ TEST(Doctor, TellsFaultsApart) {
   }
 }
 
-// The library ends its process over some files: the doctor has to say which.
-TEST(Doctor, JudgesConfigurationFilesAsTheLibraryDoes) {
-  const std::string comment = "#" + std::string(118, '-');
-  const TemporaryFolder folder;
-  const std::string file = folder.path() / "kxusb.conf";
-  for (const std::string& text :
-       {std::string("<VPD>\n</VPD>\n"), std::string("VPD\n"), comment + "\n", comment + "x\n",
-        std::string("LogFile=a b\n \t\n"), std::string(" =\n</VPD>\n")}) {
-    std::ofstream(file) << text;
-    const bool ends =
-        run_with_configuration(file, {"list"}).error.find("Error in config file") != std::string::npos;
-    const Result result =
-        run_with_configuration(file, {"doctor", "--json", "--report", "/dev/null", "--serials"});
-    EXPECT_EQ(testing::Value(complaints(result), testing::Contains("configuration machine")), ends) << text;
-  }
-}
-
 TEST(Doctor, ReportHoldsWhatABugNeedsAndNoSerials) {
   const TemporaryFolder folder;
   const std::string file = folder.path() / "report.txt";
@@ -91,10 +71,6 @@ TEST(Doctor, ReportHoldsWhatABugNeedsAndNoSerials) {
   const Result full = run(camera, {"doctor", "--serials", "--report", "-"});
   EXPECT_THAT(full.output, HasSubstr("SECRET000001"));
   EXPECT_THAT(full.output, testing::StartsWith("Report of kxcam doctor"));
-}
-
-TEST(Doctor, SerialsAreForTheReportOnly) {
-  EXPECT_EQ(run({{"3600"}}, {"doctor", "--serials"}).status, 2);
 }
 
 }  // namespace

@@ -1,20 +1,21 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <optional>
 #include <string>
 
-#include "doctor/device_list.h"
+#include "configuration.h"
 #include "doctor/facts.h"
 #include "doctor/finding.h"
 
 namespace kxcam::doctor {
 
-inline constexpr uint16_t kCameraVendor = 0xA7B7;
-/// Product id of a device that tells its own only when asked.
-inline constexpr uint16_t kGenericProduct = 0x3FF0;
-
 /// Everything there is to say, first about the machine, then camera by camera. A function of the facts alone.
 Findings examine(const Facts& facts);
+
+/// Why the camera at `port` cannot be used, or any camera where that is "": the first finding that prevents
+/// it. Nothing when nothing does.
+std::optional<Finding> find_obstacle(const Facts& facts, const std::string& port);
 
 // What examine() consists of. Each adds one finding, or none where its question makes no sense.
 
@@ -31,7 +32,7 @@ void check_use(const CameraFacts& camera, const Facts& facts, Findings& findings
 void check_speed(const CameraFacts& camera, const Facts& facts, Findings& findings);
 void check_power(const CameraFacts& camera, const Facts& facts, Findings& findings);
 
-/// Row of the model table, asking the device's own answer where its id is the generic one.
+/// Row of the model table, by the device's own answer where its id is the generic one.
 int model_row(const CameraFacts& camera);
 
 /// "a7b7:3500".

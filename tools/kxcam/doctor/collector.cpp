@@ -13,14 +13,11 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
-#include "bus_device.h"
-#include "configuration.h"
 #include "doctor/checks.h"
 #include "doctor/device_holders.h"
 #include "doctor/hub_path.h"
 #include "doctor/node_access.h"
 #include "doctor/udev_rule.h"
-#include "printable.h"
 #include "small_file.h"
 
 namespace kxcam::doctor {
@@ -126,13 +123,19 @@ class Collector {
   }
 
  private:
+  // The kernel lists a camera whether or not it may be opened.
   std::map<std::string, CameraFacts> seen_by_kernel() const {
     std::map<std::string, CameraFacts> found;
-    for (const BusDevice& device : find_bus_devices(devices_, sources_.root / "dev/bus/usb")) {
-      const auto product = number(device.product_id, 16);
-      if (!product) continue;
-      found.emplace(device.port,
-                    camera(device.port, static_cast<uint16_t>(*product), device.bus, device.address));
+    std::error_code error;
+    for (fs::directory_iterator entry(devices_, error), end; !error && entry != end; entry.increment(error)) {
+      const fs::path& device = entry->path();
+      if (number(read_line(device / "idVendor"), 16) != kCameraVendor) continue;
+      const auto product = number(read_line(device / "idProduct"), 16);
+      const auto bus = number(read_line(device / "busnum"));
+      const auto address = number(read_line(device / "devnum"));
+      if (!product || !bus || !address) continue;  // it is just leaving
+      const std::string port = device.filename().string();
+      found.emplace(port, camera(port, static_cast<uint16_t>(*product), *bus, *address));
     }
     return found;
   }

@@ -7,7 +7,6 @@
 
 #include <unistd.h>
 
-#include "printable.h"
 #include "small_file.h"
 
 namespace kxcam::doctor {

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "error.h"
 
 namespace kxcam::doctor {
 
@@ -15,6 +18,8 @@ struct Finding {
   std::string camera;  ///< port, "" when it is about the machine
   std::string text;
   std::string remedy = {};  ///< lines that say what to do; "" when there is nothing to do
+  /// Exit status of a program that cannot use the camera for this reason; nothing where it still can.
+  std::optional<ExitCode> prevents_use = {};
 };
 
 using Findings = std::vector<Finding>;

@@ -90,7 +90,7 @@ std::string as_json(const Facts& facts, const Findings& findings) {
                        {"megabits_per_second", camera.megabits}});
   }
   auto checks = nlohmann::ordered_json::array();
-  for (const auto& [severity, check, camera, text, remedy] : findings) {
+  for (const auto& [severity, check, camera, text, remedy, prevents_use] : findings) {
     nlohmann::ordered_json entry = {{"check", check}, {"result", name_of(severity)}, {"text", text}};
     if (!camera.empty()) entry["camera"] = camera;
     if (!remedy.empty()) entry["remedy"] = remedy;

@@ -3,7 +3,6 @@
 
 #include <cstdlib>
 
-#include "printable.h"
 #include "small_file.h"
 
 namespace kxcam::doctor {

@@ -31,13 +31,14 @@ void check_model(const CameraFacts& camera, Findings& findings) {
   } else if (generic && !camera.usb->true_product) {
     findings.push_back(
         {Severity::kProblem, check, camera.port,
-         "the camera does not answer which model it is: the firmware of its bridge does not run",
-         "Take all power from it for ten seconds, then plug it straight into the machine. If that\n"
-         "does not help, its firmware has to be restored by the maker."});
+         "the camera does not report its model: the firmware of its bridge is not running",
+         "Disconnect it from all power for ten seconds, then plug it straight into the machine. If that\n"
+         "does not help, the manufacturer has to restore its firmware.",
+         ExitCode::kFailure});
   } else {
     findings.push_back({Severity::kProblem, check, camera.port,
-                        "this version of the library does not know the model",
-                        "A newer version may know it."});
+                        "a model that this version of the library does not know",
+                        "A newer version may know it.", ExitCode::kFailure});
   }
 }
 
@@ -50,9 +51,9 @@ void check_listed(const CameraFacts& camera, const Configuration& configuration,
     return;
   }
   findings.push_back({Severity::kProblem, check, camera.port,
-                      fmt::format("{} does not list {}, so that the library leaves it alone",
-                                  configuration.path, usb_id(camera)),
-                      configuration_row_to_add(fmt::format("{:04x}", camera.product_id))});
+                      fmt::format("{} does not list {}, so the library does not open it", configuration.path,
+                                  usb_id(camera)),
+                      configuration_row_to_add(camera.product_id), ExitCode::kNoCamera});
 }
 
 }  // namespace kxcam::doctor

@@ -36,12 +36,12 @@ bool rule_is_in_force(const Node& node) {
 std::string get_the_rule(const Rule& rule) {
   if (rule.file.empty()) {
     return fmt::format(
-        "No udev rule is there for the cameras: 70-kxcam.rules comes with the package libkxcam1.\n"
+        "There is no udev rule for the cameras: 70-kxcam.rules comes with the package libkxcam1.\n"
         "    sudo apt install libkxcam1      # or copy the file to /etc/udev/rules.d/\n{}",
         kApplyRules);
   }
   return fmt::format(
-      "{0} takes the place of the rule that the package libkxcam1 brings, and does not name the cameras.\n"
+      "{0} overrides the rule of the package libkxcam1 and does not name the cameras.\n"
       "    sudo rm {0}\n{1}",
       rule.file, kApplyRules);
 }
@@ -50,20 +50,18 @@ std::string join_the_group(const Node& node) {
   switch (node.membership) {
     case Membership::kNone:
       return fmt::format(
-          "Whoever sits at the machine may use it; over the network or in a service the user must be in the\n"
-          "group {0}:\n"
+          "The logged-in desktop user may use it; remote (SSH) users and services must be in the group {0}:\n"
           "    sudo adduser \"$USER\" {0}      # and log in again",
           node.group);
     case Membership::kAfterLogin:
       return fmt::format(
-          "You were made a member of the group {0} after you had logged in. Log in again, or begin a shell\n"
-          "with `newgrp {0}`.",
+          "You joined the group {0} after you logged in. Log in again, or start a shell with `newgrp {0}`.",
           node.group);
     case Membership::kYes:
       break;
   }
   return fmt::format(
-      "Its group and mode would allow it: an access list (`getfacl {}`) or a security module forbids it.",
+      "Its group and mode allow it, but an access list (`getfacl {}`) or a security module forbids it.",
       node.path);
 }
 
@@ -71,16 +69,16 @@ std::string remedy_for_denial(const CameraFacts& camera, const Facts& facts) {
   const Node& node = camera.node;
   if (node.error == 0) {
     return facts.container
-               ? "Its permissions would allow it, but the container may not use USB devices: start it with\n"
+               ? "Its permissions allow it, but the container may not use USB devices: start it with\n"
                  "--device-cgroup-rule='c 189:* rmw' (docker, podman)."
-               : "Its permissions would allow it: a sandbox or security module (snap, flatpak, AppArmor,\n"
+               : "Its permissions allow it, but a sandbox or security module (snap, flatpak, AppArmor,\n"
                  "DeviceAllow= of a service) forbids it.";
   }
   if (!facts.rule.names_cameras && !rule_is_in_force(node)) return get_the_rule(facts.rule);
   if (!rule_is_in_force(node)) {
     return fmt::format(
         "The rule {} is there but not in force yet. Plug the camera in again, or\n{}\n"
-        "Where there is no group plugdev, first: sudo groupadd --system plugdev",
+        "If there is no group plugdev, first run: sudo groupadd --system plugdev",
         facts.rule.file, kApplyRules);
   }
   return join_the_group(node);
@@ -98,20 +96,22 @@ void check_permission(const CameraFacts& camera, const Facts& facts, Findings& f
     case Access::kDenied:
       findings.push_back(
           {Severity::kProblem, check, camera.port,
-           fmt::format("no permission for {}; until then the library finds no other camera either", path),
-           remedy_for_denial(camera, facts)});
+           fmt::format("{} may not be opened (no permission), and until then no camera is found", path),
+           remedy_for_denial(camera, facts), ExitCode::kNoPermission});
       return;
     case Access::kNoNode:
       findings.push_back(
           {Severity::kProblem, check, camera.port, fmt::format("the device node {} is missing", path),
            facts.container ? "The container was started before the camera was plugged in, or without\n"
                              "-v /dev/bus/usb:/dev/bus/usb."
-                           : "udev makes it: `systemctl status systemd-udevd` shows whether it runs."});
+                           : "udev makes it: `systemctl status systemd-udevd` shows whether it runs.",
+           ExitCode::kNoPermission});
       return;
     case Access::kFailed:
       findings.push_back({Severity::kProblem, check, camera.port,
                           fmt::format("{} cannot be opened: {}", path, libusb_error_name(camera.usb->open)),
-                          "Plug the camera in again; `sudo dmesg | tail` shows what the kernel says."});
+                          "Plug the camera in again; `sudo dmesg | tail` shows what the kernel reports.",
+                          ExitCode::kFailure});
   }
 }
 

@@ -76,34 +76,39 @@ std::optional<uint16_t> ask_true_product(libusb_device_handle* handle) {
   return static_cast<uint16_t>(reply[0] | reply[1] << 8);
 }
 
-UsbAccess try_to_use(libusb_device* device, const libusb_device_descriptor& descriptor) {
-  UsbAccess access;
+void try_to_use(libusb_device* device, uint16_t usb_version, const ClaimIt& claim_it, UsbCamera& camera) {
+  UsbAccess& access = camera.access;
   libusb_device_handle* opened = nullptr;
   access.open = libusb_open(device, &opened);
-  if (access.open != 0) return access;
+  if (access.open != 0) return;
   const Handle handle(opened, libusb_close);
+  if (camera.product_id == kGenericProduct) access.true_product = ask_true_product(opened);
+  if (!claim_it(camera)) return;
   access.claim = libusb_claim_interface(opened, 0);
   if (access.claim == 0) libusb_release_interface(opened, 0);
-  if (descriptor.bcdUSB > 0x0200) access.super_speed = can_super_speed(opened);
-  if (descriptor.idProduct == kGenericProduct) access.true_product = ask_true_product(opened);
-  return access;
+  if (usb_version > 0x0200) access.super_speed = can_super_speed(opened);
 }
 
-std::vector<UsbCamera> scan(std::span<libusb_device*> devices) {
+std::vector<UsbCamera> scan(std::span<libusb_device*> devices, const ClaimIt& claim_it) {
   std::vector<UsbCamera> cameras;
   for (libusb_device* device : devices) {
     libusb_device_descriptor descriptor{};
     if (libusb_get_device_descriptor(device, &descriptor) != 0) continue;
     if (descriptor.idVendor != kCameraVendor) continue;
-    cameras.push_back({port_of(device), libusb_get_bus_number(device), libusb_get_device_address(device),
-                       descriptor.idProduct, megabits_of(device), try_to_use(device, descriptor)});
+    UsbCamera& camera = cameras.emplace_back();
+    camera.port = port_of(device);
+    camera.bus = libusb_get_bus_number(device);
+    camera.address = libusb_get_device_address(device);
+    camera.product_id = descriptor.idProduct;
+    camera.megabits = megabits_of(device);
+    try_to_use(device, descriptor.bcdUSB, claim_it, camera);
   }
   return cameras;
 }
 
 }  // namespace
 
-UsbScan scan_usb() {
+UsbScan scan_usb(const ClaimIt& claim_it) {
   UsbScan result;
   libusb_context* started = nullptr;
   result.start = libusb_init(&started);
@@ -112,7 +117,7 @@ UsbScan scan_usb() {
   libusb_device** list = nullptr;
   const ssize_t count = libusb_get_device_list(started, &list);
   if (count < 0) return {static_cast<int>(count), {}};
-  result.cameras = scan({list, static_cast<std::size_t>(count)});
+  result.cameras = scan({list, static_cast<std::size_t>(count)}, claim_it);
   libusb_free_device_list(list, 1);
   return result;
 }

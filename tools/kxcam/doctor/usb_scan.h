@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -24,8 +25,12 @@ struct UsbScan {
   std::vector<UsbCamera> cameras;
 };
 
-/// Looks at every camera on the bus, opens those that it may and claims their interface for a moment. A
-/// program that streams from one is not disturbed: the claim then fails.
-UsbScan scan_usb();
+/// Decides about a camera that could be opened whether its interface is claimed for a moment.
+using ClaimIt = std::function<bool(const UsbCamera&)>;
+
+/// Looks at every camera on the bus, in the order of libusb, opens those that it may, and claims the
+/// interface of those that `claim_it` names. A program that streams from one is not disturbed: the claim then
+/// fails.
+UsbScan scan_usb(const ClaimIt& claim_it);
 
 }  // namespace kxcam::doctor

@@ -26,13 +26,21 @@ std::string names(const std::vector<Holder>& holders) {
 
 Finding claimed(const CameraFacts& camera, bool root) {
   if (!camera.holders.empty()) {
-    return {Severity::kProblem, "use", camera.port,
-            fmt::format("in use: its device node is open in {}", names(camera.holders)),
-            "One program at a time can use a camera: end that one."};
+    return {Severity::kProblem,
+            "use",
+            camera.port,
+            fmt::format("in use by another program: {}", names(camera.holders)),
+            "Only one program at a time can use a camera: close that one.",
+            ExitCode::kInUse};
   }
-  return {Severity::kProblem, "use", camera.port, "in use by a program that cannot be seen from here",
-          root ? "It runs outside this container, or in a virtual machine that the camera was given to."
-               : "`sudo kxcam doctor` shows the programs of other users too."};
+  return {
+      Severity::kProblem,
+      "use",
+      camera.port,
+      "in use by another program, which is not visible from here",
+      root ? "It runs outside this container, or in a virtual machine to which the camera is passed through."
+           : "`sudo kxcam doctor` shows the programs of other users too.",
+      ExitCode::kInUse};
 }
 
 }  // namespace
@@ -40,17 +48,18 @@ Finding claimed(const CameraFacts& camera, bool root) {
 void check_use(const CameraFacts& camera, const Facts& facts, Findings& findings) {
   if (has_foreign_driver(camera)) {
     findings.push_back({Severity::kProblem, "use", camera.port,
-                        fmt::format("the kernel's driver {} has taken the camera", camera.kernel_driver),
+                        fmt::format("in use by the kernel driver {}", camera.kernel_driver),
                         fmt::format("echo {}:1.0 | sudo tee /sys/bus/usb/drivers/{}/unbind\n"
-                                    "takes it away until the camera is plugged in again.",
-                                    camera.port, camera.kernel_driver)});
+                                    "releases it until the camera is plugged in again.",
+                                    camera.port, camera.kernel_driver),
+                        ExitCode::kInUse});
   } else if (is_claimed(camera)) {
     findings.push_back(claimed(camera, facts.root));
   } else if (camera.usb && camera.usb->open == 0 && camera.usb->claim != 0) {
     findings.push_back(
         {Severity::kProblem, "use", camera.port,
          fmt::format("its interface cannot be claimed: {}", libusb_error_name(camera.usb->claim)),
-         "Plug the camera in again; `sudo dmesg | tail` shows what the kernel says."});
+         "Plug the camera in again; `sudo dmesg | tail` shows what the kernel reports.", ExitCode::kFailure});
   } else if (camera.usb && camera.usb->open == 0) {
     findings.push_back({Severity::kOk, "use", camera.port, "no other program uses it"});
   }

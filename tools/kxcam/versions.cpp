@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "doctor/system_versions.h"
+#include "versions.h"
 
 #include <string_view>
 
@@ -7,11 +7,12 @@
 #include <libusb.h>
 #include <sys/utsname.h>
 
+#include <kxcam/kxcam.h>
+
 #include "isp/kernels/cpu_level.h"
 #include "small_file.h"
-#include "version.h"
 
-namespace kxcam::doctor {
+namespace kxcam {
 namespace {
 
 std::string usb_library_version() {
@@ -39,6 +40,13 @@ std::string distribution() {
 
 }  // namespace
 
+std::string version() {
+  int major = 0;
+  int minor = 0;
+  CameraGetVersion(&major, &minor);
+  return fmt::format("kxcam {} (library {}.{})", KXCAM_VERSION, major, minor);
+}
+
 std::vector<std::pair<std::string, std::string>> system_versions() {
   return {{"kxcam", version()},
           {"libusb", usb_library_version()},
@@ -47,4 +55,4 @@ std::vector<std::pair<std::string, std::string>> system_versions() {
           {"instructions", std::string(name_of(cpu_choice().level))}};
 }
 
-}  // namespace kxcam::doctor
+}  // namespace kxcam

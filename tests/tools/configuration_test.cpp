@@ -1,11 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "doctor/device_list.h"
+#include "configuration.h"
 
+#include <cstdlib>
+#include <fstream>
 #include <string>
 
 #include <gtest/gtest.h>
 
-namespace kxcam::doctor {
+#include <kxcam/kxcam.h>
+
+#include "temporary_folder.h"
+
+namespace kxcam {
 namespace {
 
 TEST(DeviceListOfAFile, ReadsRowsAmongKeysAndComments) {
@@ -39,5 +45,35 @@ TEST(DeviceListOfAFile, HasRoomForEightyThreeRows) {
   EXPECT_FALSE(list.contains(0xA7B7, 0x3600));
 }
 
+/// Whether the library ends the process over the file.
+bool ends_the_library(const std::string& text) {
+  const TemporaryFolder folder;
+  const std::string file = folder.path() / "kxusb.conf";
+  std::ofstream(file) << text;
+  bool ends = true;
+  EXPECT_EXIT(
+      {
+        setenv("KXUSB_CONF", file.c_str(), 1);  // NOLINT(concurrency-mt-unsafe): one thread
+        int count = 0;
+        CameraGetCount(&count);
+        _exit(0);
+      },
+      [&](int status) {
+        ends = WEXITSTATUS(status) != 0;
+        return WIFEXITED(status);
+      },
+      "");
+  return ends;
+}
+
+TEST(DeviceListOfAFile, IsJudgedAsTheLibraryDoes) {
+  const std::string comment = "#" + std::string(118, '-');
+  for (const std::string& text :
+       {std::string("<VPD>\n</VPD>\n"), std::string("VPD\n"), comment + "\n", comment + "x\n",
+        std::string("LogFile=a b\n \t\n"), std::string(" =\n</VPD>\n")}) {
+    EXPECT_EQ(read_device_list(text).bad_line != 0, ends_the_library(text)) << text;
+  }
+}
+
 }  // namespace
-}  // namespace kxcam::doctor
+}  // namespace kxcam

@@ -30,6 +30,7 @@ bool holds(FileType type, PixelFormat format);
 /// Whether several pictures can follow one another in one stream.
 bool can_be_concatenated(FileType type);
 
+/// The whole file. Throws std::invalid_argument for a picture whose size and samples do not fit together.
 std::vector<uint8_t> encode(FileType type, const Picture& picture);
 
 }  // namespace kxcam
