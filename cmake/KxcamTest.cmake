@@ -1,8 +1,6 @@
 find_package(GTest REQUIRED)
 include(GoogleTest)
 
-option(KXCAM_UNITY_TESTS "Compile several sources of a test as one: a build of everything takes half as long" ON)
-
 set(KXCAM_TEST_ENVIRONMENT "")
 if(KXCAM_SANITIZE MATCHES thread)
   set(KXCAM_TEST_ENVIRONMENT "TSAN_OPTIONS=suppressions=${CMAKE_CURRENT_LIST_DIR}/tsan_suppressions.txt")
@@ -27,7 +25,7 @@ target_precompile_headers(kxcam_test_headers PRIVATE <gmock/gmock.h> <gtest/gtes
 
 # kxcam_test(NAME SOURCES source... LIBRARIES library... [SEPARATE source...] [ALONE]): a GoogleTest program;
 # every case of it is a test of its own, in a process of its own, so that no case sees another's open cameras.
-# The sources are compiled as one, except those that are named as SEPARATE, too. ALONE: beside no other test,
+# SEPARATE: those of the sources that cannot be compiled as one with the others. ALONE: beside no other test,
 # as it keeps all processors busy.
 function(kxcam_test NAME)
   cmake_parse_arguments(ARG "ALONE" "" "SOURCES;LIBRARIES;SEPARATE" ${ARGN})
@@ -35,7 +33,6 @@ function(kxcam_test NAME)
   target_link_libraries(${NAME} PRIVATE ${ARG_LIBRARIES})
   kxcam_test_options(${NAME})
   target_precompile_headers(${NAME} REUSE_FROM kxcam_test_headers)
-  set_target_properties(${NAME} PROPERTIES UNITY_BUILD ${KXCAM_UNITY_TESTS} UNITY_BUILD_BATCH_SIZE 8)
   set_source_files_properties(${ARG_SEPARATE} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
   gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST
                        PROPERTIES TIMEOUT 120 RUN_SERIAL ${ARG_ALONE} ENVIRONMENT "${KXCAM_TEST_ENVIRONMENT}")
