@@ -15,22 +15,28 @@ namespace {
 
 constexpr std::array<double, 9> kIdentity = {1, 0, 0, 0, 1, 0, 0, 0, 1};
 
-TEST(GammaCurve, IsAnIdentityForOne) {
+TEST(Curves, AreIdentitiesWhereNothingIsSet) {
   EXPECT_EQ(build_gamma_curve(1.0), identity_curve());
+  EXPECT_EQ(build_contrast_curve(1.0, 0), identity_curve());
+  EXPECT_EQ(build_contrast_curve(1.4, 255), build_contrast_curve(1.4, 0));
 }
 
-TEST(GammaCurve, FollowsThePowerAboveAStraightToe) {
+TEST(Curves, HaveTheirGoldenValues) {
   const Curve bright = build_gamma_curve(2.0);
-  EXPECT_EQ(bright[64], 128);   // 256 sqrt(64.5 / 256) - 0.499 = 128.001
-  EXPECT_EQ(bright[10], 51);    // 51.845 - 0.499
-  EXPECT_EQ(bright[5], 25);     // 5 x 5.1
-  EXPECT_EQ(bright[9], 45);     // 9 x 5.1
-  EXPECT_EQ(bright[200], 226);  // 226.56 - 0.499
   const Curve dark = build_gamma_curve(0.5);
-  EXPECT_EQ(dark[128], 64);  // 64.50 - 0.499
-  EXPECT_EQ(dark[10], 0);
-  EXPECT_EQ(dark[9], 0);
-  EXPECT_EQ(dark[200], 156);  // 157.03 - 0.499
+  const Curve steep = build_contrast_curve(2.0, 0);
+  const Curve flat = build_contrast_curve(0.5, 0);
+  const struct {
+    const Curve& curve;
+    size_t at;
+    int level;
+  } rows[] = {{bright, 64, 128},  // 256 sqrt(64.5 / 256) - 0.499 = 128.001
+              {bright, 10, 51},   // 51.845 - 0.499
+              {bright, 5, 25},    // 5 x 5.1: the toe is straight
+              {bright, 9, 45},   {bright, 200, 226}, {dark, 128, 64},  {dark, 10, 0},   {dark, 9, 0},
+              {dark, 200, 156},  {steep, 127, 127},  {steep, 64, 1},   {steep, 63, 0},  {steep, 191, 255},
+              {steep, 190, 253}, {flat, 0, 63},      {flat, 254, 190}, {flat, 255, 255}};
+  for (const auto& row : rows) EXPECT_EQ(row.curve[row.at], row.level) << row.at;
   for (const double gamma : {0.3, 0.5, 1.7, 2.0}) {
     const Curve curve = build_gamma_curve(gamma);
     EXPECT_EQ(curve[0], 0);
@@ -39,29 +45,13 @@ TEST(GammaCurve, FollowsThePowerAboveAStraightToe) {
   }
 }
 
-TEST(ContrastCurve, IsAnIdentityWithoutContrastAndBlackLevel) {
-  EXPECT_EQ(build_contrast_curve(1.0, 0), identity_curve());
-  EXPECT_EQ(build_contrast_curve(1.4, 255), build_contrast_curve(1.4, 0));
-}
-
-TEST(ContrastCurve, StretchesAboveTheBlackLevelAndPivotsAboutTheMiddle) {
+TEST(Curves, StretchAboveTheBlackLevel) {
   const Curve black = build_contrast_curve(1.0, 100);
   for (int i = 0; i < 255; ++i) {
     // An integer form of the stretch; 156 divides no product near a whole number but exactly.
     EXPECT_EQ(black[i], i <= 100 ? 0 : (i - 100) * 256 / 156) << i;
   }
   EXPECT_EQ(black[255], 255);
-
-  const Curve steep = build_contrast_curve(2.0, 0);
-  EXPECT_EQ(steep[127], 127);
-  EXPECT_EQ(steep[64], 1);
-  EXPECT_EQ(steep[63], 0);
-  EXPECT_EQ(steep[191], 255);
-  EXPECT_EQ(steep[190], 253);
-  const Curve flat = build_contrast_curve(0.5, 0);
-  EXPECT_EQ(flat[0], 63);     // 127 - 63.5
-  EXPECT_EQ(flat[254], 190);  // 127 + 63.5
-  EXPECT_EQ(flat[255], 255);
 }
 
 TEST(Composition, AppliesWhiteBalanceThenContrastThenGamma) {

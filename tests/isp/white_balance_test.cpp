@@ -1,22 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "isp/white_balance.h"
-
 #include <string_view>
 
 #include "context_fixture.h"
-#include "core/picture/white_balance_settings.h"
-#include "core/registry/camera_parameter.h"
 #include "frame_fixture.h"
 #include "naive_pixel.h"
+
+// White balance as a program sees it: a frame is processed, and the gains are read.
 
 namespace kxcam::test {
 namespace {
 
-struct Order {
+struct BayerOrder {
   uint32_t color_mode;
   std::string_view cell;
 };
-constexpr Order kOrders[] = {{kRGGB, "RGGB"}, {kBGGR, "BGGR"}, {kGRBG, "GRBG"}, {kGBRG, "GBRG"}};
+constexpr BayerOrder kBayerOrders[] = {{kRGGB, "RGGB"}, {kBGGR, "BGGR"}, {kGRBG, "GRBG"}, {kGBRG, "GBRG"}};
 
 struct Gains {
   double r = 0;
@@ -27,38 +25,44 @@ struct Gains {
 void PrintTo(const Gains& gains, std::ostream* out) {
   *out << gains.r << ", " << gains.g << ", " << gains.b;
 }
-
-Gains gains_now() {
-  Gains gains;
-  EXPECT_TRUE(ok(CameraGetWBGain(kCamera, &gains.r, &gains.g, &gains.b)));
-  return gains;
-}
+constexpr Gains kUnchanged = {2.5, 2.5, 2.5};
 
 double cut(double gain) {
   return static_cast<int>(gain * 100) / 100.0;
 }
 
+enum Measure : uint8_t { kOnePush, kPoints };
+
 class WhiteBalance : public ContextTest {
  protected:
-  /// The gains that `measure` leaves; 2.5 each where it leaves them alone.
-  template <class Measure>
-  Gains measured(Measure measure, const Order& order, const Mosaic& mosaic, int mean_level = 0) {
-    const ContextRef ctx = open(order.color_mode);
-    EXPECT_TRUE(ok(CameraSetWBGain(kCamera, 2.5, 2.5, 2.5)));
-    ctx->picture.mean_level = mean_level;
-    measure(*ctx, ImageView(mosaic.samples, mosaic.width, mosaic.height));
-    const Gains gains = gains_now();
-    for (size_t i = 0; i < 256; ++i) {
-      EXPECT_EQ(ctx->picture.curves.load()->final_curve_r[i], std::min(255, static_cast<int>(i * gains.r)));
-      EXPECT_EQ(ctx->picture.curves.load()->final_curve_g[i], std::min(255, static_cast<int>(i * gains.g)));
-      EXPECT_EQ(ctx->picture.curves.load()->final_curve_b[i], std::min(255, static_cast<int>(i * gains.b)));
-    }
-    vacate_slot(kCamera);
+  static Gains gains_now() {
+    Gains gains;
+    EXPECT_EQ(CameraGetWBGain(kCamera, &gains.r, &gains.g, &gains.b), 0U);
     return gains;
   }
-};
 
-constexpr Gains kUnchanged = {2.5, 2.5, 2.5};
+  /// The red of the picture's first pixel, or the level of a grey one.
+  static int develop(std::vector<uint8_t> frame, int width, int height, int format = KXCAM_FORMAT_COLOR) {
+    std::vector<uint8_t> out(3 * frame.size());
+    EXPECT_EQ(CameraISP(kCamera, frame.data(), out.data(), width, height, format), 0U);
+    return out[0];
+  }
+  static int develop(const Mosaic& mosaic, int format = KXCAM_FORMAT_COLOR) {
+    return develop(mosaic.samples, mosaic.width, mosaic.height, format);
+  }
+
+  /// The gains after a frame, from 2.5 each, when the frame before had that mean level.
+  Gains measured(Measure measure, const BayerOrder& order, const Mosaic& mosaic, int mean_level = 0) {
+    const int width = mosaic.width;
+    const int height = mosaic.height;
+    open(order.color_mode, width, height);
+    EXPECT_EQ(CameraSetWBGain(kCamera, 2.5, 2.5, 2.5), 0U);
+    develop(std::vector<uint8_t>(mosaic.samples.size(), static_cast<uint8_t>(mean_level)), width, height);
+    EXPECT_EQ(measure == kOnePush ? CameraOnePushWB(kCamera) : CameraSetAWB(kCamera, true), 0U);
+    develop(mosaic, KXCAM_FORMAT_COLOR | KXCAM_FORMAT_UNCORRECTED);
+    return gains_now();
+  }
+};
 
 /// A frame whose sites of each letter have one level.
 Mosaic plain(std::string_view cell, int width, int height, int r, int g, int b) {
@@ -72,23 +76,22 @@ Mosaic plain(std::string_view cell, int width, int height, int r, int g, int b) 
 }
 
 TEST_F(WhiteBalance, OnePushMakesTheMiddleGrey) {
-  for (const Order& order : kOrders) {
-    EXPECT_EQ(measured(ManualWhiteBalance, order, plain(order.cell, 32, 24, 50, 100, 80)),
-              (Gains{2, 1, 1.25}));
-    EXPECT_EQ(measured(ManualWhiteBalance, order, plain(order.cell, 32, 24, 90, 90, 90)), (Gains{1, 1, 1}));
-    EXPECT_EQ(measured(ManualWhiteBalance, order, plain(order.cell, 32, 24, 30, 200, 150)),
-              (Gains{6.66, 1, 1.33}));
-    EXPECT_EQ(measured(ManualWhiteBalance, order, plain(order.cell, 32, 24, 30, 200, 0)), kUnchanged);
-    EXPECT_EQ(measured(ManualWhiteBalance, order, plain(order.cell, 32, 24, 0, 200, 10)), kUnchanged);
-    EXPECT_EQ(measured(ManualWhiteBalance, order, plain(order.cell, 32, 24, 20, 0, 10)), kUnchanged);
+  const struct {
+    int r, g, b;
+    Gains gains;
+  } rows[] = {{50, 100, 80, {2, 1, 1.25}}, {90, 90, 90, {1, 1, 1}},  {30, 200, 150, {6.66, 1, 1.33}},
+              {30, 200, 0, kUnchanged},    {0, 200, 10, kUnchanged}, {20, 0, 10, kUnchanged}};
+  for (const BayerOrder& order : kBayerOrders) {
+    for (const auto& row : rows)
+      EXPECT_EQ(measured(kOnePush, order, plain(order.cell, 32, 24, row.r, row.g, row.b)), row.gains);
   }
-  EXPECT_EQ(measured(ManualWhiteBalance, {kMono8, "MMMM"}, plain("MMMM", 32, 24, 0, 0, 9)), kUnchanged);
+  EXPECT_EQ(measured(kOnePush, {kMono8, "MMMM"}, plain("MMMM", 32, 24, 0, 0, 9)), kUnchanged);
 }
 
 // Rows y0 .. 2 y0 - 1 and columns x0 .. 2 x0 - 1 count, as far as their cells lie in the frame.
 TEST_F(WhiteBalance, OnePushMeasuresTheMiddleNinthOfAnySize) {
   const auto begin = [](int size) { return size / 3 % 2 == 0 ? size / 3 : size / 3 + 1; };
-  for (const Order& order : kOrders) {
+  for (const BayerOrder& order : kBayerOrders) {
     for (int size = 0; size < 22 * 22; ++size) {
       const int width = 1 + size % 22;
       const int height = 1 + size / 22;
@@ -104,7 +107,7 @@ TEST_F(WhiteBalance, OnePushMeasuresTheMiddleNinthOfAnySize) {
         }
       }
       const bool sufficient = r != 0 && g != 0 && b != 0;
-      EXPECT_EQ(measured(ManualWhiteBalance, order, mosaic),
+      EXPECT_EQ(measured(kOnePush, order, mosaic),
                 (sufficient ? Gains{cut(g / 2 / r), 1, cut(g / 2 / b)} : kUnchanged))
           << width << " x " << height;
     }
@@ -133,23 +136,14 @@ Mosaic nearly_grey_noise(std::string_view cell, int width, int height) {
   return mosaic;
 }
 
+constexpr std::pair<int, int> kSizes[] = {{40, 40}, {41, 40}, {40, 41}, {41, 41}, {39, 38},
+                                          {37, 39}, {4, 400}, {400, 4}, {5, 400}, {6, 401},
+                                          {400, 5}, {400, 6}, {401, 7}, {1, 1}};
+
 TEST_F(WhiteBalance, PointsAreTheNearlyGreyCellsInsideTheFrame) {
   int changed = 0;
-  for (const Order& order : kOrders) {
-    for (const auto& [width, height] : {std::pair{40, 40},
-                                        {41, 40},
-                                        {40, 41},
-                                        {41, 41},
-                                        {39, 38},
-                                        {37, 39},
-                                        {4, 400},
-                                        {400, 4},
-                                        {5, 400},
-                                        {6, 401},
-                                        {400, 5},
-                                        {400, 6},
-                                        {401, 7},
-                                        {1, 1}}) {
+  for (const BayerOrder& order : kBayerOrders) {
+    for (const auto& [width, height] : kSizes) {
       SCOPED_TRACE(testing::Message() << order.cell << " " << width << " x " << height);
       const Mosaic mosaic = nearly_grey_noise(order.cell, width, height);
       const int green_row = order.color_mode == kBGGR ? 1 : 0;
@@ -174,7 +168,7 @@ TEST_F(WhiteBalance, PointsAreTheNearlyGreyCellsInsideTheFrame) {
         }
       }
       const Gains expected = cells >= 32 ? Gains{cut(g / r), 1, cut(g / b)} : kUnchanged;
-      EXPECT_EQ(measured(PointWhiteBalance, order, mosaic, 70), expected) << cells << " cells";
+      EXPECT_EQ(measured(kPoints, order, mosaic, 70), expected) << cells << " cells";
       changed += cells >= 32 ? 1 : 0;
     }
   }
@@ -194,58 +188,94 @@ Mosaic points(int cells, int r, int g, int b) {
 }
 
 TEST_F(WhiteBalance, PointsMustBeManyAndBrightAndTinted) {
-  const auto gains = [&](const Mosaic& mosaic, int mean_level) {
-    return measured(PointWhiteBalance, kOrders[0], mosaic, mean_level);
-  };
   constexpr Gains kFound = {1.2, 1, 1.2};
   // Luma 110, colour differences -5 and -8.
-  EXPECT_EQ(gains(points(32, 100, 120, 100), 50), kFound);
-  EXPECT_EQ(gains(points(31, 100, 120, 100), 50), kUnchanged);
-  EXPECT_EQ(gains(points(64, 100, 120, 100), 79), kFound);
-  EXPECT_EQ(gains(points(64, 100, 120, 100), 80), kUnchanged);
-  EXPECT_EQ(gains(points(64, 120, 120, 120), 50), kUnchanged);
-  EXPECT_EQ(gains(points(64, 105, 120, 100), 50), kUnchanged) << "red must be 16 below green";
-  EXPECT_EQ(gains(points(64, 100, 120, 0), 50), kUnchanged);
-  // A saturated green has no share in luma, so it is as dark as it is coloured.
-  EXPECT_EQ(gains(points(64, 228, 255, 228), 50), kUnchanged);
+  const struct {
+    int cells, r, g, b, mean_level;
+    Gains gains;
+  } rows[] = {{32, 100, 120, 100, 50, kFound},
+              {31, 100, 120, 100, 50, kUnchanged},
+              {64, 100, 120, 100, 79, kFound},
+              {64, 100, 120, 100, 80, kUnchanged},
+              {64, 120, 120, 120, 50, kUnchanged},
+              {64, 105, 120, 100, 50, kUnchanged},  // red must be 16 below green
+              {64, 100, 120, 0, 50, kUnchanged},
+              // A saturated green has no share in luma, so it is as dark as it is coloured.
+              {64, 228, 255, 228, 50, kUnchanged}};
+  for (const auto& row : rows) {
+    EXPECT_EQ(measured(kPoints, kBayerOrders[0], points(row.cells, row.r, row.g, row.b), row.mean_level),
+              row.gains)
+        << row.cells << " cells of " << row.r << ", " << row.g << ", " << row.b << " above "
+        << row.mean_level;
+  }
 }
 
-// A cell that far from grey does not count, so no frame leads here.
-TEST_F(WhiteBalance, ABlueGainBeyondTheLimitLimitsRed) {
-  const auto limits = [](double r, double b) {
-    const WhiteBalanceGains gains = limited({.r = r, .g = 1.0, .b = b});
-    return Gains{gains.r, gains.g, gains.b};
-  };
-  EXPECT_EQ(limits(3.0, 3.0), (Gains{3.0, 1, 3.0}));
-  EXPECT_EQ(limits(3.01, 1.2), (Gains{3.0, 1, 1.2}));
-  EXPECT_EQ(limits(1.2, 3.01), (Gains{3.0, 1, 3.01}));
+/// Points in a frame of that background.
+Mosaic points_on(int background) {
+  Mosaic mosaic = points(64, 100, 120, 100);
+  for (uint8_t& sample : mosaic.samples) sample = sample == 0 ? static_cast<uint8_t>(background) : sample;
+  return mosaic;
 }
 
-TEST_F(WhiteBalance, AutomaticAsksAfterAChangeOfTheMeanLevel) {
-  struct Case {
-    uint32_t frames;
-    int last;
-    int mean;
-    bool asks;
-  };
-  constexpr Case kCases[] = {
-      {5, 100, 131, true},  {5, 131, 100, true},    {5, 100, 130, false}, {4, 100, 200, false},
-      {33, 0, 255, false},  {32, 100, 111, true},   {32, 111, 100, true}, {32, 100, 110, false},
-      {64, 100, 111, true}, {160, 100, 110, false}, {0, 0, 31, true},     {0xFFFFFFE0, 0, 11, true},
-  };
-  const ContextRef ctx = open(kBGGR);
-  for (const bool on : {true, false}) {
-    for (const Case& c : kCases) {
-      ctx->parameter.isp_flags.set_bits(kAutoWhiteBalance, on);
-      ctx->picture.auto_wb_request = false;
-      ctx->stream.frames_delivered = c.frames;
-      ctx->picture.wb_last_avg = c.last;
-      ctx->picture.mean_level = c.mean;
-      AutoWhiteBalance(*ctx);
-      EXPECT_EQ(ctx->picture.auto_wb_request, on && c.asks)
-          << c.frames << " frames, " << c.last << " to " << c.mean;
-      EXPECT_EQ(ctx->picture.wb_last_avg, on && c.asks ? c.mean : c.last);
+TEST_F(WhiteBalance, AutomaticMeasuresAfterAChangeOfTheMeanLevel) {
+  const struct {
+    int background;
+    int change;  ///< of the mean level, from 20
+    int least_frames;
+    int most_frames;
+  } rows[] = {{38, 31, 1, 6}, {37, 30, 7, 33}, {15, 11, 7, 33}, {14, 10, 70, 70}};
+  for (const auto& row : rows) {
+    open(kRGGB, 40, 40);
+    EXPECT_EQ(CameraSetAWB(kCamera, true), 0U);
+    for (int frame = 0; frame < 33; ++frame) develop(std::vector<uint8_t>(1600, 20), 40, 40);
+    EXPECT_EQ(gains_now(), (Gains{1, 1, 1})) << "nothing in it is nearly grey";
+    int frames = 0;
+    while (gains_now().r == 1 && frames < 70) {
+      develop(points_on(row.background));
+      ++frames;
     }
+    EXPECT_EQ(get(CameraGetAvg, kCamera), 20 + row.change);
+    EXPECT_TRUE(frames >= row.least_frames && frames <= row.most_frames) << row.change << ": " << frames;
+  }
+  open(kMono8, 40, 40);
+  EXPECT_TRUE(ok(CameraSetAWB(kCamera, true)) && ok(CameraOnePushWB(kCamera)));
+  for (int frame = 0; frame < 40; ++frame) develop(points_on(frame));
+  EXPECT_EQ(gains_now(), (Gains{1, 1, 1})) << "monochrome models have no balance";
+}
+
+TEST_F(WhiteBalance, AFrameGetsTheGainsThatItWasMeasuredFor) {
+  for (const BayerOrder& order : kBayerOrders) {
+    for (const int format : {KXCAM_FORMAT_COLOR, KXCAM_FORMAT_GREY}) {
+      SCOPED_TRACE(testing::Message() << order.cell << ", format " << format);
+      const Mosaic tinted = plain(order.cell, 24, 20, 100, 120, 100);
+      // Grey is the luma of equal channels: its three products are cut one by one, so it may lose 2.
+      const int tolerance = format == KXCAM_FORMAT_GREY ? 2 : 0;
+      open(order.color_mode, 24, 20);
+      ASSERT_EQ(CameraSetAWB(kCamera, true), 0U);
+      EXPECT_NEAR(develop(tinted, format), 120, tolerance);
+      EXPECT_EQ(gains_now(), (Gains{1.2, 1, 1.2}));
+      ASSERT_TRUE(ok(CameraSetAWB(kCamera, false)) && ok(CameraSetWBGain(kCamera, 1, 1, 1)));
+      develop(tinted, format);
+      EXPECT_EQ(gains_now(), (Gains{1, 1, 1})) << "one request, one measurement";
+
+      ASSERT_EQ(CameraOnePushWB(kCamera), 0U);
+      develop(tinted, KXCAM_FORMAT_RAW);
+      develop(tinted, 0);
+      EXPECT_EQ(gains_now(), (Gains{1, 1, 1})) << "raw frames and no picture at all leave a request alone";
+      EXPECT_NEAR(develop(tinted, format), 120, tolerance);
+      EXPECT_EQ(gains_now(), (Gains{1.2, 1, 1.2}));
+    }
+  }
+}
+
+TEST_F(WhiteBalance, MeasuresTheCorrectedFrame) {
+  open(kRGGB, 24, 20);
+  std::vector<uint8_t> frame(24 * 20, 100);
+  frame[8 * 24 + 12] = 250;  // a red speckle in the middle
+  for (const int format : {KXCAM_FORMAT_COLOR | KXCAM_FORMAT_UNCORRECTED, KXCAM_FORMAT_COLOR + 0}) {
+    ASSERT_EQ(CameraOnePushWB(kCamera), 0U);
+    develop(frame, 24, 20, format);
+    EXPECT_EQ(gains_now().r < 1.0, format != KXCAM_FORMAT_COLOR);
   }
 }
 
