@@ -44,7 +44,7 @@ void list(const ListOptions& options, StandardOutput& output) {
   try {
     cameras = attached_cameras();
   } catch (const Error&) {
-    if (options.json) output.print(as_json({}));
+    if (options.json) output.print(as_json(cameras));
     throw;
   }
   output.print(options.json ? as_json(cameras) : as_table(cameras));
