@@ -3,16 +3,18 @@
 
 #include <cstdint>
 
+#include "core/registry/contexts.h"
 #include "kxcam/kxcam.h"
 
-// How the results of internal operations become those of the exported functions. Every export is one
-// of these calls around one operation, so that nothing is ever thrown into a C program.
+// How a call comes in and its result goes out. Every export is one of these calls around one operation: the
+// camera is looked up here, once, in the order index (code 1), argument (2), presence (3), and nothing is
+// ever thrown into a C program.
 namespace kxcam::api {
 
 inline constexpr uint32_t kSuccess = 0;
 inline constexpr uint32_t kFailure = 1;
 
-/// Operation with a boolean result.
+/// Operation with a boolean result that needs no open camera, or finds its own.
 template <class Operation>
 uint32_t run(Operation operation) noexcept {
   try {
@@ -22,11 +24,27 @@ uint32_t run(Operation operation) noexcept {
   }
 }
 
+/// Operation with a boolean result on the camera at that index.
+template <class Operation, class... Arguments>
+uint32_t with_camera_if(int index, bool argument_in_range, Operation operation,
+                        Arguments... arguments) noexcept {
+  return run([&] {
+    const ContextRef camera = find_camera_if(index, argument_in_range);
+    return camera != nullptr && operation(*camera, arguments...);
+  });
+}
+
+/// The same for an operation that takes any argument.
+template <class Operation, class... Arguments>
+uint32_t with_camera(int index, Operation operation, Arguments... arguments) noexcept {
+  return with_camera_if(index, true, operation, arguments...);
+}
+
 /// Getter with a result that is negative on failure, else the value; works for int and double alike.
 template <class Value, class Getter>
-uint32_t get(Value* output, Getter getter) noexcept {
-  return run([&] {
-    const auto value = getter();
+uint32_t get(int index, Value* output, Getter getter) noexcept {
+  return with_camera(index, [&](CameraContext& camera) {
+    const auto value = getter(camera);
     if (value < 0) return false;
     *output = value;
     return true;
@@ -35,9 +53,10 @@ uint32_t get(Value* output, Getter getter) noexcept {
 
 /// Getter of a switch as 0 or 1, negative on failure. The output becomes false on failure too.
 template <class Getter>
-uint32_t get_switch(bool* output, Getter getter) noexcept {
-  return run([&] {
-    const int value = getter();
+uint32_t get_switch(int index, bool* output, Getter getter) noexcept {
+  *output = false;
+  return with_camera(index, [&](CameraContext& camera) {
+    const int value = getter(camera);
     *output = value > 0;
     return value >= 0;
   });

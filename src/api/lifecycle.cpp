@@ -1,34 +1,45 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "api/boundary.h"
-#include "core/acquisition/readout.h"
-#include "core/acquisition/video.h"
-#include "core/persistence/dead_pixel_store.h"
-#include "core/persistence/parameter_sets.h"
-#include "core/persistence/properties.h"
 #include "core/picture/virtual_camera.h"
-#include "core/registry/camera_context.h"
 #include "core/registry/camera_open.h"
-#include "core/registry/reconnect.h"
-#include "sync/clock.h"
+#include "core/registry/discovery.h"
+#include "usb/last_error.h"
 
 using namespace kxcam;
 
-namespace {
-constexpr int kWindDownMs = 100;
+uint32_t CameraGetVersion(int* major, int* minor) {
+  get_api_version(major, minor);
+  return api::kSuccess;
+}
+
+uint32_t CameraGetFirmVersion(int camera, int* version) {
+  return api::with_camera(camera, get_firm_version, version);
+}
+
+uint32_t CameraGetCount(int* count) {
+  *count = 0;
+  api::run([&] {
+    *count = get_camera_count();
+    return true;
+  });
+  return api::kSuccess;
+}
+
+uint32_t CameraGetName(int camera, char* serial, char* name) {
+  return api::run([&] { return get_camera_name(camera, serial, name, nullptr, nullptr) >= 0; });
+}
+
+uint32_t CameraGetID(int camera, int* model_row, int* product_id) {
+  return api::run([&] { return get_camera_name(camera, nullptr, nullptr, model_row, product_id) >= 0; });
+}
+
+uint32_t CameraGetLastError(int* error) {
+  *error = get_last_error();
+  return api::kSuccess;
 }
 
 uint32_t CameraInit(int camera) {
-  return api::run([&] {
-    if (!init_camera(camera)) return false;
-    // The camera is open from here on, whatever becomes of the rest.
-    load_parameter(camera, 0);
-    restore_geometry(camera);
-    load_deadpixel(camera, nullptr);
-    // Programs rely on the full sensor after an open, whatever geometry the camera was left with.
-    set_resolution(camera, 0, nullptr, nullptr, nullptr);
-    start_video(camera);
-    return true;
-  });
+  return api::run([&] { return open_camera(camera); });
 }
 
 uint32_t CameraInitIO(int camera) {
@@ -40,19 +51,14 @@ uint32_t CameraInitVirtual(int camera, int product_id, const ISPParam* param) {
 }
 
 uint32_t CameraFree(int camera) {
-  api::run([&] {
-    abort_query(camera);
-    sysdelay(kWindDownMs);
-    stop_video(camera);
-    return free_camera(camera);
-  });
+  api::run([&] { return close_camera(camera); });
   return api::kSuccess;
 }
 
 uint32_t CameraReset(int camera) {
-  return api::run([&] { return reset_camera(camera); });
+  return api::with_camera(camera, reset_camera);
 }
 
 uint32_t CameraReconnect(int camera) {
-  return api::run([&] { return reconnect(camera); });
+  return api::with_camera(camera, reconnect);
 }

@@ -18,10 +18,10 @@ class DeadPixelStore : public CameraBus {
     const auto list = context_at(0)->picture.dead_pixels.load();
     return {list->listed().begin(), list->listed().end()};
   }
-  static bool save(const Words& list) { return save_deadpixel(0, list.data()); }
+  static bool save(const Words& list) { return save_deadpixel(*context_at(0), list.data()); }
   static bool load(Words& list) {
     list.assign(127, 77);
-    return load_deadpixel(0, list.data());
+    return load_deadpixel(*context_at(0), list.data());
   }
 };
 
@@ -51,7 +51,7 @@ TEST_F(DeadPixelStore, HoldsSixtyThreePixelsBelowTheParameterSets) {
   list[0] = 63;
   ASSERT_TRUE(save(list));
   EXPECT_EQ(cells(*camera, 0x1EFD, 2), (Bytes{126, 0x77}));
-  ASSERT_TRUE(load_deadpixel(0, nullptr));
+  ASSERT_TRUE(load_deadpixel(*context_at(0), nullptr));
   EXPECT_EQ(in_force().size(), 63U);
   EXPECT_EQ(in_force().back(), (DeadPixel{125, 126}));
 }
@@ -99,7 +99,7 @@ TEST_F(DeadPixelStore, LoadsWhatItCanRead) {
     } else {
       EXPECT_EQ(Words(list.begin(), list.begin() + 5), (Words{2, 7, 8, 0, 0}));
     }
-    ASSERT_TRUE(load_deadpixel(0, nullptr));
+    ASSERT_TRUE(load_deadpixel(*context_at(0), nullptr));
   }
 }
 

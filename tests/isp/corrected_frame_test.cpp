@@ -125,12 +125,12 @@ TEST_F(CorrectedFrame, IsCorrectedWithOneSetOfTables) {
   const ContextRef ctx = open_imperfect(kRGGB);
   const std::vector<double> halved(34, 0.375);
   const std::vector<double> kept(34, -0.125);
-  ASSERT_TRUE(set_fpn_data(kCamera, kept.data(), kept.data(), nullptr, 34, 0));
+  ASSERT_TRUE(set_fpn_data(*context_at(kCamera), kept.data(), kept.data(), nullptr, 34, 0));
   std::atomic<bool> done = false;
   std::thread setter([&] {
     for (int i = 0; !done; ++i) {
       const auto& columns = i % 2 == 0 ? halved : kept;
-      set_fpn_data(kCamera, columns.data(), columns.data(), nullptr, 34, 0);
+      set_fpn_data(*context_at(kCamera), columns.data(), columns.data(), nullptr, 34, 0);
       CameraSetWBGain(kCamera, 1.5, 1.0, 0.5);
       CameraOnePushWB(kCamera);
       ctx->picture.dead_pixels.store(std::make_shared<const DeadPixelList>());

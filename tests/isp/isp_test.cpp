@@ -146,7 +146,7 @@ TEST_F(Isp, RefusesWhatIsNotAFrameOfTheCamera) {
 
 TEST_F(Isp, AppliesTheMatrixForEnhancementOrAnySaturationButOne) {
   open(kRGGB, 2, 2);
-  ASSERT_TRUE(set_ccm(kCamera, std::array<double, 9>{0, 0, 1, 0, 1, 0, 1, 0, 0}));
+  set_ccm(*context_at(kCamera), std::array<double, 9>{0, 0, 1, 0, 1, 0, 1, 0, 0});
   const auto red_and_blue = [&] {
     std::vector<uint8_t> frame = {10, 100, 100, 200};
     std::vector<uint8_t> out(12);
@@ -156,7 +156,7 @@ TEST_F(Isp, AppliesTheMatrixForEnhancementOrAnySaturationButOne) {
   EXPECT_EQ(red_and_blue(), std::pair(10, 200));
   ASSERT_TRUE(ok(CameraSetEnhancement(kCamera, true)));
   EXPECT_EQ(red_and_blue(), std::pair(200, 10));
-  ASSERT_TRUE(set_ccm(kCamera, kIdentity));
+  set_ccm(*context_at(kCamera), kIdentity);
   EXPECT_EQ(red_and_blue(), std::pair(200, 10)) << "a matrix acts from the next rebuild on";
   ASSERT_TRUE(ok(CameraSetEnhancement(kCamera, false)));
   EXPECT_EQ(red_and_blue(), std::pair(10, 200));

@@ -23,8 +23,8 @@ class PictureSettings : public ContextTest {
  protected:
   static bool set_tables(const std::vector<double>& columns, const std::vector<double>& odd,
                          const std::vector<double>& rows) {
-    return set_fpn_data(kCamera, columns.data(), odd.data(), rows.data(), static_cast<int>(columns.size()),
-                        static_cast<int>(rows.size()));
+    return set_fpn_data(*context_at(kCamera), columns.data(), odd.data(), rows.data(),
+                        static_cast<int>(columns.size()), static_cast<int>(rows.size()));
   }
   static std::shared_ptr<const ToneCurves> curves() { return context_at(kCamera)->picture.curves.load(); }
 };
@@ -112,9 +112,9 @@ TEST_F(PictureSettings, EnhancementUsesTheMatrixThatWasLastRebuilt) {
   ASSERT_EQ(CameraSetEnhancement(kCamera, true), 0U);
   EXPECT_EQ(matrix(0), 0) << "the camera's own matrix is all zero";
   constexpr std::array<double, 9> kCcm = {2, 0, 0, 0, 0.5, 0, 0, 0, -1};
-  ASSERT_TRUE(set_ccm(kCamera, kCcm));
+  set_ccm(*context_at(kCamera), kCcm);
   std::array<double, 9> ccm{};
-  ASSERT_TRUE(get_ccm(kCamera, ccm));
+  get_ccm(*context_at(kCamera), ccm);
   EXPECT_EQ(ccm, kCcm);
   EXPECT_EQ(matrix(0), 0);
   ASSERT_EQ(CameraSetSaturation(kCamera, 1.0), 0U);
@@ -173,22 +173,22 @@ TEST_F(PictureSettings, FixedPatternReplacesTheFirstEntriesOfTheTables) {
   ASSERT_TRUE(set_tables({9, 9, 9, 9}, {9, 9, 9, 9}, {9, 9, 9}));
   ASSERT_TRUE(set_tables({1, 2, 3}, {5, 6, 7}, {1, 2}));
   // One table of columns alone counts for nothing, nor does a length of none.
-  ASSERT_TRUE(set_fpn_data(kCamera, std::array{8.0}.data(), nullptr, nullptr, 1, 0));
-  ASSERT_TRUE(
-      set_fpn_data(kCamera, std::array{8.0}.data(), std::array{8.0}.data(), std::array{8.0}.data(), 0, -1));
+  ASSERT_TRUE(set_fpn_data(*context_at(kCamera), std::array{8.0}.data(), nullptr, nullptr, 1, 0));
+  ASSERT_TRUE(set_fpn_data(*context_at(kCamera), std::array{8.0}.data(), std::array{8.0}.data(),
+                           std::array{8.0}.data(), 0, -1));
   EXPECT_THAT(field()->column_table_a(), ElementsAre(1, 2, 3, 9));
   EXPECT_THAT(field()->column_table_b(), ElementsAre(5, 6, 7, 9));
   EXPECT_THAT(field()->row_table(), ElementsAre(1, 2, 9));
   const std::vector<double> five(5, 8.0);
   for (const auto& [columns, rows] : {std::pair{5, 3}, {4, 4}, {2147483647, 0}}) {
     EXPECT_EQ(code_of([&, c = columns, r = rows] {
-                return set_fpn_data(kCamera, five.data(), five.data(), five.data(), c, r);
+                return set_fpn_data(*context_at(kCamera), five.data(), five.data(), five.data(), c, r);
               }),
               KXCAM_ERROR_ARGUMENT);
   }
   EXPECT_THAT(field()->row_table(), ElementsAre(1, 2, 9));
   ctx->parameter.resolution_mode = 3;  // keeps no rows
-  ASSERT_TRUE(set_fpn_data(kCamera, nullptr, nullptr, nullptr, 0, 0));
+  ASSERT_TRUE(set_fpn_data(*context_at(kCamera), nullptr, nullptr, nullptr, 0, 0));
   EXPECT_THAT(field()->row_table(), ElementsAre(1, 2, 9));
   ASSERT_TRUE(set_tables({8}, {8}, {8}));
   EXPECT_THAT(field()->row_table(), Each(0.0));

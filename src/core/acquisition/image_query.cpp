@@ -9,7 +9,7 @@
 
 #include "core/acquisition/image_size.h"
 #include "core/picture/isp.h"
-#include "core/registry/contexts.h"
+#include "core/registry/camera_context.h"
 #include "usb/last_error.h"
 
 namespace kxcam {
@@ -51,7 +51,9 @@ bool deliver(CameraContext& context, int i, FrameGeometry geometry, uint8_t* out
   return isp_raw_frame(context, frame, out, geometry, format);
 }
 
-bool query(CameraContext& context, uint8_t* out, const int* size, int* buffer_index, int format) {
+}  // namespace
+
+bool query_image2(CameraContext& context, uint8_t* out, const int* size, int* buffer_index, int format) {
   if (context.stream.ring == nullptr) return fail(KXCAM_ERROR_NO_DEVICE);
   const FrameGeometry geometry = context.stream.geometry;
   if (geometry.pixels() * static_cast<int>(geometry.bytes_per_pixel) < 1) return fail(KXCAM_ERROR_FRAME_SIZE);
@@ -66,26 +68,15 @@ bool query(CameraContext& context, uint8_t* out, const int* size, int* buffer_in
   return frame.delivered;
 }
 
-}  // namespace
-
-bool query_image2(int camera, uint8_t* out, int* size, int* buffer_index, int format) {
-  if (camera < 0 || camera >= kMaxCameras) return false;
-  const ContextRef context = context_at(camera);
-  return context != nullptr && query(*context, out, size, buffer_index, format);
+bool query_image(CameraContext& context, uint8_t* out, const int* size, int format) {
+  return query_image2(context, out, size, nullptr, format);
 }
 
-bool query_image(int camera, uint8_t* out, int* size, int format) {
-  return query_image2(camera, out, size, nullptr, format);
-}
-
-bool query_image_lv(int camera, uint32_t* out, int* size, int format) {
+bool query_image_lv(CameraContext& context, uint32_t* out, const int* size, int format) {
   // A count of pixels whose bytes do not fit an int is no frame's size; it must not wrap to one that is.
   const int64_t bytes = int64_t{*size} * 4;
-  int byte_count = bytes == static_cast<int32_t>(bytes) ? static_cast<int>(bytes) : -1;
-  if (!query_image(camera, reinterpret_cast<uint8_t*>(out), &byte_count, format | KXCAM_FORMAT_32BIT))
-    return false;
-  *size = byte_count / 4;
-  return true;
+  const int byte_count = bytes == static_cast<int32_t>(bytes) ? static_cast<int>(bytes) : -1;
+  return query_image(context, reinterpret_cast<uint8_t*>(out), &byte_count, format | KXCAM_FORMAT_32BIT);
 }
 
 }  // namespace kxcam

@@ -4,8 +4,6 @@
 #include <limits>
 #include <utility>
 
-#include "core/registry/camera_parameter.h"
-#include "core/registry/contexts.h"
 #include "usb/last_error.h"
 
 namespace kxcam {
@@ -25,33 +23,26 @@ int image_bytes(const FrameGeometry& geometry, int format) {
   return pixels * color_pixel_bytes(format);
 }
 
-bool get_image_size(int camera, int* width, int* height) {
-  const ContextRef context = find_camera(camera);
-  if (context == nullptr) return false;
-  const FrameGeometry geometry = context->stream.geometry;
-  if ((context->parameter.isp_flags & kRotate90) != 0) std::swap(width, height);
+bool get_image_size(const CameraContext& camera, int* width, int* height) {
+  const FrameGeometry geometry = camera.stream.geometry;
+  if ((camera.parameter.isp_flags & kRotate90) != 0) std::swap(width, height);
   if (width != nullptr) *width = geometry.frame_width;
   if (height != nullptr) *height = geometry.frame_height;
   return true;
 }
 
-bool get_image_depth(int camera, int* bits) {
-  const ContextRef context = find_camera(camera);
-  if (context == nullptr) return false;
-  if (bits != nullptr) *bits = context->model().COLOR_MODE == kMono12 ? 12 : 8;
+bool get_image_depth(const CameraContext& camera, int* bits) {
+  if (bits != nullptr) *bits = camera.model().COLOR_MODE == kMono12 ? 12 : 8;
   return true;
 }
 
-bool get_image_buffer_size(int camera, int* size, int format) {
-  const ContextRef context = find_camera(camera);
-  if (context == nullptr) return false;
-  if (size != nullptr) *size = image_bytes(context->stream.geometry, format);
+bool get_image_buffer_size(const CameraContext& camera, int* size, int format) {
+  if (size != nullptr) *size = image_bytes(camera.stream.geometry, format);
   return true;
 }
 
-bool get_isp_image_buffer_size(int camera, int* size, int width, int height, int format) {
-  const ContextRef context = find_camera(camera);
-  if (context == nullptr) return false;
+bool get_isp_image_buffer_size(const CameraContext& /*camera*/, int* size, int width, int height,
+                               int format) {
   int pixel_bytes = 1;
   if ((format & (KXCAM_FORMAT_RAW | KXCAM_FORMAT_GREY)) == 0) {
     if ((format & KXCAM_FORMAT_COLOR) == 0) return fail(KXCAM_ERROR_ARGUMENT);

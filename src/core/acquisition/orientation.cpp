@@ -2,8 +2,6 @@
 #include "core/acquisition/orientation.h"
 
 #include "core/registry/camera_context.h"
-#include "core/registry/camera_parameter.h"
-#include "core/registry/contexts.h"
 #include "usb/last_error.h"
 
 namespace kxcam {
@@ -26,19 +24,19 @@ bool has_index_map(const CameraContext& context) {
   return context.stream.index_map.load()->count() > 0;
 }
 
-bool set_flag(int camera, IspFlag flag, bool on) {
-  const ContextRef context = find_camera(camera);
-  if (context == nullptr) return false;
-  if (!has_index_map(*context)) return fail(KXCAM_ERROR_ARGUMENT);
-  context->parameter.isp_flags.set_bits(flag, on);
-  build_index_map(*context);
+bool set_flag(CameraContext& camera, IspFlag flag, bool on) {
+  if (!has_index_map(camera)) return fail(KXCAM_ERROR_ARGUMENT);
+  camera.parameter.isp_flags.set_bits(flag, on);
+  build_index_map(camera);
   return true;
 }
 
-int get_flag(int camera, IspFlag flag) {
-  const ContextRef context = find_camera(camera);
-  if (context == nullptr) return -1;
-  return (context->parameter.isp_flags & flag) != 0 ? 1 : 0;
+int get_flag(const CameraContext& camera, IspFlag flag) {
+  return (camera.parameter.isp_flags & flag) != 0 ? 1 : 0;
+}
+
+bool toggle(CameraContext& camera, IspFlag flag) {
+  return set_flag(camera, flag, get_flag(camera, flag) == 0);
 }
 
 }  // namespace
@@ -55,28 +53,41 @@ void set_full_frame(CameraContext& context) {
   build_index_map(context);
 }
 
-bool set_mirror_x(int camera, bool on) {
+bool set_mirror_x(CameraContext& camera, bool on) {
   return set_flag(camera, kMirrorX, on);
 }
 
-bool set_mirror_y(int camera, bool on) {
+bool set_mirror_y(CameraContext& camera, bool on) {
   return set_flag(camera, kMirrorY, on);
 }
 
-bool set_rotate(int camera, bool on) {
+bool set_rotate(CameraContext& camera, bool on) {
   return set_flag(camera, kRotate90, on);
 }
 
-int get_mirror_x(int camera) {
+int get_mirror_x(const CameraContext& camera) {
   return get_flag(camera, kMirrorX);
 }
 
-int get_mirror_y(int camera) {
+int get_mirror_y(const CameraContext& camera) {
   return get_flag(camera, kMirrorY);
 }
 
-int get_rotate(int camera) {
+int get_rotate(const CameraContext& camera) {
   return get_flag(camera, kRotate90);
+}
+
+bool turn(CameraContext& camera, int angle) {
+  switch (angle) {
+    case 90:
+    case 360:
+      return toggle(camera, kRotate90);
+    case 180:
+    case 270:
+      return toggle(camera, kMirrorX) && toggle(camera, kMirrorY) && toggle(camera, kRotate90);
+    default:
+      return true;
+  }
 }
 
 }  // namespace kxcam

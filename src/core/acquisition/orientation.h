@@ -12,14 +12,18 @@ void UpdateImageIdx(CameraContext& context);
 /// The full sensor as the frame, with its index map.
 void set_full_frame(CameraContext& context);
 
-/// Mirror and rotation of the delivered picture. Codes 1, 3; 2 for a context without an index map.
-bool set_mirror_x(int camera, bool on);
-bool set_mirror_y(int camera, bool on);
-bool set_rotate(int camera, bool on);
+/// Mirror and rotation of the delivered picture. ARGUMENT for a camera without an index map.
+bool set_mirror_x(CameraContext& camera, bool on);
+bool set_mirror_y(CameraContext& camera, bool on);
+bool set_rotate(CameraContext& camera, bool on);
 
-/// 0 or 1; -1 on failure.
-int get_mirror_x(int camera);
-int get_mirror_y(int camera);
-int get_rotate(int camera);
+/// 0 or 1.
+int get_mirror_x(const CameraContext& camera);
+int get_mirror_y(const CameraContext& camera);
+int get_rotate(const CameraContext& camera);
+
+/// Turns the picture from where it is: 90 and 360 degrees toggle the rotation, 180 and 270 both mirrors and
+/// the rotation; other angles change nothing.
+bool turn(CameraContext& camera, int angle);
 
 }  // namespace kxcam

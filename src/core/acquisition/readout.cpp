@@ -8,34 +8,22 @@
 #include "core/acquisition/orientation.h"
 #include "core/control/exposure.h"
 #include "core/control/frame_timing.h"
-#include "core/registry/camera_parameter.h"
+#include "core/control/registers.h"
 #include "core/registry/contexts.h"
 #include "core/sensors/sensor_family.h"
-#include "usb/control_channel.h"
+#include "usb/bridge.h"
 #include "usb/last_error.h"
 
 namespace kxcam {
 
 namespace {
 
-constexpr uint8_t kGeometryInquiry = 0xAB;
-constexpr uint8_t kSelectGeometry = 0xAC;
-
-enum GeometryIndex : uint16_t {
-  kCount = 1,
-  kMaximum = 2,
-  kPreset = 3,
-  kMode = 4,
-};
-
 uint16_t little_endian(const ShortReply& reply, size_t at) {
   return static_cast<uint16_t>(reply[at] | reply[at + 1] << 8);
 }
 
-bool ask(const OpenCamera& camera, uint8_t request, uint16_t index, int value, ShortReply& reply) {
-  long length = 0;
-  return read_short(camera.handle.get(), request, index, static_cast<uint16_t>(value), reply, length) ||
-         fail(KXCAM_ERROR_READ_REQUEST);
+std::optional<ShortReply> inquire(const CameraContext& camera, bridge::GeometryIndex index, int value) {
+  return ask_bridge(camera, bridge::kGeometryInquiry, index, static_cast<uint16_t>(value));
 }
 
 /// The geometry in a reply; nothing, with code 10, when no frame of this sensor can have it.
@@ -60,65 +48,54 @@ void hand_out(const CameraContext& context, const FrameGeometry& geometry, int* 
 
 }  // namespace
 
-int get_resolution_count(int camera) {
-  const OpenCamera open = find_open_camera(camera);
-  ShortReply reply;
-  if (!open || !ask(open, kGeometryInquiry, kCount, 0, reply)) return -1;
-  return reply[0];
+int get_resolution_count(const CameraContext& camera) {
+  const auto reply = inquire(camera, bridge::kPresetCount, 0);
+  return reply ? (*reply)[0] : -1;
 }
 
-bool get_resolution_max(int camera, int* width, int* height) {
-  const OpenCamera open = find_open_camera(camera);
-  ShortReply reply;
-  if (!open || !ask(open, kGeometryInquiry, kMaximum, 0, reply)) return false;
-  if (width != nullptr) *width = little_endian(reply, 0);
-  if (height != nullptr) *height = little_endian(reply, 2);
+bool get_resolution_max(const CameraContext& camera, int* width, int* height) {
+  const auto reply = inquire(camera, bridge::kLargestSize, 0);
+  if (!reply) return false;
+  if (width != nullptr) *width = little_endian(*reply, 0);
+  if (height != nullptr) *height = little_endian(*reply, 2);
   return true;
 }
 
-bool get_resolution(int camera, int preset, int* width, int* height, int* bytes) {
-  const OpenCamera open = find_open_camera(camera);
-  ShortReply reply;
-  if (!open || !ask(open, kGeometryInquiry, kPreset, preset, reply)) return false;
-  const std::optional<FrameGeometry> geometry = plausible_geometry(*open.context, reply);
+bool get_resolution(const CameraContext& camera, int preset, int* width, int* height, int* bytes) {
+  const auto reply = inquire(camera, bridge::kPreset, preset);
+  if (!reply) return false;
+  const std::optional<FrameGeometry> geometry = plausible_geometry(camera, *reply);
   if (!geometry) return false;
-  hand_out(*open.context, *geometry, width, height, bytes);
+  hand_out(camera, *geometry, width, height, bytes);
   return true;
 }
 
-bool set_resolution(int camera, int preset, int* width, int* height, int* bytes) {
-  const OpenCamera open = find_open_camera(camera);
-  ShortReply reply;
-  if (!open || !ask(open, kSelectGeometry, kPreset, preset, reply)) return false;
-  const std::optional<FrameGeometry> geometry = plausible_geometry(*open.context, reply);
+bool set_resolution(CameraContext& camera, int preset, int* width, int* height, int* bytes) {
+  const auto reply =
+      ask_bridge(camera, bridge::kSelectGeometry, bridge::kPreset, static_cast<uint16_t>(preset));
+  if (!reply) return false;
+  const std::optional<FrameGeometry> geometry = plausible_geometry(camera, *reply);
   if (!geometry) return false;
-  open->stream.geometry = *geometry;
-  UpdateImageIdx(*open.context);  // at once: frames of that size may be there before the delay is
-  hand_out(*open.context, *geometry, width, height, bytes);
-  reapply_delay(*open.context);
-  open->parameter.enable_roi = 0;
-  open->parameter.resolution_index = static_cast<uint8_t>(preset);
-  set_exposure_width(*open.context, 0, 0);
+  camera.stream.geometry = *geometry;
+  UpdateImageIdx(camera);  // at once: frames of that size may be there before the delay is
+  hand_out(camera, *geometry, width, height, bytes);
+  reapply_delay(camera);
+  camera.parameter.enable_roi = 0;
+  camera.parameter.resolution_index = static_cast<uint8_t>(preset);
+  set_exposure_width(camera, 0, 0);
   return true;
 }
 
-bool set_resolution_mode(int camera, int mode) {
-  const ContextRef context = find_camera(camera);
-  if (context == nullptr) return false;
-  context->parameter.resolution_mode = static_cast<uint8_t>(mode);
-  const OpenCamera open = find_open_camera(camera);
-  ShortReply reply;
-  return open && ask(open, kGeometryInquiry, kMode, mode & 0xFF, reply);
+bool set_resolution_mode(CameraContext& camera, int mode) {
+  camera.parameter.resolution_mode = static_cast<uint8_t>(mode);
+  return inquire(camera, bridge::kReadoutMode, mode & 0xFF).has_value();
 }
 
-int get_resolution_mode(int camera) {
-  const ContextRef context = find_camera(camera);
-  return context == nullptr ? -1 : context->parameter.resolution_mode.load();
+int get_resolution_mode(const CameraContext& camera) {
+  return camera.parameter.resolution_mode;
 }
 
 namespace {
-
-constexpr uint8_t kRegionOfInterest = 0xAD;
 
 bool is_aligned(const RoiAlignment& unit, int x, int y, int w, int h) {
   return x % unit.x_and_width == 0 && w % unit.x_and_width == 0 && y % unit.y_and_height == 0 &&
@@ -130,20 +107,18 @@ bool write_window(libusb_device_handle* handle, const SensorWindow& window) {
                                  static_cast<uint8_t>(window.height),
                                  static_cast<uint8_t>(window.height >> 8)};
   long length = static_cast<long>(size.size());
-  return EP0Write(handle, kRegionOfInterest, window.y, window.x, size.data(), length) ||
+  return EP0Write(handle, bridge::kRegionOfInterest, window.y, window.x, size.data(), length) ||
          fail(KXCAM_ERROR_WRITE_REQUEST);
 }
 
 /// Bytes per raw sample in the new window; nothing, with code 10, when the camera did not take it.
 std::optional<uint8_t> confirm_window(libusb_device_handle* handle, const SensorWindow& window) {
-  ShortReply reply;
-  long length = 0;
-  const bool answered = read_short(handle, kRegionOfInterest, window.y, window.x, reply, length);
-  if (!answered || reply[0] < 1 || reply[0] > 2) {
+  const auto reply = read_short(handle, bridge::kRegionOfInterest, window.y, window.x);
+  if (!reply || (*reply)[0] < 1 || (*reply)[0] > 2) {
     set_last_error(KXCAM_ERROR_READ_REQUEST);
     return std::nullopt;
   }
-  return reply[0];
+  return (*reply)[0];
 }
 
 }  // namespace
@@ -171,30 +146,39 @@ std::optional<SensorWindow> MapViewToSensor(const CameraContext& context, int x,
                       static_cast<uint16_t>(height)};
 }
 
-bool set_ROI(int camera, int x, int y, int w, int h) {
-  const ContextRef context = find_camera(camera);
-  if (context == nullptr) return false;
-  const std::optional<SensorWindow> window = MapViewToSensor(*context, x, y, w, h);
+bool set_ROI(CameraContext& camera, int x, int y, int w, int h) {
+  const std::optional<SensorWindow> window = MapViewToSensor(camera, x, y, w, h);
   if (!window) return fail(KXCAM_ERROR_ARGUMENT);
-  const OpenCamera open = find_open_camera(camera);
-  if (!open) return false;
-  if (!write_window(open.handle.get(), *window)) return false;
-  const std::optional<uint8_t> bytes = confirm_window(open.handle.get(), *window);
+  const DeviceHandle handle = find_device(camera);
+  if (handle == nullptr || !write_window(handle.get(), *window)) return false;
+  const std::optional<uint8_t> bytes = confirm_window(handle.get(), *window);
   if (!bytes) return false;
 
   // The 12-bit bridge answers 1 for a window; its samples take two bytes there as in every preset.
-  const bool twelve_bits = open->model().COLOR_MODE == kMono12;
-  open->stream.geometry = FrameGeometry{window->width, window->height, twelve_bits ? 2U : *bytes};
-  UpdateImageIdx(*open.context);  // at once: frames of the window may be there before the delay is
-  reapply_delay(*open.context);
-  CameraParameter& parameter = open->parameter;
+  const bool twelve_bits = camera.model().COLOR_MODE == kMono12;
+  camera.stream.geometry = FrameGeometry{window->width, window->height, twelve_bits ? 2U : *bytes};
+  UpdateImageIdx(camera);  // at once: frames of the window may be there before the delay is
+  reapply_delay(camera);
+  CameraParameter& parameter = camera.parameter;
   parameter.roi_offset_x = static_cast<uint16_t>(x);
   parameter.roi_offset_y = static_cast<uint16_t>(y);
   parameter.roi_width = static_cast<uint16_t>(w);
   parameter.roi_height = static_cast<uint16_t>(h);
   parameter.resolution_index = 0;
   parameter.enable_roi = 1;
-  set_exposure_width(*open.context, 0, 0);
+  set_exposure_width(camera, 0, 0);
+  return true;
+}
+
+bool select_resolution(CameraContext& camera, int preset, int* width, int* height) {
+  if (!set_resolution(camera, preset, width, height, nullptr)) return false;
+  reapply_exposure(camera);
+  return true;
+}
+
+bool select_ROI(CameraContext& camera, int x, int y, int w, int h) {
+  if (!set_ROI(camera, x, y, w, h)) return false;
+  reapply_exposure(camera);
   return true;
 }
 

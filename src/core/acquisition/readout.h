@@ -8,25 +8,25 @@
 
 namespace kxcam {
 
-// Codes of all: 1, 3; those that ask the device also 4, and 10 when the request fails or the reply
-// names an impossible geometry, which changes nothing. Output pointers may be null.
+// What asks the device fails with NO_DEVICE, and with READ_REQUEST when the request fails or the reply names
+// an impossible geometry, which changes nothing. Output pointers may be null.
 
 /// Number of presets, or -1.
-int get_resolution_count(int camera);
+int get_resolution_count(const CameraContext& camera);
 
 /// Largest size that the camera offers.
-bool get_resolution_max(int camera, int* width, int* height);
+bool get_resolution_max(const CameraContext& camera, int* width, int* height);
 
 /// Size of a preset in the picture's view and its bytes per raw sample.
-bool get_resolution(int camera, int preset, int* width, int* height, int* bytes);
+bool get_resolution(const CameraContext& camera, int preset, int* width, int* height, int* bytes);
 
 /// Selects a preset and ends a region of interest; outputs as get_resolution().
-bool set_resolution(int camera, int preset, int* width, int* height, int* bytes);
+bool set_resolution(CameraContext& camera, int preset, int* width, int* height, int* bytes);
 
 /// Readout mode, the low eight bits; stored even if the request fails.
-bool set_resolution_mode(int camera, int mode);
-/// Readout mode last set, or -1.
-int get_resolution_mode(int camera);
+bool set_resolution_mode(CameraContext& camera, int mode);
+/// Readout mode last set.
+int get_resolution_mode(const CameraContext& camera);
 
 /// A window of the sensor in sensor pixels.
 struct SensorWindow {
@@ -42,8 +42,13 @@ struct SensorWindow {
 /// is not aligned as the sensor needs it or does not lie on the sensor.
 std::optional<SensorWindow> MapViewToSensor(const CameraContext& context, int x, int y, int w, int h);
 
-/// Reads out a region given in the picture's view. Codes 1, 3, 4; 2 for a region that the sensor cannot
-/// read out; 11 and 10 when the camera refuses. After a failure the geometry is as it was.
-bool set_ROI(int camera, int x, int y, int w, int h);
+/// Reads out a region given in the picture's view. ARGUMENT for a region that the sensor cannot read out;
+/// WRITE_REQUEST or READ_REQUEST when the camera refuses. After a failure the geometry is as it was.
+bool set_ROI(CameraContext& camera, int x, int y, int w, int h);
+
+/// set_resolution() and set_ROI() with the exposure set anew: its registers depend on the size of the
+/// readout.
+bool select_resolution(CameraContext& camera, int preset, int* width, int* height);
+bool select_ROI(CameraContext& camera, int x, int y, int w, int h);
 
 }  // namespace kxcam

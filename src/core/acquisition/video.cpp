@@ -4,67 +4,51 @@
 #include <algorithm>
 
 #include "core/registry/contexts.h"
-#include "usb/control_channel.h"
-#include "usb/last_error.h"
+#include "usb/bridge.h"
+#include "usb/requests.h"
 
 namespace kxcam {
 
 namespace {
 
-constexpr uint8_t kStartStream = 0xA2;
-constexpr uint8_t kStopStream = 0xA3;
 constexpr int kShortestTimeoutMs = 500;
 constexpr int kLongestTimeoutMs = 50000;
 
-bool ask_bridge(int camera, uint8_t request) {
-  const ContextRef context = find_camera(camera);
-  if (context == nullptr) return false;
-  if (!context->model().newer_bridge()) return true;
-  const DeviceHandle handle = find_device(*context);
+bool switch_stream(CameraContext& camera, bridge::Request request) {
+  if (!camera.model().newer_bridge()) return true;
+  const DeviceHandle handle = find_device(camera);
   if (handle == nullptr) return false;
-  ShortReply reply;
-  long length = 0;
-  read_short(handle.get(), request, 0, 0, reply, length);
+  read_short(handle.get(), request, 0, 0);
   return true;
 }
 
 }  // namespace
 
-bool start_video(int camera) {
-  return ask_bridge(camera, kStartStream);
+bool start_video(CameraContext& camera) {
+  return switch_stream(camera, bridge::kStartStream);
 }
 
-bool stop_video(int camera) {
-  return ask_bridge(camera, kStopStream);
+bool stop_video(CameraContext& camera) {
+  return switch_stream(camera, bridge::kStopStream);
 }
 
-bool clear_host_buffer(int camera) {
-  const OpenCamera open = find_open_camera(camera);
-  if (!open) return false;
-  const ReadLock reading(open->context_lock);
-  if (open->stream.ring != nullptr) open->stream.ring->flush();
+bool clear_host_buffer(CameraContext& camera) {
+  if (find_device(camera) == nullptr) return false;
+  if (camera.stream.ring != nullptr) camera.stream.ring->flush();
   return true;
 }
 
-bool abort_query(int camera) {
-  const ContextRef context = find_camera(camera);
-  if (context == nullptr) return false;
-  context->stream.running = false;
+void abort_query(CameraContext& camera) {
+  camera.stream.running = false;
+}
+
+bool set_time_out(CameraContext& camera, int ms) {
+  camera.parameter.time_out = std::clamp(ms, kShortestTimeoutMs, kLongestTimeoutMs);
   return true;
 }
 
-bool set_time_out(int camera, int ms) {
-  const ContextRef context = find_camera(camera);
-  if (context == nullptr) return false;
-  context->parameter.time_out = std::clamp(ms, kShortestTimeoutMs, kLongestTimeoutMs);
-  return true;
-}
-
-bool get_time_out(int camera, int* ms) {
-  const ContextRef context = find_camera(camera);
-  if (context == nullptr) return false;
-  *ms = context->parameter.time_out;
-  return true;
+int get_time_out(const CameraContext& camera) {
+  return camera.parameter.time_out;
 }
 
 }  // namespace kxcam

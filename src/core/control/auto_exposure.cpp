@@ -4,22 +4,16 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "core/control/registers.h"
 #include "core/registry/camera_context.h"
-#include "core/registry/camera_parameter.h"
-#include "core/registry/contexts.h"
 #include "core/sensors/sensor_family.h"
-#include "usb/control_channel.h"
+#include "usb/bridge.h"
 #include "usb/last_error.h"
 
 namespace kxcam {
 
 namespace {
 
-enum BridgeRegister : uint32_t {
-  kVersion = 0x00,
-  kAutoExposureControl = 0x19,
-  kAutoExposureTarget = 0x1A,
-};
 constexpr uint32_t kLastVersionWithoutAutoExposure = 0x103;
 constexpr uint32_t kControl50Hz = 0x10;
 constexpr uint32_t kControl60Hz = 0x20;
@@ -37,9 +31,9 @@ uint32_t mains_bit(uint16_t isp_flags) {
 
 /// Only one of the two loops may move the exposure.
 void switch_bridge_loop(CameraContext& camera, bool on) {
-  const std::optional<uint32_t> version = isp_read(camera, kVersion);
+  const std::optional<uint32_t> version = isp_read(camera, bridge::kVersion);
   if (!version || *version <= kLastVersionWithoutAutoExposure) return;
-  isp_write(camera, kAutoExposureControl, (on ? 1U : 0U) | mains_bit(camera.parameter.isp_flags));
+  isp_write(camera, bridge::kAutoExposureControl, (on ? 1U : 0U) | mains_bit(camera.parameter.isp_flags));
   camera.parameter.isp_flags.set_bits(kSoftwareExposureAllowed, !on);
 }
 
@@ -49,75 +43,62 @@ void postpone_next_run(CameraContext& camera) {
   camera.stream.frames_delivered = static_cast<uint32_t>(frames / 4 + 2);
 }
 
-int get_switch(int camera, uint16_t flag) {
-  const ContextRef context = find_camera(camera);
-  if (context == nullptr) return -1;
-  return (context->parameter.isp_flags & flag) != 0 ? 1 : 0;
+bool has_flag(const CameraContext& camera, uint16_t flag) {
+  return (camera.parameter.isp_flags & flag) != 0;
 }
 
 }  // namespace
 
-bool set_aec(int camera, bool on) {
-  const ContextRef context = find_camera(camera);
-  if (context == nullptr) return false;
-  if (bridge_has_loop(*context)) switch_bridge_loop(*context, on);
-  postpone_next_run(*context);
-  context->parameter.isp_flags.set_bits(kAutoExposure, on);
+bool set_aec(CameraContext& camera, bool on) {
+  if (bridge_has_loop(camera)) switch_bridge_loop(camera, on);
+  postpone_next_run(camera);
+  camera.parameter.isp_flags.set_bits(kAutoExposure, on);
   return true;
 }
 
-int get_aec(int camera) {
-  return get_switch(camera, kAutoExposure);
+int get_aec(const CameraContext& camera) {
+  return has_flag(camera, kAutoExposure) ? 1 : 0;
 }
 
-bool set_agc(int camera, bool on) {
-  const ContextRef context = find_camera(camera);
-  if (context == nullptr) return false;
-  if (const auto prepare = context->family.prepare_auto_gain) prepare(*context);
-  postpone_next_run(*context);
-  context->parameter.isp_flags.set_bits(kAutoGain, on);
+bool set_agc(CameraContext& camera, bool on) {
+  if (const auto prepare = camera.family.prepare_auto_gain) prepare(camera);
+  postpone_next_run(camera);
+  camera.parameter.isp_flags.set_bits(kAutoGain, on);
   return true;
 }
 
-int get_agc(int camera) {
-  return get_switch(camera, kAutoGain);
+int get_agc(const CameraContext& camera) {
+  return has_flag(camera, kAutoGain) ? 1 : 0;
 }
 
-bool set_ae_target(int camera, int target) {
-  if (!check_index(camera)) return false;
-  if (target < 0 || target > kHighestTarget) return fail(KXCAM_ERROR_ARGUMENT);
-  const ContextRef context = context_at(camera);
-  if (context == nullptr) return false;
-  const int32_t level = target;
-  context->parameter.ae_target = level;
-  return !bridge_has_loop(*context) ||
-         isp_write(*context, kAutoExposureTarget, static_cast<uint32_t>(level) << kTargetFractionBits);
+bool is_ae_target(int level) {
+  return level >= 0 && level <= kHighestTarget;
 }
 
-int get_ae_target(int camera) {
-  const ContextRef context = find_camera(camera);
-  return context == nullptr ? -1 : std::max(context->parameter.ae_target.load(), 0);
+bool set_ae_target(CameraContext& camera, int level) {
+  if (!is_ae_target(level)) return fail(KXCAM_ERROR_ARGUMENT);
+  camera.parameter.ae_target = level;
+  return !bridge_has_loop(camera) ||
+         isp_write(camera, bridge::kAutoExposureTarget, static_cast<uint32_t>(level) << kTargetFractionBits);
 }
 
-int get_avg(int camera) {
-  const ContextRef context = find_camera(camera);
-  return context == nullptr ? -1 : std::max(context->picture.mean_level.load(), 0);
+int get_ae_target(const CameraContext& camera) {
+  return std::max(camera.parameter.ae_target.load(), 0);
 }
 
-bool set_anti_flicker(int camera, int mode) {
-  const ContextRef context = find_camera(camera);
-  if (context == nullptr) return false;
-  context->parameter.isp_flags.set_bits(kAntiFlicker50Hz, mode == 1);
-  context->parameter.isp_flags.set_bits(kAntiFlicker60Hz, mode == 2);
+int get_avg(const CameraContext& camera) {
+  return std::max(camera.picture.mean_level.load(), 0);
+}
+
+bool set_anti_flicker(CameraContext& camera, int mode) {
+  camera.parameter.isp_flags.set_bits(kAntiFlicker50Hz, mode == 1);
+  camera.parameter.isp_flags.set_bits(kAntiFlicker60Hz, mode == 2);
   return true;
 }
 
-int get_anti_flicker(int camera) {
-  const ContextRef context = find_camera(camera);
-  if (context == nullptr) return -1;
-  const uint16_t flags = context->parameter.isp_flags;
-  if ((flags & kAntiFlicker50Hz) != 0) return 1;
-  return (flags & kAntiFlicker60Hz) != 0 ? 2 : 0;
+int get_anti_flicker(const CameraContext& camera) {
+  if (has_flag(camera, kAntiFlicker50Hz)) return 1;
+  return has_flag(camera, kAntiFlicker60Hz) ? 2 : 0;
 }
 
 namespace {

@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/control/exposure.h"
 
-#include "core/registry/contexts.h"
+#include "core/registry/camera_context.h"
 #include "core/sensors/sensor_family.h"
 #include "usb/last_error.h"
 
@@ -34,43 +34,35 @@ int set_exposure_width(CameraContext& camera, int width, int height) {
   return *extra;
 }
 
-int set_exposure_width(int camera, int width, int height) {
-  const ContextRef context = find_camera(camera);
-  return context == nullptr ? -1 : set_exposure_width(*context, width, height);
+int get_extra_exposure_width(CameraContext& camera, int width, int height) {
+  return extra_line_width(camera, readout_size(camera, width, height)).value_or(-1);
 }
 
-int get_extra_exposure_width(int camera, int width, int height) {
-  const ContextRef context = find_camera(camera);
-  if (context == nullptr) return -1;
-  return extra_line_width(*context, readout_size(*context, width, height)).value_or(-1);
+bool is_exposure(int lines) {
+  return lines >= 1;
 }
 
-bool set_exposure(CameraContext& camera, int32_t exposure) {
-  camera.parameter.exposure = exposure;
+bool set_exposure(CameraContext& camera, int lines) {
+  if (!is_exposure(lines)) return fail(KXCAM_ERROR_ARGUMENT);
+  camera.parameter.exposure = lines;
   const auto write = camera.family.write_exposure;
-  return write == nullptr || write(camera, exposure);
+  return write == nullptr || write(camera, lines);
 }
 
-bool set_exposure(int camera, int exposure) {
-  if (!check_index(camera)) return false;
-  if (exposure < 1) return fail(KXCAM_ERROR_ARGUMENT);
-  const ContextRef context = context_at(camera);
-  return context != nullptr && set_exposure(*context, exposure);
+void reapply_exposure(CameraContext& camera) {
+  set_exposure(camera, camera.parameter.exposure);
 }
 
-int get_exposure(int camera) {
-  const ContextRef context = find_camera(camera);
-  return context == nullptr ? -1 : context->parameter.exposure.load();
+int get_exposure(const CameraContext& camera) {
+  return camera.parameter.exposure;
 }
 
-double get_exposure_unit(int camera) {
-  const ContextRef context = find_camera(camera);
-  return context == nullptr ? -1.0 : context->sensor.line_time_ms.load();
+double get_exposure_unit(const CameraContext& camera) {
+  return camera.sensor.line_time_ms;
 }
 
-double get_exposure_time(int camera) {
-  const ContextRef context = find_camera(camera);
-  return context == nullptr ? -1.0 : context->parameter.exposure * context->sensor.line_time_ms;
+double get_exposure_time(const CameraContext& camera) {
+  return camera.parameter.exposure * camera.sensor.line_time_ms;
 }
 
 }  // namespace kxcam

@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <cstdint>
-
 namespace kxcam {
 
 struct CameraContext;
@@ -11,30 +9,28 @@ struct CameraContext;
 /// stands for the present one. Both keep their values when the sensor does not tell its timing, or tells
 /// one that no sensor can have, and on sensors whose timing is not known.
 ///
-/// Returns the horizontal blanking in pixel clocks, or -1. Codes 1, 3, 4, 10.
-int set_exposure_width(int camera, int width, int height);
+/// Returns the horizontal blanking in pixel clocks, or -1 with NO_DEVICE or READ_REQUEST.
 int set_exposure_width(CameraContext& camera, int width, int height);
 
 /// Horizontal blanking at that readout size, in pixel clocks: what the line is longer than its pixels. -1 on
-/// failure, with codes as above.
-int get_extra_exposure_width(int camera, int width, int height);
+/// failure, as above.
+int get_extra_exposure_width(CameraContext& camera, int width, int height);
 
-struct CameraContext;
+/// Exposure in sensor lines, 1 and up. Stored first; the result is that of the write on which the sensor
+/// family lets it depend. NOT_SUPPORTED when the sensor is in a mode that takes no exposure.
+bool is_exposure(int lines);
+bool set_exposure(CameraContext& camera, int lines);
 
-// Codes of all: 1, 3.
+/// Sends the stored exposure again: on many sensors its registers depend on the size of the readout.
+void reapply_exposure(CameraContext& camera);
 
-/// Exposure in sensor lines, 1 and up (code 2). Stored first; the result is that of the sensor family's
-/// decisive write. Code 8 when the sensor is in a mode that takes no exposure.
-bool set_exposure(int camera, int exposure);
-bool set_exposure(CameraContext& camera, int32_t exposure);
+/// Exposure last set by the application or by auto exposure, in lines.
+int get_exposure(const CameraContext& camera);
 
-/// Exposure last set by the application or by auto exposure, in lines; -1 on failure.
-int get_exposure(int camera);
+/// Duration of one line in milliseconds; 0 while it is not known.
+double get_exposure_unit(const CameraContext& camera);
 
-/// Duration of one line in milliseconds; 0 while it is not known, -1 on failure.
-double get_exposure_unit(int camera);
-
-/// Exposure in milliseconds; -1 on failure.
-double get_exposure_time(int camera);
+/// Exposure in milliseconds.
+double get_exposure_time(const CameraContext& camera);
 
 }  // namespace kxcam

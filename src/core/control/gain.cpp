@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/control/gain.h"
 
-#include "core/registry/contexts.h"
+#include "core/registry/camera_context.h"
 #include "core/sensors/sensor_family.h"
 #include "usb/last_error.h"
 
@@ -11,34 +11,34 @@ namespace {
 constexpr int kHighestGain = 255;
 }
 
-bool set_gain(int camera, int gain) {
-  if (!check_index(camera)) return false;
-  if (gain < 1 || gain > kHighestGain) return fail(KXCAM_ERROR_ARGUMENT);
-  const ContextRef context = context_at(camera);
-  if (context == nullptr) return false;
-  context->parameter.gain = gain;
-  const auto write = context->family.write_gain;
-  return write == nullptr || write(*context, gain);
+bool is_gain(int gain) {
+  return gain >= 1 && gain <= kHighestGain;
 }
 
-int get_gain(int camera) {
-  const ContextRef context = find_camera(camera);
-  return context == nullptr ? -1 : context->parameter.gain.load();
+bool set_gain(CameraContext& camera, int gain) {
+  if (!is_gain(gain)) return fail(KXCAM_ERROR_ARGUMENT);
+  camera.parameter.gain = gain;
+  const auto write = camera.family.write_gain;
+  return write == nullptr || write(camera, gain);
 }
 
-bool set_advanced_gain(int camera, int level) {
-  if (!check_index(camera)) return false;
-  if (level < 0 || level > kHighestGain) return fail(KXCAM_ERROR_ARGUMENT);
-  const ContextRef context = context_at(camera);
-  if (context == nullptr) return false;
-  context->parameter.advanced_gain = level;
-  if (const auto write = context->family.write_advanced_gain) write(*context, level);
+int get_gain(const CameraContext& camera) {
+  return camera.parameter.gain;
+}
+
+bool is_advanced_gain(int level) {
+  return level >= 0 && level <= kHighestGain;
+}
+
+bool set_advanced_gain(CameraContext& camera, int level) {
+  if (!is_advanced_gain(level)) return fail(KXCAM_ERROR_ARGUMENT);
+  camera.parameter.advanced_gain = level;
+  if (const auto write = camera.family.write_advanced_gain) write(camera, level);
   return true;
 }
 
-int get_advanced_gain(int camera) {
-  const ContextRef context = find_camera(camera);
-  return context == nullptr ? -1 : context->parameter.advanced_gain.load();
+int get_advanced_gain(const CameraContext& camera) {
+  return camera.parameter.advanced_gain;
 }
 
 }  // namespace kxcam

@@ -6,21 +6,17 @@
 #include <span>
 #include <vector>
 
-#include "core/registry/camera_context.h"
 #include "core/registry/contexts.h"
 #include "core/sensors/sensor_family.h"
 #include "isp/saturating_cast.h"
-#include "usb/control_channel.h"
+#include "usb/bridge.h"
 #include "usb/last_error.h"
-#include "usb/spi_flash.h"
+#include "usb/requests.h"
 
 namespace kxcam {
 
 namespace {
 
-constexpr uint8_t kFlashWrite = 0xC2;
-constexpr uint8_t kFlashRead = 0xC3;
-constexpr uint8_t kFlashPrepare = 0xC4;
 constexpr uint16_t kErase = 1;
 constexpr uint16_t kFirmwarePage = 0;
 
@@ -37,7 +33,7 @@ constexpr int32_t kFirstFirmwareThatKeepsTables = 0x8310;
 
 void prepare(libusb_device_handle* handle, uint16_t area) {
   long no_data = 0;
-  EP0Write(handle, kFlashPrepare, area, kErase, nullptr, no_data);
+  EP0Write(handle, bridge::kFlashPrepare, area, kErase, nullptr, no_data);
 }
 
 void write_table(libusb_device_handle* handle, int page, std::span<const double> table) {
@@ -92,23 +88,22 @@ void write_user_lut(const CameraContext& camera, libusb_device_handle* handle) {
   UserLut lut = *camera.picture.user_lut.load();
   long length = static_cast<long>(lut.size());
   prepare(handle, kUserLutArea);
-  EP0Write(handle, kFlashWrite, kUserLutPage, 0, lut.data(), length);
+  EP0Write(handle, bridge::kFlashWrite, kUserLutPage, 0, lut.data(), length);
 }
 
 void read_user_lut(CameraContext& camera, libusb_device_handle* handle) {
   UserLut read{};
   long length = static_cast<long>(read.size());
-  if (!EP0Read(handle, kFlashRead, kUserLutPage, 0, read.data(), length)) return;
+  if (!EP0Read(handle, bridge::kFlashRead, kUserLutPage, 0, read.data(), length)) return;
   camera.picture.user_lut.update([&](UserLut& lut) { std::copy_n(read.begin(), length, lut.begin()); });
 }
 
-bool erase_firmware(int camera) {
-  const OpenCamera open = find_open_camera(camera);
-  if (!open) return false;
-  const ReadLock reading(open->context_lock);
+bool erase_firmware(const CameraContext& camera) {
+  const DeviceHandle handle = find_device(camera);
+  if (handle == nullptr) return false;
   uint8_t nothing = 0;
   long length = 1;
-  return EP0Write(open.handle.get(), kFlashWrite, kFirmwarePage, kErase, &nothing, length) ||
+  return EP0Write(handle.get(), bridge::kFlashWrite, kFirmwarePage, kErase, &nothing, length) ||
          fail(KXCAM_ERROR_WRITE_REQUEST);
 }
 

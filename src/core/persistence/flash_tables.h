@@ -26,7 +26,7 @@ void write_user_lut(const CameraContext& camera, libusb_device_handle* handle);
 void read_user_lut(CameraContext& camera, libusb_device_handle* handle);
 
 /// Erases the firmware that the bridge loads at power-up: the camera is of no use afterwards until a new one
-/// is written. Codes 1, 3, 4; 11.
-bool erase_firmware(int camera);
+/// is written. NO_DEVICE, WRITE_REQUEST.
+bool erase_firmware(const CameraContext& camera);
 
 }  // namespace kxcam

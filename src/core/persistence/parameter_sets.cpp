@@ -20,7 +20,6 @@
 #include "core/picture/correction_settings.h"
 #include "core/picture/tone_settings.h"
 #include "core/picture/white_balance_settings.h"
-#include "core/registry/camera_parameter.h"
 #include "core/registry/contexts.h"
 
 namespace kxcam {
@@ -39,33 +38,32 @@ bool all(const std::array<bool, N>& results) {
   return std::ranges::all_of(results, std::identity());
 }
 
-void save_flash_tables(const OpenCamera& open) {
-  CameraContext& context = *open.context;
-  if ((context.parameter.isp_flags & kFixedPatternOff) == 0) {
-    if (keeps_fixed_pattern(context)) {
-      write_fixed_pattern(context, open.handle.get());
+void save_flash_tables(CameraContext& camera, libusb_device_handle* handle) {
+  if ((camera.parameter.isp_flags & kFixedPatternOff) == 0) {
+    if (keeps_fixed_pattern(camera)) {
+      write_fixed_pattern(camera, handle);
     } else {
-      context.parameter.isp_flags.set_bits(kFixedPatternOff, true);
+      camera.parameter.isp_flags.set_bits(kFixedPatternOff, true);
     }
   }
-  if (context.model().COLOR_MODE == kMono12) write_user_lut(context, open.handle.get());
+  if (camera.model().COLOR_MODE == kMono12) write_user_lut(camera, handle);
 }
 
-void load_flash_tables(const OpenCamera& open) {
-  CameraContext& context = *open.context;
-  if (keeps_fixed_pattern(context)) {
-    read_fixed_pattern(context, open.handle.get());
+void load_flash_tables(CameraContext& camera, libusb_device_handle* handle) {
+  if (keeps_fixed_pattern(camera)) {
+    read_fixed_pattern(camera, handle);
   } else {
-    context.parameter.isp_flags.set_bits(kFixedPatternOff, true);
+    camera.parameter.isp_flags.set_bits(kFixedPatternOff, true);
   }
-  if (context.model().COLOR_MODE == kMono12) read_user_lut(context, open.handle.get());
+  if (camera.model().COLOR_MODE == kMono12) read_user_lut(camera, handle);
 }
 
 /// The matrix takes effect with the saturation.
-bool load_matrix(int camera) {
+bool load_matrix(CameraContext& camera) {
   std::array<double, 9> ccm{};
   const bool read = ReadCcm(camera, ccm);
-  return set_ccm(camera, ccm) && read;
+  set_ccm(camera, ccm);
+  return read;
 }
 
 void copy_properties(const CameraParameter& from, CameraParameter& to) {
@@ -80,7 +78,7 @@ void copy_properties(const CameraParameter& from, CameraParameter& to) {
 
 /// Hands every setting to its setter, whatever becomes of the others. Some setters undo or need what others
 /// did, so the order matters; the elements of a braced list are evaluated in theirs.
-bool apply_settings(int camera, const CameraParameter& record, const CameraParameter& live) {
+bool apply_settings(CameraContext& camera, const CameraParameter& record) {
   const uint16_t flags = record.isp_flags;
   const auto on = [flags](IspFlag flag) { return (flags & flag) != 0; };
   const std::array results = {
@@ -106,7 +104,7 @@ bool apply_settings(int camera, const CameraParameter& record, const CameraParam
       set_line_height(camera, record.line_height),
       set_line_trigger(camera, record.line_trigger),
       set_snap_num(camera, record.snap_num),
-      set_fpn(camera, (live.isp_flags & kFixedPatternOff) == 0),
+      set_fpn(camera, (camera.parameter.isp_flags & kFixedPatternOff) == 0),
       set_denoise(camera, !on(kDespeckleOff)),
       set_frame_rate(camera, !on(kFrameRateFree), record.frame_rate),
       set_advanced_gain(camera, record.advanced_gain),
@@ -122,7 +120,8 @@ bool apply_settings(int camera, const CameraParameter& record, const CameraParam
   return all(results);
 }
 
-void restore_readout(int camera, CameraParameter& live) {
+void restore_readout(CameraContext& camera) {
+  CameraParameter& live = camera.parameter;
   if (live.enable_roi != 0) {
     set_ROI(camera, live.roi_offset_x, live.roi_offset_y, live.roi_width, live.roi_height);
     return;
@@ -133,34 +132,33 @@ void restore_readout(int camera, CameraParameter& live) {
 
 }  // namespace
 
-bool save_parameter(int camera, int slot) {
-  const OpenCamera open = find_open_camera(camera);
-  if (!open) return false;
-  SaveParameter(camera, open->parameter, slot_in_use(slot));
+bool save_parameter(CameraContext& camera, int slot) {
+  const DeviceHandle handle = find_device(camera);
+  if (handle == nullptr) return false;
+  SaveParameter(camera, camera.parameter, slot_in_use(slot));
   std::array<double, 9> ccm{};
   get_ccm(camera, ccm);
   WriteCcm(camera, ccm);
-  save_flash_tables(open);
+  save_flash_tables(camera, handle.get());
   return true;
 }
 
-bool load_parameter(int camera, int slot) {
-  const OpenCamera open = find_open_camera(camera);
-  if (!open) return false;
+bool load_parameter(CameraContext& camera, int slot) {
+  const DeviceHandle handle = find_device(camera);
+  if (handle == nullptr) return false;
   CameraParameter record;
   const bool loaded = LoadParameter(camera, record, slot_in_use(slot));
   const bool matrix_loaded = load_matrix(camera);
-  open->parameter.isp_flags = record.isp_flags;
-  load_flash_tables(open);
-  copy_properties(record, open->parameter);
-  const bool applied = apply_settings(camera, record, open->parameter);
+  camera.parameter.isp_flags = record.isp_flags;
+  load_flash_tables(camera, handle.get());
+  copy_properties(record, camera.parameter);
+  const bool applied = apply_settings(camera, record);
   return loaded && matrix_loaded && applied;
 }
 
-bool set_parameter(int camera) {
-  const OpenCamera open = find_open_camera(camera);
-  if (!open) return false;
-  CameraParameter& live = open->parameter;
+bool set_parameter(CameraContext& camera) {
+  if (find_device(camera) == nullptr) return false;
+  const CameraParameter& live = camera.parameter;
   const uint16_t flags = live.isp_flags;
   const auto on = [flags](IspFlag flag) { return (flags & flag) != 0; };
   const std::array results = {
@@ -180,7 +178,7 @@ bool set_parameter(int camera) {
       set_advanced_gain(camera, live.advanced_gain),
   };
   set_snap_mode(camera, live.snap_mode);
-  restore_readout(camera, live);
+  restore_readout(camera);
   return all(results);
 }
 

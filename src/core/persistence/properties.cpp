@@ -7,7 +7,7 @@
 #include <variant>
 
 #include "core/acquisition/readout.h"
-#include "core/registry/contexts.h"
+#include "core/registry/camera_context.h"
 
 namespace kxcam {
 
@@ -46,47 +46,41 @@ void store(Relaxed<uint16_t>& member, int value) {
 
 }  // namespace
 
-bool set_property(int camera, std::string_view key, int value) {
-  const ContextRef context = find_camera(camera);
-  if (context == nullptr) return false;
-  const ReadLock reading(context->context_lock);
+bool set_property(CameraContext& camera, std::string_view key, int value) {
   const Property* property = find_property(key);
   if (property == nullptr) return false;
-  std::visit([&](auto member) { store(context->parameter.*member, value); }, property->member);
+  std::visit([&](auto member) { store(camera.parameter.*member, value); }, property->member);
   return true;
 }
 
-bool get_property(int camera, std::string_view key, int* value) {
-  const ContextRef context = find_camera(camera);
-  if (context == nullptr) return false;
-  const ReadLock reading(context->context_lock);
+bool get_property(const CameraContext& camera, std::string_view key, int* value) {
   const Property* property = find_property(key);
   if (property == nullptr) return false;
   *value =
-      std::visit([&](auto member) -> int { return (context->parameter.*member).load(); }, property->member);
+      std::visit([&](auto member) -> int { return (camera.parameter.*member).load(); }, property->member);
   return true;
 }
 
 namespace {
 
-int property(int camera, std::string_view key) {
+int property(const CameraContext& camera, std::string_view key) {
   int value = 0;
   get_property(camera, key, &value);
   return value;
 }
 
-bool select_preset(int camera, int preset) {
+bool select_preset(CameraContext& camera, int preset) {
   return set_resolution(camera, preset, nullptr, nullptr, nullptr);
 }
 
-bool select_region(int camera) {
+bool select_region(CameraContext& camera) {
   return set_ROI(camera, property(camera, "roi_offset_x"), property(camera, "roi_offset_y"),
                  property(camera, "roi_width"), property(camera, "roi_height"));
 }
 
 }  // namespace
 
-void restore_geometry(int camera) {
+void restore_geometry(CameraContext& camera) {
   if (property(camera, "enable_roi") == 0) {
     select_preset(camera, property(camera, "resolution_index"));
   } else if (!select_region(camera)) {

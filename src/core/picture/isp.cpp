@@ -7,7 +7,6 @@
 #include <utility>
 
 #include "core/control/auto_exposure.h"
-#include "core/registry/contexts.h"
 #include "isp/develop.h"
 #include "isp/frame_settings.h"
 #include "isp/image_view.h"
@@ -86,13 +85,7 @@ bool follow_level(CameraContext& ctx, int format) {
 
 }  // namespace
 
-bool isp(int camera, uint8_t* in, uint8_t* out, int width, int height, int format) {
-  const ContextRef ctx = find_camera(camera);
-  return ctx && isp(*ctx, in, out, width, height, format);
-}
-
 bool isp(CameraContext& ctx, uint8_t* in, uint8_t* out, int width, int height, int format) {
-  const ReadLock lock(ctx.context_lock);
   const FrameSettings settings = frame_settings(ctx);
   if (!has_pixels(settings.index_map, width, height)) return fail(KXCAM_ERROR_ARGUMENT);
   if (is_rotated(settings.index_map)) std::swap(width, height);
@@ -100,7 +93,6 @@ bool isp(CameraContext& ctx, uint8_t* in, uint8_t* out, int width, int height, i
 }
 
 bool isp_raw_frame(CameraContext& ctx, uint8_t* in, uint8_t* out, const FrameGeometry& geometry, int format) {
-  const ReadLock lock(ctx.context_lock);
   const FrameSettings settings = frame_settings(ctx);
   const IndexMap& map = settings.index_map;
   if (map.width() != geometry.frame_width || map.height() != geometry.frame_height)

@@ -17,12 +17,9 @@ namespace kxcam {
 ///
 /// Automatic exposure and gain take their step after a grey or colour picture.
 ///
-/// False with code 1 or 3; 2 when the product differs; without a code when memory runs out; for a grey
+/// False with ARGUMENT when the product differs; without a code when memory runs out; for a grey
 /// picture also when exposure or gain could not be written (the picture is complete all the same).
 /// Thread-safe; frames of one camera may be processed side by side.
-bool isp(int camera, uint8_t* in, uint8_t* out, int width, int height, int format);
-
-/// The same for a caller that holds the context.
 bool isp(CameraContext& ctx, uint8_t* in, uint8_t* out, int width, int height, int format);
 
 /// The same for a frame of known geometry: a map of another one, after a change in another thread, is

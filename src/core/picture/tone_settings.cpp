@@ -4,10 +4,10 @@
 #include <algorithm>
 #include <array>
 
-#include "core/registry/camera_parameter.h"
-#include "core/registry/contexts.h"
+#include "core/registry/camera_context.h"
 #include "isp/color_matrix.h"
 #include "isp/tone_curves.h"
+#include "usb/last_error.h"
 
 // Values are stored inside the updates of the tables they are built into, so that the last value and
 // the last table of two concurrent setters belong together.
@@ -44,128 +44,107 @@ int table_entries(int length) {
 
 }  // namespace
 
-bool set_gamma(int camera, double gamma) {
-  const auto ctx = find_camera_if(camera, in_range(gamma, kLeastToneFactor, kGreatestToneFactor));
-  if (!ctx) return false;
-  const ReadLock lock(ctx->context_lock);
-  ctx->picture.curves.update([&](ToneCurves& curves) {
-    ctx->parameter.gamma = gamma;
+bool is_tone_factor(double value) {
+  return in_range(value, kLeastToneFactor, kGreatestToneFactor);
+}
+
+bool set_gamma(CameraContext& camera, double gamma) {
+  if (!is_tone_factor(gamma)) return fail(KXCAM_ERROR_ARGUMENT);
+  camera.picture.curves.update([&](ToneCurves& curves) {
+    camera.parameter.gamma = gamma;
     curves.gamma_curve = build_gamma_curve(gamma);
     compose(curves);
   });
   return true;
 }
 
-double get_gamma(int camera) {
-  const auto ctx = find_camera(camera);
-  if (!ctx) return -1.0;
-  return ctx->parameter.gamma;
+double get_gamma(const CameraContext& camera) {
+  return camera.parameter.gamma;
 }
 
-bool set_contrast(int camera, double contrast) {
-  const auto ctx = find_camera_if(camera, in_range(contrast, kLeastToneFactor, kGreatestToneFactor));
-  if (!ctx) return false;
-  const ReadLock lock(ctx->context_lock);
-  ctx->picture.curves.update([&](ToneCurves& curves) {
-    ctx->parameter.contrast = contrast;
-    rebuild_contrast(curves, ctx->parameter);
+bool set_contrast(CameraContext& camera, double contrast) {
+  if (!is_tone_factor(contrast)) return fail(KXCAM_ERROR_ARGUMENT);
+  camera.picture.curves.update([&](ToneCurves& curves) {
+    camera.parameter.contrast = contrast;
+    rebuild_contrast(curves, camera.parameter);
   });
   return true;
 }
 
-double get_contrast(int camera) {
-  const auto ctx = find_camera(camera);
-  if (!ctx) return -1.0;
-  return ctx->parameter.contrast;
+double get_contrast(const CameraContext& camera) {
+  return camera.parameter.contrast;
 }
 
-bool set_black_level(int camera, int level) {
-  const auto ctx = find_camera_if(camera, level >= 0 && level <= 255);
-  if (!ctx) return false;
-  const ReadLock lock(ctx->context_lock);
-  ctx->picture.curves.update([&](ToneCurves& curves) {
-    ctx->parameter.black_level = level;
-    rebuild_contrast(curves, ctx->parameter);
+bool is_black_level(int level) {
+  return level >= 0 && level <= 255;
+}
+
+bool set_black_level(CameraContext& camera, int level) {
+  if (!is_black_level(level)) return fail(KXCAM_ERROR_ARGUMENT);
+  camera.picture.curves.update([&](ToneCurves& curves) {
+    camera.parameter.black_level = level;
+    rebuild_contrast(curves, camera.parameter);
   });
   return true;
 }
 
-int get_black_level(int camera) {
-  const auto ctx = find_camera(camera);
-  if (!ctx) return -1;
-  return ctx->parameter.black_level;
+int get_black_level(const CameraContext& camera) {
+  return camera.parameter.black_level;
 }
 
-bool set_saturation(int camera, double saturation) {
-  const auto ctx = find_camera_if(camera, in_range(saturation, 0.0, kGreatestSaturation));
-  if (!ctx) return false;
-  const ReadLock lock(ctx->context_lock);
-  ctx->picture.matrix.update([&](ColorMatrix& matrix) {
-    ctx->parameter.saturation = saturation;
-    rebuild_matrix(matrix, ctx->parameter);
+bool is_saturation(double value) {
+  return in_range(value, 0.0, kGreatestSaturation);
+}
+
+bool set_saturation(CameraContext& camera, double saturation) {
+  if (!is_saturation(saturation)) return fail(KXCAM_ERROR_ARGUMENT);
+  camera.picture.matrix.update([&](ColorMatrix& matrix) {
+    camera.parameter.saturation = saturation;
+    rebuild_matrix(matrix, camera.parameter);
   });
   return true;
 }
 
-double get_saturation(int camera) {
-  const auto ctx = find_camera(camera);
-  if (!ctx) return -1.0;
-  return ctx->parameter.saturation;
+double get_saturation(const CameraContext& camera) {
+  return camera.parameter.saturation;
 }
 
-bool set_enhancement(int camera, bool on) {
-  const auto ctx = find_camera(camera);
-  if (!ctx) return false;
-  const ReadLock lock(ctx->context_lock);
-  ctx->picture.curves.update(
-      [&](ToneCurves& curves) { curves.gamma_curve = build_gamma_curve(ctx->parameter.gamma); });
-  ctx->picture.matrix.update([&](ColorMatrix& matrix) {
-    ctx->parameter.isp_flags.set_bits(kEnhancement, on);
-    rebuild_matrix(matrix, ctx->parameter);
+bool set_enhancement(CameraContext& camera, bool on) {
+  camera.picture.curves.update(
+      [&](ToneCurves& curves) { curves.gamma_curve = build_gamma_curve(camera.parameter.gamma); });
+  camera.picture.matrix.update([&](ColorMatrix& matrix) {
+    camera.parameter.isp_flags.set_bits(kEnhancement, on);
+    rebuild_matrix(matrix, camera.parameter);
   });
   return true;
 }
 
-int get_enhancement(int camera) {
-  const auto ctx = find_camera(camera);
-  if (!ctx) return -1;
-  return enhanced(ctx->parameter) ? 1 : 0;
+int get_enhancement(const CameraContext& camera) {
+  return enhanced(camera.parameter) ? 1 : 0;
 }
 
-bool set_ccm(int camera, std::span<const double, 9> ccm) {
-  const auto ctx = find_camera(camera);
-  if (!ctx) return false;
-  const ReadLock lock(ctx->context_lock);
+void set_ccm(CameraContext& camera, std::span<const double, 9> ccm) {
   // The tables stay as they are; the update only keeps a rebuild from seeing half of the matrix.
-  ctx->picture.matrix.update(
-      [&](ColorMatrix&) { std::ranges::copy(ccm, ctx->parameter.enhanced_ccm.begin()); });
-  return true;
+  camera.picture.matrix.update(
+      [&](ColorMatrix&) { std::ranges::copy(ccm, camera.parameter.enhanced_ccm.begin()); });
 }
 
-bool get_ccm(int camera, std::span<double, 9> ccm) {
-  const auto ctx = find_camera(camera);
-  if (!ctx) return false;
-  std::ranges::copy(ctx->parameter.enhanced_ccm, ccm.begin());
-  return true;
+void get_ccm(const CameraContext& camera, std::span<double, 9> ccm) {
+  std::ranges::copy(camera.parameter.enhanced_ccm, ccm.begin());
 }
 
-bool set_lut(int camera, const uint8_t* lut, int length) {
-  const auto ctx = find_camera(camera);
-  if (!ctx) return false;
-  const ReadLock lock(ctx->context_lock);
-  ctx->picture.user_lut.update(
+bool set_lut(CameraContext& camera, const uint8_t* lut, int length) {
+  camera.picture.user_lut.update(
       [&](UserLut& table) { std::copy_n(lut, table_entries(length), table.begin()); });
   return true;
 }
 
-bool get_lut(int camera, uint8_t* lut, int* length) {
-  const auto ctx = find_camera(camera);
-  if (!ctx) return false;
+bool get_lut(const CameraContext& camera, uint8_t* lut, int* length) {
   if (lut == nullptr) {
-    *length = ctx->model().COLOR_MODE == kMono12 ? static_cast<int>(UserLut().size()) : 256;
+    *length = camera.model().COLOR_MODE == kMono12 ? static_cast<int>(UserLut().size()) : 256;
     return true;
   }
-  std::copy_n(ctx->picture.user_lut.load()->begin(), table_entries(*length), lut);
+  std::copy_n(camera.picture.user_lut.load()->begin(), table_entries(*length), lut);
   return true;
 }
 

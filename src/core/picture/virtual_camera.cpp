@@ -47,7 +47,7 @@ ContextRef make_context(int32_t row) {
   return context;
 }
 
-void apply_settings(int camera, const ISPParam& param) {
+void apply_settings(CameraContext& camera, const ISPParam& param) {
   set_gamma(camera, param.gamma);
   set_saturation(camera, param.saturation);
   set_contrast(camera, param.contrast);
@@ -64,11 +64,12 @@ void apply_settings(int camera, const ISPParam& param) {
 
 }  // namespace
 
-bool init_camera_virtual(int camera, int product_id, const ISPParam* param) {
-  if (!check_index(camera)) return false;
-  if (is_occupied(camera)) return fail(KXCAM_ERROR_IN_USE);
-  if (!occupy_slot(camera, make_context(model_row(product_id)))) return false;
-  apply_settings(camera, param != nullptr ? *param : kDefaults);
+bool init_camera_virtual(int index, int product_id, const ISPParam* param) {
+  if (!check_index(index)) return false;
+  if (is_occupied(index)) return fail(KXCAM_ERROR_IN_USE);
+  const ContextRef camera = make_context(model_row(product_id));
+  if (!occupy_slot(index, camera)) return false;
+  apply_settings(*camera, param != nullptr ? *param : kDefaults);
   return true;
 }
 

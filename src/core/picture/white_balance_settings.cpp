@@ -5,11 +5,10 @@
 #include <cstdlib>
 
 #include "core/registry/camera_context.h"
-#include "core/registry/camera_parameter.h"
-#include "core/registry/contexts.h"
 #include "isp/saturating_cast.h"
 #include "isp/tone_curves.h"
 #include "isp/white_balance.h"
+#include "usb/last_error.h"
 
 namespace kxcam {
 
@@ -23,42 +22,36 @@ bool in_range(double gain) {
 
 }  // namespace
 
-bool set_wb_gain(int camera, double r, double g, double b) {
-  const auto ctx = find_camera_if(camera, in_range(r) && in_range(g) && in_range(b));
-  if (!ctx) return false;
-  const ReadLock lock(ctx->context_lock);
-  store_wb_gains(*ctx, {.r = r, .g = g, .b = b});
+bool are_wb_gains(double r, double g, double b) {
+  return in_range(r) && in_range(g) && in_range(b);
+}
+
+bool set_wb_gain(CameraContext& camera, double r, double g, double b) {
+  if (!are_wb_gains(r, g, b)) return fail(KXCAM_ERROR_ARGUMENT);
+  store_wb_gains(camera, {.r = r, .g = g, .b = b});
   return true;
 }
 
-bool get_wb_gain(int camera, double* r, double* g, double* b) {
-  const auto ctx = find_camera(camera);
-  if (!ctx) return false;
-  if (r != nullptr) *r = ctx->parameter.wb_gain_r;
-  if (g != nullptr) *g = ctx->parameter.wb_gain_g;
-  if (b != nullptr) *b = ctx->parameter.wb_gain_b;
+bool get_wb_gain(const CameraContext& camera, double* r, double* g, double* b) {
+  if (r != nullptr) *r = camera.parameter.wb_gain_r;
+  if (g != nullptr) *g = camera.parameter.wb_gain_g;
+  if (b != nullptr) *b = camera.parameter.wb_gain_b;
   return true;
 }
 
-bool one_push_wb(int camera) {
-  const auto ctx = find_camera(camera);
-  if (!ctx) return false;
-  ctx->picture.one_push_request = true;
+bool one_push_wb(CameraContext& camera) {
+  camera.picture.one_push_request = true;
   return true;
 }
 
-bool set_awb(int camera, bool on) {
-  const auto ctx = find_camera(camera);
-  if (!ctx) return false;
-  ctx->parameter.isp_flags.set_bits(kAutoWhiteBalance, on);
-  if (on) ctx->picture.auto_wb_request = true;
+bool set_awb(CameraContext& camera, bool on) {
+  camera.parameter.isp_flags.set_bits(kAutoWhiteBalance, on);
+  if (on) camera.picture.auto_wb_request = true;
   return true;
 }
 
-int get_awb(int camera) {
-  const auto ctx = find_camera(camera);
-  if (!ctx) return -1;
-  return (ctx->parameter.isp_flags & kAutoWhiteBalance) != 0 ? 1 : 0;
+int get_awb(const CameraContext& camera) {
+  return (camera.parameter.isp_flags & kAutoWhiteBalance) != 0 ? 1 : 0;
 }
 
 void store_wb_gains(CameraContext& ctx, const WhiteBalanceGains& gains) {

@@ -5,21 +5,23 @@
 
 namespace kxcam {
 
-// White balance of the picture; the sensor is not written to. Codes of all: 1, 3. Thread-safe.
+// White balance of the picture; the sensor is not written to. Thread-safe.
 
-/// Gains of red, green and blue, 0.0..3.0 each; code 2 beyond that or for a NaN, which changes nothing.
-bool set_wb_gain(int camera, double r, double g, double b);
+/// Range of the gains: 0.0..3.0 each; a NaN is in no range.
+bool are_wb_gains(double r, double g, double b);
+
+/// Gains of red, green and blue; ARGUMENT out of range, which changes nothing.
+bool set_wb_gain(CameraContext& camera, double r, double g, double b);
 
 /// Gains last set or measured; a null pointer is passed over.
-bool get_wb_gain(int camera, double* r, double* g, double* b);
+bool get_wb_gain(const CameraContext& camera, double* r, double* g, double* b);
 
 /// Asks for one measurement: the gains that make the middle of the next Bayer frame grey on the average.
-bool one_push_wb(int camera);
+bool one_push_wb(CameraContext& camera);
 
 /// Automatic white balance. Switching it on also asks for a measurement; off keeps the last gains.
-bool set_awb(int camera, bool on);
-/// 0 or 1; -1 on failure.
-int get_awb(int camera);
+bool set_awb(CameraContext& camera, bool on);
+int get_awb(const CameraContext& camera);
 
 struct WhiteBalanceGains {
   double r = 1.0;

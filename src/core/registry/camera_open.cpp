@@ -5,35 +5,44 @@
 
 #include "core/acquisition/frame_reader.h"
 #include "core/acquisition/orientation.h"
-#include "core/registry/camera_context.h"
+#include "core/acquisition/readout.h"
+#include "core/acquisition/video.h"
+#include "core/persistence/dead_pixel_store.h"
+#include "core/persistence/parameter_sets.h"
+#include "core/persistence/properties.h"
 #include "core/registry/contexts.h"
 #include "core/registry/discovery.h"
 #include "core/sensors/sensor_family.h"
 #include "sync/clock.h"
-#include "usb/control_channel.h"
+#include "usb/bridge.h"
 #include "usb/kxusb.h"
 #include "usb/last_error.h"
+#include "usb/requests.h"
 
 namespace kxcam {
 
 namespace {
+
 constexpr int kQuietTimeMs = 50;
+constexpr int kWindDownMs = 100;
 /// Newer firmware sets up its sensor by itself and reports its capabilities.
 constexpr int32_t kLastPlainFirmware = 0x8000;
-}  // namespace
 
+std::nullptr_t nothing(kxcam_error code) {
+  set_last_error(code);
+  return nullptr;
+}
+
+/// Makes an open device the camera's and claims its image interface. A claim that fails, because another
+/// program has the camera, shows in the transfers.
 void attach_device(CameraContext& context, const DeviceHandle& handle) {
   context.device.usb_speed = kxusb_get_device_speed(libusb_get_device(handle.get())) - 1;
   context.device.usb_handle.store(handle);
   kxusb_claim_interface(handle.get(), kImageInterface);
 }
 
-void wake_sensor(const CameraContext& context, libusb_device_handle* handle) {
-  const int32_t firmware = context.device.firmware_version;
-  if (context.family.wake_sensor != nullptr && firmware <= kLastPlainFirmware)
-    context.family.wake_sensor(handle, firmware);
-}
-
+/// Ends acquisition and the reader and lets go of the device, if there is one. Requests that are running in
+/// other threads keep the handle until they return. Hold the context's attachment_mutex.
 void detach_device(CameraContext& context) {
   context.stream.running = false;
   const DeviceHandle handle = context.device.usb_handle.load();
@@ -43,11 +52,6 @@ void detach_device(CameraContext& context) {
   kxusb_release_interface(handle.get(), kImageInterface);
   context.device.usb_handle.store(nullptr);
 }
-
-namespace {
-
-constexpr uint8_t kFirmwareVersion = 0xB3;
-constexpr uint8_t kFeatureBits = 0xA8;
 
 /// Enumerates once more and takes the device found before, unless another one has taken its number.
 DeviceHandle reopen(int device, int product_id) {
@@ -59,18 +63,22 @@ DeviceHandle reopen(int device, int product_id) {
 }
 
 int32_t read_firmware_version(libusb_device_handle* handle) {
-  ShortReply reply;
-  long length = 0;
-  if (!read_short(handle, kFirmwareVersion, 0, 0, reply, length)) return 0;
+  const ShortReply reply = read_short(handle, bridge::kFirmwareVersion, 0, 0).value_or(ShortReply{});
   return static_cast<int32_t>(uint32_t{reply[0]} << 24 | uint32_t{reply[1]} << 16 | uint32_t{reply[2]} << 8 |
                               reply[3]);
 }
 
 uint16_t read_feature_bits(libusb_device_handle* handle) {
-  ShortReply reply;
-  long length = 0;
-  if (!read_short(handle, kFeatureBits, 0, 0, reply, length)) return 0;
-  return length == 2 ? static_cast<uint16_t>(reply[0] | reply[1] << 8) : reply[0];
+  const ShortReply reply = read_short(handle, bridge::kFeatureBits, 0, 0).value_or(ShortReply{});
+  return reply.length == 2 ? static_cast<uint16_t>(reply[0] | reply[1] << 8) : reply[0];
+}
+
+/// Writes what the sensor needs behind firmware that does not set it up by itself. `firmware_version` is
+/// known.
+void wake_sensor(const CameraContext& context, libusb_device_handle* handle) {
+  const int32_t firmware = context.device.firmware_version;
+  if (context.family.wake_sensor != nullptr && firmware <= kLastPlainFirmware)
+    context.family.wake_sensor(handle, firmware);
 }
 
 /// What acquisition needs before the first frame: a bridge in a known state, the sensor awake, tables
@@ -88,11 +96,11 @@ void prepare_acquisition(CameraContext& context, libusb_device_handle* handle) {
   context.stream.ring = std::make_unique<FrameRing>(sensor.pixels());
 }
 
-void start_acquisition(int camera, CameraContext& context) {
+void start_acquisition(int index, CameraContext& context) {
   try {
     start_reader(context);
   } catch (...) {
-    vacate_slot(camera);
+    vacate_slot(index);
     throw;
   }
   if (context.family.settling_time_ms > 0) {
@@ -101,23 +109,22 @@ void start_acquisition(int camera, CameraContext& context) {
   }
 }
 
-}  // namespace
-
-bool init_camera_ex(int camera, const char* /*name*/, unsigned int, int flags) {
-  if (!check_index(camera)) return false;
-  if (is_occupied(camera)) return fail(KXCAM_ERROR_IN_USE);
+/// Opens the camera at that position on the bus; null when it cannot be had.
+ContextRef open_slot(int index, int flags) {
+  if (!check_index(index)) return nullptr;
+  if (is_occupied(index)) return nothing(KXCAM_ERROR_IN_USE);
 
   SerialRecord serial{};
   int model_row = 0;
   int product_id = 0;
-  const int device = get_camera_name(camera, serial.data(), nullptr, &model_row, &product_id);
-  if (device < 0) return false;
-  if (model_row == kUnknownModel) return fail(KXCAM_ERROR_NO_DEVICE);
+  const int device = get_camera_name(index, serial.data(), nullptr, &model_row, &product_id);
+  if (device < 0) return nullptr;
+  if (model_row == kUnknownModel) return nothing(KXCAM_ERROR_NO_DEVICE);
 
   const DeviceHandle handle = reopen(device, product_id);
-  if (handle == nullptr) return fail(KXCAM_ERROR_NO_DEVICE);
+  if (handle == nullptr) return nothing(KXCAM_ERROR_NO_DEVICE);
 
-  const auto context = std::make_shared<CameraContext>(model_row);
+  ContextRef context = std::make_shared<CameraContext>(model_row);
   context->parameter.serial_number = serial;
   context->device.open_flags = flags;
   attach_device(*context, handle);
@@ -126,27 +133,89 @@ bool init_camera_ex(int camera, const char* /*name*/, unsigned int, int flags) {
   context->stream.running = true;
 
   const std::lock_guard attachment(context->stream.attachment_mutex);
-  if (!occupy_slot(camera, context)) return false;
-  if (acquires) start_acquisition(camera, *context);
+  if (!occupy_slot(index, context)) return nullptr;
+  if (acquires) start_acquisition(index, *context);
+  return context;
+}
+
+/// Gives the camera its device again, with acquisition ended and the ring empty; null when it is not there.
+DeviceHandle change_device(CameraContext& context) {
+  detach_device(context);
+  if (context.stream.ring != nullptr) context.stream.ring->drop_ready_frames();
+  DeviceHandle handle = open_camera_with_serial(context.parameter.serial_number, context.model().PID);
+  if (handle == nullptr) return nothing(KXCAM_ERROR_NO_DEVICE);
+  attach_device(context, handle);
+  return handle;
+}
+
+void resume_acquisition(CameraContext& context, libusb_device_handle* handle) {
+  wake_sensor(context, handle);
+  // Before queries may wait for frames again: single settings drop the frames of the old one, and would
+  // have to wait for the end of every query. Whatever becomes of them, the camera is back.
+  set_parameter(context);
+  context.stream.running = true;
+  try {
+    start_reader(context);
+  } catch (...) {
+    detach_device(context);
+    throw;
+  }
+  start_video(context);
+}
+
+}  // namespace
+
+bool init_camera_ex(int index, const char* /*name*/, unsigned int, int flags) {
+  return open_slot(index, flags) != nullptr;
+}
+
+bool init_camera(int index) {
+  return init_camera_ex(index, nullptr, 0, 0);
+}
+
+bool open_camera(int index) {
+  const ContextRef camera = open_slot(index, 0);
+  if (camera == nullptr) return false;
+  // The camera is open from here on, whatever becomes of the rest.
+  load_parameter(*camera, 0);
+  restore_geometry(*camera);
+  load_deadpixel(*camera, nullptr);
+  // Programs rely on the full sensor after an open, whatever geometry the camera was left with.
+  set_resolution(*camera, 0, nullptr, nullptr, nullptr);
+  start_video(*camera);
   return true;
 }
 
-bool init_camera(int camera) {
-  return init_camera_ex(camera, nullptr, 0, 0);
+bool reset_camera(const CameraContext& /*camera*/) {
+  return true;
 }
 
-bool reset_camera(int camera) {
-  return find_camera(camera) != nullptr;
-}
-
-bool free_camera(int camera) {
-  if (!check_index(camera)) return false;
+bool free_camera(int index) {
+  if (!check_index(index)) return false;
   // The slot goes first: of two closes only one gets the context.
-  const ContextRef context = vacate_slot(camera);
+  const ContextRef context = vacate_slot(index);
   if (context == nullptr) return fail(KXCAM_ERROR_NOT_OPEN);
-  const WriteLock writing(context->context_lock);
   const std::lock_guard attachment(context->stream.attachment_mutex);
   detach_device(*context);
+  return true;
+}
+
+bool close_camera(int index) {
+  const ContextRef camera = find_camera(index);
+  if (camera != nullptr) abort_query(*camera);
+  sysdelay(kWindDownMs);
+  if (camera != nullptr) stop_video(*camera);
+  return free_camera(index);
+}
+
+bool reconnect(CameraContext& camera) {
+  if (camera.device.is_virtual) return fail(KXCAM_ERROR_NO_DEVICE);
+  const std::lock_guard attachment(camera.stream.attachment_mutex);
+  // Closed while waiting for the lock: whoever did that was promised that the device is let go.
+  if (!is_open(camera)) return fail(KXCAM_ERROR_NOT_OPEN);
+  const DeviceHandle handle = change_device(camera);
+  if (handle == nullptr) return false;
+  if (camera.stream.ring != nullptr) resume_acquisition(camera, handle.get());
   return true;
 }
 

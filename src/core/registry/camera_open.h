@@ -1,37 +1,44 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include "core/registry/camera_context.h"
-
 namespace kxcam {
 
-/// Makes an open device the camera's and claims its image interface. A claim that fails, because another
-/// program has the camera, shows in the transfers.
-void attach_device(CameraContext& context, const DeviceHandle& handle);
-
-/// Writes what the sensor needs behind firmware that does not set it up by itself. `firmware_version` is
-/// known.
-void wake_sensor(const CameraContext& context, libusb_device_handle* handle);
-
-/// Ends acquisition and the reader and lets go of the device, if there is one. Requests that are running in
-/// other threads keep the handle until they return. Hold the context's attachment_mutex.
-void detach_device(CameraContext& context);
+struct CameraContext;
 
 /// Opens the camera at that position on the bus into the slot of the same index: context, device,
 /// buffers and reader thread, without restoring settings or starting the stream.
 ///
-/// `name` and the third argument are accepted and ignored; `flags` are OpenFlag bits. Codes 1, 6; 5 on an
-/// empty bus; 4 when the device is gone or its model unknown. Throws std::bad_alloc, with the slot empty.
-bool init_camera_ex(int camera, const char* name, unsigned int, int flags);
+/// `name` and the third argument are accepted and ignored; `flags` are OpenFlag bits. INDEX, IN_USE;
+/// EMPTY_BUS on an empty bus; NO_DEVICE when the device is gone or its model unknown. Throws std::bad_alloc,
+/// with the slot empty.
+bool init_camera_ex(int index, const char* name, unsigned int, int flags);
 
 /// init_camera_ex() without flags.
-bool init_camera(int camera);
+bool init_camera(int index);
 
-/// Only checks that a camera is open at the index (codes 1, 3); the camera is not touched.
-bool reset_camera(int camera);
+/// init_camera() for a program that wants pictures: with the settings stored in the camera and the stream
+/// started. Only the open itself can fail.
+bool open_camera(int index);
+
+/// Leaves the camera as it is: that it is open is all that is asked.
+bool reset_camera(const CameraContext& camera);
 
 /// Ends the reader, closes the device and empties the slot. Calls that are still running in other
-/// threads keep the context and the handle until they return. Codes 1, 3.
-bool free_camera(int camera);
+/// threads keep the context and the handle until they return. INDEX, NOT_OPEN.
+bool free_camera(int index);
+
+/// free_camera() after the stream was stopped and queries had time to end.
+bool close_camera(int index);
+
+/// Brings back an open camera whose cable was pulled or that was reset, by its serial number and wherever it
+/// is on the bus now. Settings, tables and index stay; the live settings are sent to the camera again, and
+/// the stream starts with an empty ring.
+///
+/// NOT_OPEN when it was closed meanwhile; NO_DEVICE for a camera that never had a device, and while the
+/// camera is not there: it then stays open without a device, and the call may be repeated. Queries in other
+/// threads end with NO_FRAME meanwhile, other requests with NO_DEVICE, READ_REQUEST or WRITE_REQUEST; a
+/// picture that a query is being made of is delivered, as no buffer of the ring moves. Throws
+/// std::system_error when there is no thread to be had, with the camera as if it were not there.
+bool reconnect(CameraContext& camera);
 
 }  // namespace kxcam

@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "core/registry/contexts.h"
 
+#include <algorithm>
 #include <array>
 #include <mutex>
+#include <utility>
 
 #include "usb/last_error.h"
 
@@ -23,62 +25,62 @@ Slots& slots() {
 
 }  // namespace
 
-bool check_index(int camera) {
-  return (camera >= 0 && camera < kMaxCameras) || fail(KXCAM_ERROR_INDEX);
+bool check_index(int index) {
+  return (index >= 0 && index < kMaxCameras) || fail(KXCAM_ERROR_INDEX);
 }
 
-ContextRef context_at(int camera) {
+ContextRef context_at(int index) {
   Slots& all = slots();
   const std::lock_guard lock(all.mutex);
-  ContextRef context = all.contexts[static_cast<size_t>(camera)];
+  ContextRef context = all.contexts[static_cast<size_t>(index)];
   if (context == nullptr) set_last_error(KXCAM_ERROR_NOT_OPEN);
   return context;
 }
 
-ContextRef find_camera(int camera) {
-  return check_index(camera) ? context_at(camera) : nullptr;
+ContextRef find_camera(int index) {
+  return find_camera_if(index, true);
 }
 
-DeviceHandle find_device(const CameraContext& context) {
-  DeviceHandle handle = context.device.usb_handle.load();
-  if (handle == nullptr) set_last_error(KXCAM_ERROR_NO_DEVICE);
-  return handle;
-}
-
-ContextRef find_camera_if(int camera, bool argument_in_range) {
-  if (!check_index(camera)) return nullptr;
+ContextRef find_camera_if(int index, bool argument_in_range) {
+  if (!check_index(index)) return nullptr;
   if (!argument_in_range) {
     set_last_error(KXCAM_ERROR_ARGUMENT);
     return nullptr;
   }
-  return context_at(camera);
+  return context_at(index);
 }
 
-OpenCamera find_open_camera(int camera) {
-  OpenCamera open{.context = find_camera(camera), .handle = nullptr};
-  if (open.context != nullptr) open.handle = find_device(*open.context);
-  return open;
+DeviceHandle find_device(const CameraContext& camera) {
+  DeviceHandle handle = camera.device.usb_handle.load();
+  if (handle == nullptr) set_last_error(KXCAM_ERROR_NO_DEVICE);
+  return handle;
 }
 
-bool is_occupied(int camera) {
+bool is_occupied(int index) {
   Slots& all = slots();
   const std::lock_guard lock(all.mutex);
-  return all.contexts[static_cast<size_t>(camera)] != nullptr;
+  return all.contexts[static_cast<size_t>(index)] != nullptr;
 }
 
-bool occupy_slot(int camera, ContextRef context) {
+bool is_open(const CameraContext& camera) {
   Slots& all = slots();
   const std::lock_guard lock(all.mutex);
-  ContextRef& slot = all.contexts[static_cast<size_t>(camera)];
+  return std::ranges::any_of(all.contexts, [&](const ContextRef& open) { return open.get() == &camera; });
+}
+
+bool occupy_slot(int index, ContextRef context) {
+  Slots& all = slots();
+  const std::lock_guard lock(all.mutex);
+  ContextRef& slot = all.contexts[static_cast<size_t>(index)];
   if (slot != nullptr) return fail(KXCAM_ERROR_IN_USE);
   slot = std::move(context);
   return true;
 }
 
-ContextRef vacate_slot(int camera) {
+ContextRef vacate_slot(int index) {
   Slots& all = slots();
   const std::lock_guard lock(all.mutex);
-  return std::exchange(all.contexts[static_cast<size_t>(camera)], nullptr);
+  return std::exchange(all.contexts[static_cast<size_t>(index)], nullptr);
 }
 
 }  // namespace kxcam

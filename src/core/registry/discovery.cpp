@@ -10,9 +10,10 @@
 
 #include "core/persistence/eeprom.h"
 #include "core/registry/contexts.h"
-#include "usb/control_channel.h"
+#include "usb/bridge.h"
 #include "usb/kxusb.h"
 #include "usb/last_error.h"
+#include "usb/requests.h"
 
 namespace kxcam {
 
@@ -31,8 +32,6 @@ Enumeration::Enumeration() : exclusive_(transport_mutex()), result_(kxusb_open()
 
 namespace {
 
-constexpr uint8_t kTrueProductId = 0xA9;
-constexpr uint8_t kEepromRead = 0xB0;
 constexpr int kLongestName = 30;
 
 using UserName = std::array<char, 32>;
@@ -41,11 +40,9 @@ bool is_camera(libusb_device_handle* handle) {
   return kxusb_getvendor(handle) == kCameraVendor;
 }
 
-/// One EEPROM byte; nothing, with code 10, when it cannot be read.
+/// One EEPROM byte; nothing, with READ_REQUEST, when it cannot be read.
 std::optional<uint8_t> read_byte(libusb_device_handle* handle, uint16_t address) {
-  ShortReply reply;
-  long length = 0;
-  if (read_short(handle, kEepromRead, address, 0, reply, length)) return reply[0];
+  if (const auto reply = read_short(handle, bridge::kEepromRead, address, 0)) return (*reply)[0];
   set_last_error(KXCAM_ERROR_READ_REQUEST);
   return std::nullopt;
 }
@@ -75,10 +72,9 @@ std::optional<UserName> read_user_name(libusb_device_handle* handle) {
 std::optional<uint16_t> true_product(libusb_device_handle* handle) {
   const uint16_t product = kxusb_getproduct(handle);
   if (product != kGenericProduct) return product;
-  ShortReply reply;
-  long length = 0;
-  if (!read_short(handle, kTrueProductId, 0, 0, reply, length)) return std::nullopt;
-  return static_cast<uint16_t>(reply[0] | reply[1] << 8);
+  const auto reply = read_short(handle, bridge::kTrueProductId, 0, 0);
+  if (!reply) return std::nullopt;
+  return static_cast<uint16_t>((*reply)[0] | (*reply)[1] << 8);
 }
 
 struct FoundCamera {
@@ -87,13 +83,13 @@ struct FoundCamera {
   uint16_t product;
 };
 
-std::optional<FoundCamera> find_on_bus(const Enumeration& bus, int camera) {
+std::optional<FoundCamera> find_on_bus(const Enumeration& bus, int position) {
   int seen = 0;
   for (size_t i = 0; i < bus.devices().size(); ++i) {
     libusb_device_handle* handle = bus.devices()[i].get();
     const std::optional<uint16_t> product = true_product(handle);
     if (!product || !is_camera(handle)) continue;
-    if (seen == camera) return FoundCamera{static_cast<int>(i), handle, *product};
+    if (seen == position) return FoundCamera{static_cast<int>(i), handle, *product};
     ++seen;
   }
   return std::nullopt;
@@ -110,10 +106,8 @@ void get_api_version(int* major, int* minor) {
   store(minor, kApiMinor);
 }
 
-bool get_firm_version(int camera, int* version) {
-  const ContextRef context = find_camera(camera);
-  if (context == nullptr) return false;
-  store(version, context->device.firmware_version);
+bool get_firm_version(const CameraContext& camera, int* version) {
+  store(version, camera.device.firmware_version);
   return true;
 }
 
@@ -146,12 +140,12 @@ DeviceHandle open_camera_with_serial(const SerialRecord& serial, uint32_t produc
   return nullptr;
 }
 
-int get_camera_name(int camera, char* serial, char* name, int* model_row, int* product_id) {
-  if (!check_index(camera)) return -1;
+int get_camera_name(int position, char* serial, char* name, int* model_row, int* product_id) {
+  if (!check_index(position)) return -1;
   const Enumeration bus;
   if (bus.result() == 0) set_last_error(KXCAM_ERROR_EMPTY_BUS);
   if (bus.result() < 1) return -1;
-  const std::optional<FoundCamera> found = find_on_bus(bus, camera);
+  const std::optional<FoundCamera> found = find_on_bus(bus, position);
   if (!found) return -1;
 
   std::optional<UserName> user_name;
@@ -164,7 +158,7 @@ int get_camera_name(int camera, char* serial, char* name, int* model_row, int* p
   const int row = find_model(found->product);
   if (name != nullptr && row != kUnknownModel) {
     const char* shown = user_name ? user_name->data() : model_table[static_cast<size_t>(row)].MODEL;
-    std::sprintf(name, "%s(%d)", shown, camera);  // at most 30 + 5 characters and the terminator
+    std::sprintf(name, "%s(%d)", shown, position);  // at most 30 + 5 characters and the terminator
   }
   store(model_row, row);
   store(product_id, found->product);

@@ -37,26 +37,26 @@ inline constexpr int kApiMinor = 1013;
 
 void get_api_version(int* major, int* minor);
 
-/// Firmware version word of an open camera. Codes 1, 3.
-bool get_firm_version(int camera, int* version);
+/// Firmware version word of an open camera.
+bool get_firm_version(const CameraContext& camera, int* version);
 
 /// Attached cameras; 0 also when the bus cannot be looked at.
 int get_camera_count();
 
-/// Device number of the camera with that serial number, or -1 (code 5 on an empty bus). Device numbers
-/// count every configured device, camera or not.
+/// Device number of the camera with that serial number, or -1 (EMPTY_BUS when there is nothing on the bus).
+/// Device numbers count every configured device, camera or not.
 int get_camera_idx(const char* serial);
 
 /// Opens the attached camera with that serial number and product id, wherever it is on the bus; null when it
 /// is not there or may not be opened.
 DeviceHandle open_camera_with_serial(const SerialRecord& serial, uint32_t product_id);
 
-/// Identity of an attached camera, read from the camera itself; outputs may be null.
+/// Identity of the camera at that position on the bus, read from the camera itself; outputs may be null.
 ///
 /// `serial` receives 16 bytes, `name` "NAME(INDEX)" in up to 36 bytes (empty for an unknown model),
 /// `model_row` kUnknownModel when no model has the product id. Returns the device number, or -1
-/// with code 1 or 5, or none when the bus cannot be looked at or the camera is not there. Identity bytes that
-/// cannot be read become 0 with code 10.
-int get_camera_name(int camera, char* serial, char* name, int* model_row, int* product_id);
+/// with INDEX or EMPTY_BUS, or no code when the bus cannot be looked at or the camera is not there. Identity
+/// bytes that cannot be read become 0 with READ_REQUEST.
+int get_camera_name(int position, char* serial, char* name, int* model_row, int* product_id);
 
 }  // namespace kxcam

@@ -13,12 +13,6 @@ namespace kxcam {
 
 namespace {
 
-enum BridgeRegister : uint32_t {
-  kRestart = 0x01,
-  kShutterLow = 0x0A,
-  kShutterHigh = 0x0B,
-};
-
 struct Written {
   bool low;
   bool high;
@@ -27,8 +21,8 @@ struct Written {
 /// Ten units a line.
 Written write_shutter(CameraContext& camera, int32_t lines) {
   const uint32_t time = static_cast<uint32_t>(lines) * 10;
-  const bool low = isp_write(camera, kShutterLow, time & 0xFFFF);
-  const bool high = isp_write(camera, kShutterHigh, time >> 16);
+  const bool low = isp_write(camera, bridge::kShutterLow, time & 0xFFFF);
+  const bool high = isp_write(camera, bridge::kShutterHigh, time >> 16);
   return {low, high};
 }
 
@@ -50,7 +44,7 @@ std::optional<LineTiming> line_timing(CameraContext& camera, int32_t /*line_leng
 /// The bridge must be restarted on the way into trigger mode. Its answer to the request does not matter.
 bool switch_trigger(CameraContext& camera, bool triggered) {
   request_trigger_mode(camera, triggered);
-  if (triggered && !is_triggered(camera)) isp_write(camera, kRestart, 1);
+  if (triggered && !is_triggered(camera)) isp_write(camera, bridge::kRestart, 1);
   return true;
 }
 

@@ -17,18 +17,9 @@ namespace kxcam {
 
 namespace {
 
-enum BridgeRegister : uint32_t {
-  kExposedLinesLow = 0x0A,
-  kExposedLinesHigh = 0x0B,
-  kFrameLengthLow = 0x14,
-  kPresentFrameLength = 0x15,
-  kBridgeGlobalReset = 0x1C,
-  kFrameLengthHigh = 0x1E,
-};
-
 /// Lines of a frame as the bridge has them, or `fallback` when it does not answer.
 int64_t bridge_frame_length(CameraContext& camera, int64_t fallback) {
-  const std::optional<uint32_t> present = isp_read(camera, kPresentFrameLength);
+  const std::optional<uint32_t> present = isp_read(camera, bridge::kPresentFrameLength);
   return present ? int64_t{*present} : fallback;
 }
 
@@ -45,8 +36,8 @@ int64_t wanted_frame_length(CameraContext& camera, int64_t free_running, double 
 
 /// Tells the bridge the length of the frames to come.
 void write_frame_length(CameraContext& camera, int64_t lines) {
-  isp_write(camera, kFrameLengthLow, static_cast<uint32_t>(lines));
-  isp_write(camera, kFrameLengthHigh, static_cast<uint32_t>(lines >> 16));
+  isp_write(camera, bridge::kFrameLengthLow, static_cast<uint32_t>(lines));
+  isp_write(camera, bridge::kFrameLengthHigh, static_cast<uint32_t>(lines >> 16));
 }
 
 /// The sensor needs a millisecond to follow. The bridge's answer does not matter.
@@ -242,8 +233,8 @@ bool write_exposure(CameraContext& camera, int32_t lines) {
   write_shutter(camera, shutter);
   set_exposure_width(camera, 0, 0);
   const int64_t exposed = length - shutter;
-  isp_write(camera, kExposedLinesLow, static_cast<uint32_t>(exposed));
-  isp_write(camera, kExposedLinesHigh, static_cast<uint32_t>(exposed >> 16));
+  isp_write(camera, bridge::kShutterLow, static_cast<uint32_t>(exposed));
+  isp_write(camera, bridge::kShutterHigh, static_cast<uint32_t>(exposed >> 16));
   return true;
 }
 
@@ -262,7 +253,7 @@ void write_advanced_gain(CameraContext& camera, int32_t level) {
 
 void switch_global_reset(CameraContext& camera, bool on) {
   sccb_write(camera, kGlobalResetSwitch, on ? 1 : 0);
-  isp_write(camera, kBridgeGlobalReset, on ? 1 : 0);
+  isp_write(camera, bridge::kGlobalReset, on ? 1 : 0);
   set_exposure(camera, camera.parameter.exposure);
 }
 

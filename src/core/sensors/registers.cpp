@@ -9,7 +9,6 @@ namespace kxcam {
 
 namespace {
 
-constexpr uint8_t kTriggerMode = 0xB4;
 constexpr int kTriggerLine = 0x08;
 
 uint32_t with_bits(uint32_t value, uint32_t bits, bool on) {
@@ -50,12 +49,7 @@ bool switch_polarity_bit(CameraContext& camera, uint32_t reg, uint32_t bit, bool
 }
 
 bool request_trigger_mode(CameraContext& camera, bool triggered) {
-  const DeviceHandle handle = find_device(camera);
-  if (handle == nullptr) return false;
-  ShortReply reply;
-  long length = 0;
-  return read_short(handle.get(), kTriggerMode, 0, triggered ? 1 : 0, reply, length) ||
-         fail(KXCAM_ERROR_READ_REQUEST);
+  return ask_bridge(camera, bridge::kTriggerMode, 0, triggered ? 1 : 0).has_value();
 }
 
 void pulse_trigger_line(CameraContext& camera) {

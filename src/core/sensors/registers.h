@@ -5,7 +5,8 @@
 #include <initializer_list>
 #include <optional>
 
-#include "usb/control_channel.h"
+#include "core/control/registers.h"
+#include "usb/bridge.h"
 
 namespace kxcam {
 
@@ -38,7 +39,8 @@ bool regardless(CameraContext& camera, int32_t value) {
   return true;
 }
 
-/// A sensor register of mode bits. Code 8 when the sensor does not answer (4 without a device).
+/// A sensor register of mode bits. NOT_SUPPORTED when the sensor does not answer, NO_DEVICE
+/// without a device.
 std::optional<uint32_t> read_mode_bits(CameraContext& camera, uint32_t reg);
 
 /// Sets or clears bits of such a register; false when it could not be read, and only then.
@@ -47,7 +49,7 @@ bool switch_mode_bits(CameraContext& camera, uint32_t reg, uint32_t bits, bool o
 /// The same for a polarity: false also when the register could not be written.
 bool switch_polarity_bit(CameraContext& camera, uint32_t reg, uint32_t bit, bool on);
 
-/// Tells the bridge whether frames wait for a trigger. Code 10 when it refuses.
+/// Tells the bridge whether frames wait for a trigger. READ_REQUEST when it refuses.
 bool request_trigger_mode(CameraContext& camera, bool triggered);
 
 /// The pulse that starts a triggered frame.

@@ -118,7 +118,7 @@ void wake_sensor(libusb_device_handle* handle, int32_t firmware_version) {
   if (firmware_version < kFirmwareThatSetsReadOptions) {
     sccb_write_raw(handle, kReadOptions, 0x8000);
     long no_data = 0;
-    EP0Write(handle, 0xA1, 0, 0, nullptr, no_data);
+    EP0Write(handle, bridge::kPrepareSensor0300, 0, 0, nullptr, no_data);
   }
 }
 

@@ -18,8 +18,8 @@ class FlashTables : public CameraBus {
   static std::shared_ptr<const FlatField> in_force() { return context_at(0)->picture.flat_field.load(); }
 
   static void measure(const Table& even, const Table& odd, const Table& rows) {
-    EXPECT_TRUE(set_fpn_data(0, even.data(), odd.data(), rows.data(), static_cast<int>(even.size()),
-                             static_cast<int>(rows.size())));
+    EXPECT_TRUE(set_fpn_data(*context_at(0), even.data(), odd.data(), rows.data(),
+                             static_cast<int>(even.size()), static_cast<int>(rows.size())));
   }
 
   /// `entries` ten-thousandths: first, first + 1 and so on.

@@ -7,6 +7,7 @@
 
 #include "camera_bus.h"
 #include "core/persistence/flash_tables.h"
+#include "core/registry/contexts.h"
 
 namespace kxcam::test {
 namespace {
@@ -55,24 +56,26 @@ TEST_F(Identity, UserDataGoesToItsCells) {
 
 TEST_F(Identity, ErasingTheFirmwareIsOneRequest) {
   const auto camera = open_registers("3600");
-  EXPECT_TRUE(erase_firmware(0));
+  EXPECT_TRUE(erase_firmware(*context_at(0)));
   EXPECT_EQ(requests(*camera), (std::vector<Request>{{0xC2, 0, 1}}));
   EXPECT_EQ(camera->requests().front().data, Bytes{0});
   fail_request(*camera, 0xC2, 1);
-  EXPECT_EQ(code_of([] { return erase_firmware(0); }), KXCAM_ERROR_WRITE_REQUEST);
+  EXPECT_EQ(code_of([] { return erase_firmware(*context_at(0)); }), KXCAM_ERROR_WRITE_REQUEST);
 }
 
 TEST_F(Identity, AnotherSerialNumberCountsFromTheNextOpenOn) {
   const auto camera = open_registers("3600,serial=ABCDEFGHIJKL");
-  EXPECT_EQ(code_of([] { return writer_serialnumber(0, "MNOPQRSTUVWX", 13); }), KXCAM_ERROR_ARGUMENT);
-  EXPECT_TRUE(writer_serialnumber(0, "MNOPQRSTUVWX", 12));
+  EXPECT_EQ(code_of([] { return writer_serialnumber(*context_at(0), "MNOPQRSTUVWX", 13); }),
+            KXCAM_ERROR_ARGUMENT);
+  EXPECT_TRUE(writer_serialnumber(*context_at(0), "MNOPQRSTUVWX", 12));
   std::array<char, 13> text{};
   EXPECT_EQ(CameraReadSerialNumber(0, text.data(), 13), 0U);
   EXPECT_STREQ(text.data(), "ABCDEFGHIJKL");
-  EXPECT_TRUE(read_serialnumber(0, text.data(), 13));
+  EXPECT_TRUE(read_serialnumber(*context_at(0), text.data(), 13));
   EXPECT_STREQ(text.data(), "MNOPQRSTUVWX");
   fail_request(*camera, kEepromRead, 4);
-  EXPECT_EQ(code_of([&] { return read_serialnumber(0, text.data(), 13); }), KXCAM_ERROR_READ_REQUEST);
+  EXPECT_EQ(code_of([&] { return read_serialnumber(*context_at(0), text.data(), 13); }),
+            KXCAM_ERROR_READ_REQUEST);
   EXPECT_STREQ(text.data(), "MNO");
 }
 

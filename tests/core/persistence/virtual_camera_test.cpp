@@ -3,6 +3,7 @@
 
 #include "camera_bus.h"
 #include "core/picture/tone_settings.h"
+#include "core/registry/contexts.h"
 
 namespace kxcam::test {
 namespace {
@@ -107,7 +108,7 @@ TEST_F(VirtualCamera, MakesThePicturesThatACameraMakes) {
         {1.5, -0.25, -0.25, 0, 1, 0, 0.1, -0.2, 1.1}, 0.7, 1.4, 1.2, 1.3, 1.0, 0.8, 11, 1, 1, 0, 1, 1, 1};
     ASSERT_EQ(CameraInitVirtual(kVirtual, static_cast<int>(row.product_id), &param), 0U);
     for (const int index : {0, kVirtual}) {
-      EXPECT_TRUE(set_ccm(index, param.ccm));
+      set_ccm(*context_at(index), param.ccm);
       CameraSetGamma(index, param.gamma);
       CameraSetContrast(index, param.contrast);
       CameraSetBlackLevel(index, param.black_level);

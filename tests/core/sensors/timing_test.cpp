@@ -88,7 +88,7 @@ class TimingTest : public SensorTest {
     camera.parameter.resolution_mode = timing.mode;
     camera.parameter.exposure = timing.exposure;
   }
-  static int count(int width = 0, int height = 0) { return set_exposure_width(kCamera, width, height); }
+  int count(int width = 0, int height = 0) { return set_exposure_width(context(), width, height); }
   static double unit() { return get(CameraGetExposureUnit, kCamera); }
   int flicker_lines() { return context().sensor.flicker_lines; }
   /// A timing that stays where it is not counted anew.
@@ -131,7 +131,7 @@ TEST_F(TimingTest, BlankingDependsOnTheSizeAskedAbout) {
   for (const auto& row : rows) {
     open(row.mid).parameter.resolution_mode = static_cast<uint8_t>(row.mode);
     preset_sensor(row.preset.first, row.preset.second);
-    EXPECT_EQ(get_extra_exposure_width(kCamera, row.width, row.height), row.extra)
+    EXPECT_EQ(get_extra_exposure_width(context(), row.width, row.height), row.extra)
         << std::hex << row.mid << std::dec << ", " << row.height;
   }
 }
@@ -155,7 +155,7 @@ TEST_F(TimingTest, WhatCannotBeLeavesTheTimingAsItWas) {
     open(lie.mid);
     for (const auto& [reg, value] : lie.registers) preset_sensor(reg, value);
     pretend_timing();
-    EXPECT_EQ(code_of([] { return count() != -1; }), KXCAM_ERROR_READ_REQUEST);
+    EXPECT_EQ(code_of([this] { return count() != -1; }), KXCAM_ERROR_READ_REQUEST);
     EXPECT_EQ(unit(), 0.5);
     EXPECT_EQ(flicker_lines(), 20);
   }

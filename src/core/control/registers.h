@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+#pragma once
+
+#include <cstdint>
+#include <optional>
+
+#include "usb/requests.h"
+
+namespace kxcam {
+
+struct CameraContext;
+
+// What an open camera keeps in registers and memory cells, one request each. All fail with NO_DEVICE, reads
+// with READ_REQUEST and writes with WRITE_REQUEST.
+
+/// A request of the bridge with a short answer, for the operations that have one of their own.
+std::optional<ShortReply> ask_bridge(const CameraContext& camera, uint8_t request, uint16_t index,
+                                     uint16_t value);
+
+/// Sensor registers, over the sensor's own bus. Registers of two bytes are big-endian.
+bool sccb_write(CameraContext& camera, uint32_t reg, uint32_t value);
+std::optional<uint32_t> sccb_read(CameraContext& camera, uint32_t reg);
+
+/// Image-processor registers of the bridge. NOT_SUPPORTED on firmware before 0x8300. On a model without such
+/// registers a write succeeds and sends nothing, so that callers need no model test; a read fails
+/// with NOT_SUPPORTED.
+bool isp_write(CameraContext& camera, uint32_t reg, uint32_t value);
+std::optional<uint32_t> isp_read(CameraContext& camera, uint32_t reg);
+
+/// Firmware parameter.
+bool param_write(CameraContext& camera, uint32_t index, uint32_t value);
+
+/// EEPROM, one byte a request; a write returns after the EEPROM's write cycle.
+std::optional<uint8_t> eeprom_read(CameraContext& camera, uint32_t address);
+bool eeprom_write(CameraContext& camera, uint32_t address, uint8_t byte);
+
+/// Line states, or -1.
+int get_gpio(CameraContext& camera);
+/// Drives the lines `pins` to `level`; the camera's answer, or -1. ARGUMENT for a line that the camera keeps
+/// for its strobe.
+int set_gpio(CameraContext& camera, int pins, int level);
+
+}  // namespace kxcam
