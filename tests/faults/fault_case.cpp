@@ -22,8 +22,8 @@ TimedRun run_timed(FaultyCamera& camera, const Operation& operation) {
   return {.done = done, .time = time};
 }
 
-CaseResult run_case(FaultyCamera& camera, const Operation& operation, const kxsim::FaultPlan& plan,
-                    Aftermath aftermath, int faults) {
+bool run_case(FaultyCamera& camera, const Operation& operation, const kxsim::FaultPlan& plan,
+              Aftermath aftermath, int faults) {
   operation.prepare(camera);
   const uint64_t before = camera.device().counters().faults;
   camera.device().inject(plan);
@@ -36,7 +36,7 @@ CaseResult run_case(FaultyCamera& camera, const Operation& operation, const kxsi
   camera.device().clear_faults();
   operation.check(camera, aftermath);
   camera.restore();
-  return {.struck = struck, .time = time};
+  return struck;
 }
 
 }  // namespace kxcam::faults

@@ -21,14 +21,10 @@ struct TimedRun {
 /// Runs the operation, which must succeed or fail as documented.
 TimedRun run_timed(FaultyCamera& camera, const Operation& operation);
 
-struct CaseResult {
-  bool struck;  ///< false when the operation was over before the fault's turn
-  std::chrono::milliseconds time;
-};
-
 /// Lets the operation meet the faults, expects of it what its description says, and makes the camera whole
-/// again. `faults` is how many there are in the plan.
-CaseResult run_case(FaultyCamera& camera, const Operation& operation, const kxsim::FaultPlan& plan,
-                    Aftermath aftermath, int faults = 1);
+/// again. `faults` is how many there are in the plan. False when the operation was over before the fault's
+/// turn.
+bool run_case(FaultyCamera& camera, const Operation& operation, const kxsim::FaultPlan& plan,
+              Aftermath aftermath, int faults = 1);
 
 }  // namespace kxcam::faults

@@ -1,54 +1,20 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "faulty_camera.h"
 
-#include <algorithm>
-#include <chrono>
 #include <cstdlib>
-#include <cstring>
 #include <filesystem>
-#include <span>
-#include <thread>
 
 #include <gtest/gtest.h>
 
+#include "eventually.h"
 #include "kxcam/kxcam.h"
+#include "numbered_frame.h"
 
 namespace kxcam::faults {
+
+using test::eventually;
+
 namespace {
-
-constexpr size_t kLongestFrame = size_t{1} << 20;
-constexpr size_t kShifts = 256;
-
-/// Dark, so that automatic exposure has something to do.
-std::vector<uint8_t> dark_noise() {
-  std::vector<uint8_t> bytes(kLongestFrame + kShifts);
-  uint32_t state = 1;
-  for (uint8_t& byte : bytes) {
-    state = state * 1664525U + 1013904223U;
-    byte = static_cast<uint8_t>(state >> 26);
-  }
-  return bytes;
-}
-
-/// The frame of that number, repeating after 256.
-const uint8_t* content(size_t number) {
-  static const std::vector<uint8_t> noise = dark_noise();
-  return noise.data() + number % kShifts;
-}
-
-void fill(const kxsim::FrameRequest& request, std::span<uint8_t> out) {
-  std::memcpy(out.data(), content(request.number), std::min(out.size(), kLongestFrame));
-}
-
-bool is_a_frame(std::span<const uint8_t> bytes) {
-  constexpr size_t kBeginning = 16;  // enough to tell the frames apart
-  for (size_t number = 0; number < kShifts; ++number) {
-    const uint8_t* frame = content(number);
-    if (std::equal(frame, frame + kBeginning, bytes.begin()))
-      return std::memcmp(bytes.data(), frame, bytes.size()) == 0;
-  }
-  return false;
-}
 
 int buffer_size(int format) {
   int size = 0;
@@ -67,24 +33,13 @@ size_t running_threads() {
   return static_cast<size_t>(std::distance(begin(tasks), end(tasks)));
 }
 
-/// A thread that was joined is listed for a moment longer, and a pulled camera for a moment on the bus.
-template <class Condition>
-bool eventually(Condition holds) {
-  const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-  while (!holds()) {
-    if (std::chrono::steady_clock::now() > deadline) return false;
-    std::this_thread::sleep_for(std::chrono::milliseconds(1));
-  }
-  return true;
-}
-
 }  // namespace
 
 FaultyCamera::FaultyCamera(const std::string& description)
     : device_(std::make_shared<kxsim::SimulatedCamera>(kxsim::parse_camera_options(description))),
       factory_settings_(stored()) {
   setenv("KXUSB_CONF", conf_.path().c_str(), 1);
-  device_->set_frame_source(fill);
+  device_->set_frame_source(kxsim::fill_numbered_frame);
   bus_.plug(device_);
   CameraInit(kCamera);
   close();
@@ -107,6 +62,7 @@ void FaultyCamera::pull_and_plug() {
 
 void FaultyCamera::plug_in_if_pulled() {
   if (device_->powered()) return;
+  // It is listed for a moment longer, as is a thread that was joined.
   EXPECT_TRUE(eventually([&] { return bus_.cameras().empty(); }));
   bus_.plug(device_);
 }
@@ -115,8 +71,8 @@ bool FaultyCamera::delivers() {
   std::vector<uint8_t> image;
   if (!query(image, KXCAM_FORMAT_RAW)) return false;
   // A frame is one byte per pixel on the wire; the second half of a picture of two is not from there.
-  int pixels = buffer_size(KXCAM_FORMAT_GREY);
-  return is_a_frame(std::span(image).first(static_cast<size_t>(pixels)));
+  image.resize(static_cast<size_t>(buffer_size(KXCAM_FORMAT_GREY)));
+  return test::number_of(image) >= 0;
 }
 
 bool FaultyCamera::delivers_in_the_end() {

@@ -8,6 +8,7 @@
 
 #include "core/acquisition/frame_ring.h"
 #include "kxcam/kxcam.h"
+#include "settings_in_range.h"
 
 namespace kxcam::faults {
 namespace {
@@ -124,24 +125,8 @@ bool load(FaultyCamera& camera) {
          (!camera.device().model().newer_bridge() && last_error == KXCAM_ERROR_NOT_SUPPORTED);
 }
 
-template <class T>
-void expect_within(uint32_t (*getter)(int, T*), T least, T greatest, const char* what) {
-  T value{};
-  EXPECT_EQ(getter(kCamera, &value), 0U) << what;
-  EXPECT_GE(value, least) << what;
-  EXPECT_LE(value, greatest) << what;
-}
-
 void expect_settings_in_range(FaultyCamera&, Aftermath) {
-  expect_within(CameraGetGain, 1, 255, "gain");
-  expect_within(CameraGetExposure, 1, 0xFFFFFF, "exposure");
-  expect_within(CameraGetGamma, 0.3, 2.0, "gamma");
-  expect_within(CameraGetContrast, 0.3, 2.0, "contrast");
-  expect_within(CameraGetSaturation, 0.0, 2.0, "saturation");
-  expect_within(CameraGetBlackLevel, 0, 255, "black level");
-  expect_within(CameraGetAETarget, 0, 255, "auto-exposure target");
-  expect_within(CameraGetTimeout, 500, 50000, "time-out");
-  expect_within(CameraGetSnapNum, 1, 65535, "frames per trigger");
+  test::expect_settings_in_range(kCamera);
 }
 
 // Away and back.

@@ -2,8 +2,6 @@
 
 // A camera that answers nothing any more, and one that is not there.
 
-#include <atomic>
-#include <cstdio>
 #include <string>
 #include <vector>
 
@@ -35,14 +33,10 @@ void be_gone(FaultyCamera& camera) {
 class SilentCamera : public testing::TestWithParam<const char*> {
  protected:
   using Milliseconds = std::chrono::milliseconds;
-  struct Measured {
-    std::atomic<int64_t> ms = -1;
-  };
 
   /// Every operation in a process of its own, as all of them are one long wait.
   static void run_all(const std::vector<Operation>& all, void (*disturb)(FaultyCamera&),
                       Milliseconds (*limit)(const Operation&)) {
-    const SharedArray<Measured> measured(all.size());
     run_in_processes(static_cast<int>(all.size()), [&](Worker& worker) {
       const auto number = static_cast<size_t>(worker.number());
       const Operation& operation = all[number];
@@ -53,12 +47,8 @@ class SilentCamera : public testing::TestWithParam<const char*> {
       disturb(camera);
       const TimedRun run = run_timed(camera, operation);
       EXPECT_LE(run.time, limit(operation) + kBusyMachine);
-      measured.items()[number].ms = run.time.count();
       camera.restore();
     });
-    for (size_t i = 0; i < all.size(); ++i) {
-      std::printf("  %-27s %5ld ms\n", all[i].name.data(), measured.items()[i].ms.load());
-    }
   }
 };
 

@@ -6,7 +6,7 @@
 #include <vector>
 
 #include "any_value.h"
-#include "inner_calls.h"
+#include "control_table.h"
 #include "kxcam/kxcam.h"
 #include "require.h"
 #include "scripted_usb.h"
@@ -15,89 +15,7 @@
 namespace kxcam {
 namespace {
 
-template <class Value>
-using Setter = uint32_t (*)(int, Value);
-template <class Value>
-using Getter = uint32_t (*)(int, Value*);
-using Command = uint32_t (*)(int);
-
-constexpr auto kIntSetters = std::to_array<Setter<int>>({
-    CameraSetResolutionMode, CameraSetLineHeight,    CameraSetLineTrigger, CameraSetRotate,
-    CameraSetTimeout,        CameraSetInterpolation, CameraSetBlackLevel,  CameraSetExposure,
-    CameraSetGain,           CameraSetAdvancedGain,  CameraSetAETarget,    CameraSetAntiFlicker,
-    CameraSetDelay,          CameraSetSnapMode,      CameraSetSnapNum,     CameraSetTriggerPolarity,
-    CameraSetStrobePolarity, CameraSetTriggerDelay,  CameraSetStrobeDelay, CameraSetStrobeDuration,
-    CameraSetDebouncerTime,  CameraSaveParameter,    CameraLoadParameter,
-});
-
-constexpr auto kSwitches = std::to_array<Setter<bool>>({
-    CameraSetMirrorX,
-    CameraSetMirrorY,
-    CameraSetEnhancement,
-    CameraSetAEC,
-    CameraSetAGC,
-    CameraSetHighspeed,
-    CameraSetGlobalReset,
-    CameraEnableStrobe,
-    CameraSetAWB,
-    CameraSetDenoise,
-    CameraSetFPN,
-});
-
-constexpr auto kRealSetters =
-    std::to_array<Setter<double>>({CameraSetGamma, CameraSetContrast, CameraSetSaturation});
-
-constexpr auto kIntGetters = std::to_array<Getter<int>>({
-    CameraGetFirmVersion,
-    CameraGetResolutionCount,
-    CameraGetResolutionMode,
-    CameraGetLineHeight,
-    CameraGetLineTrigger,
-    CameraGetImageDepth,
-    CameraGetTimeout,
-    CameraGetInterpolation,
-    CameraGetBlackLevel,
-    CameraGetExposure,
-    CameraGetAvg,
-    CameraGetGain,
-    CameraGetAdvancedGain,
-    CameraGetAETarget,
-    CameraGetAntiFlicker,
-    CameraGetDelay,
-    CameraGetSnapMode,
-    CameraGetSnapNum,
-    CameraGetStrobePolarity,
-    CameraGetTriggerDelay,
-    CameraGetStrobeDelay,
-    CameraGetStrobeDuration,
-    CameraGetDebouncerTime,
-    CameraGetGPIO,
-});
-
-constexpr auto kSwitchGetters = std::to_array<Getter<bool>>({
-    CameraGetMirrorX,
-    CameraGetMirrorY,
-    CameraGetEnhancement,
-    CameraGetAEC,
-    CameraGetAGC,
-    CameraGetHighspeed,
-    CameraGetGlobalReset,
-    CameraGetStrobe,
-    CameraGetTriggerPolarity,
-    CameraGetAWB,
-    CameraGetDenoise,
-    CameraGetFPN,
-});
-
-constexpr auto kRealGetters = std::to_array<Getter<double>>({
-    CameraGetGamma,
-    CameraGetContrast,
-    CameraGetSaturation,
-    CameraGetExposureUnit,
-    CameraGetExposureTime,
-});
-
-constexpr auto kCommands = std::to_array<Command>({
+constexpr auto kCommands = std::to_array<uint32_t (*)(int)>({
     CameraInit,
     CameraInitIO,
     CameraFree,
@@ -107,6 +25,9 @@ constexpr auto kCommands = std::to_array<Command>({
     CameraTriggerShot,
     CameraOnePushWB,
 });
+
+constexpr auto kMemoryCommands =
+    std::to_array<uint32_t (*)(int, int)>({CameraSaveParameter, CameraLoadParameter, CameraSetRotate});
 
 /// Larger frames are streamed, but not made into pictures: that would take the fuzzer's time.
 constexpr int64_t kMostPixels = 1 << 16;
@@ -242,26 +163,24 @@ void open_virtual(Input& input, int camera) {
   CameraInitVirtual(camera, product, record.empty() ? nullptr : &param);
 }
 
-template <class Value, size_t N>
-void get(const std::array<Getter<Value>, N>& getters, Input& input, int camera) {
-  Value value{};
-  chosen(getters, input)(camera, &value);
+const Control& any_control(Input& input) {
+  return control_table()[input.byte() % control_table().size()];
 }
 
-void get_pairs(int camera) {
-  bool fixed = false;
-  double r = 0;
-  double g = 0;
-  double b = 0;
-  CameraGetFrameRate(camera, &fixed, &r);
-  CameraGetWBGain(camera, &r, &g, &b);
-}
-
-void set_pairs(Input& input, int camera) {
+void set_wb_gains(Input& input, int camera) {
   const double r = any_real(input);
   const double g = any_real(input);
   CameraSetWBGain(camera, r, g, any_real(input));
-  CameraSetFrameRate(camera, input.byte() % 2 != 0, any_real(input) * 8);
+}
+
+void ask_what_is_no_control(int camera) {
+  int number = 0;
+  double gains[3] = {};
+  CameraGetFirmVersion(camera, &number);
+  CameraGetResolutionCount(camera, &number);
+  CameraGetAvg(camera, &number);
+  CameraGetGPIO(camera, &number);
+  CameraGetWBGain(camera, &gains[0], &gains[1], &gains[2]);
 }
 
 }  // namespace
@@ -304,18 +223,19 @@ void make_call(Input& input, ScriptedBus& bus, int& camera) {
     case 13:
       return open_virtual(input, camera);
     case 14:
-      return get(kIntGetters, input, camera);
     case 15:
-      return get(kSwitchGetters, input, camera);
+      any_control(input).get(camera);
+      return;
     case 16:
-      return get(kRealGetters, input, camera);
+      return ask_what_is_no_control(camera);
     case 17:
-      return get_pairs(camera);
+      chosen(kMemoryCommands, input)(camera, any_int(input));
+      return;
     case 18:
-      return set_pairs(input, camera);
+      return set_wb_gains(input, camera);
     case 19: {
-      const auto set = chosen(kRealSetters, input);
-      set(camera, any_real(input));
+      const Control& control = any_control(input);
+      control.set(camera, control.whole() ? any_int(input) : any_real(input));
       return;
     }
     case 20: {
@@ -331,8 +251,8 @@ void make_call(Input& input, ScriptedBus& bus, int& camera) {
     }
     case 22:
     case 23: {
-      const auto set = chosen(kSwitches, input);
-      set(camera, input.byte() % 2 != 0);
+      const Control& control = any_control(input);
+      control.set(camera, input.byte() % 2);
       return;
     }
     case 24:
@@ -342,11 +262,9 @@ void make_call(Input& input, ScriptedBus& bus, int& camera) {
     case 26:
     case 27:
       return query(input, camera);
-    case 28:
-      return make_inner_call(input, camera);
     default: {
-      const auto set = chosen(kIntSetters, input);
-      set(camera, any_int(input));
+      const Control& control = any_control(input);
+      control.set(camera, any_int(input));
       return;
     }
   }
