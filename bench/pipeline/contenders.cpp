@@ -142,9 +142,8 @@ class Frames {
     const std::string task = scene == Scene::kSmooth ? "whole" : fmt::format("whole, {}", name_of(scene));
     return {task, std::string(name_of(level)), scene, [=, *this](size_t set) {
               const MutableImageView raw(sets_[set].raw, width_, height_);
-              correct(level, raw, corrections);
-              develop(level, kGRBG, settings, raw, sets_[set].out.data(), KXCAM_FORMAT_COLOR,
-                      sets_[set].memory);
+              develop_corrected(level, kGRBG, settings, raw, corrections, true, sets_[set].out.data(),
+                                KXCAM_FORMAT_COLOR, sets_[set].memory);
             }};
   }
 

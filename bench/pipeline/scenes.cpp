@@ -6,7 +6,6 @@
 #include <cstddef>
 #include <random>
 
-#include "core/registry/model_table.h"
 #include "scene/scene.h"
 #include "scene/sensor.h"
 
@@ -43,7 +42,7 @@ std::vector<uint8_t> draw(int width, int height, uint32_t seed, double speckles,
 std::vector<uint8_t> chart(int width, int height, uint32_t seed) {
   kxsim::Sensor sensor({.width = width,
                         .height = height,
-                        .color_mode = kGRBG,
+                        .color_mode = kxsim::ColorMode::kGrbg,
                         .seed = 1,
                         .noise = true,
                         .fixed_pattern = 0.01,

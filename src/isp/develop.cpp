@@ -35,7 +35,7 @@ Converter reference(uint32_t color_mode, bool grey) {
 }
 
 std::optional<int32_t> fast(const RowKernels& kernels, uint32_t color_mode, const FrameSettings& settings,
-                            const ImageView& raw, uint8_t* out, int format, WorkMemory& memory) {
+                            const RawRows& raw, uint8_t* out, int format, WorkMemory& memory) {
   const bool grey = (format & KXCAM_FORMAT_GREY) != 0;
   const auto phase = bayer_phase(color_mode);
   if (phase && grey) return fast_bayer_grey(kernels, *phase, settings, raw, out, memory);
@@ -54,9 +54,24 @@ int32_t develop(CpuLevel level, uint32_t color_mode, const FrameSettings& settin
                 uint8_t* out, int format, WorkMemory& memory) {
   assert(is_picture(color_mode, format));
   if (const RowKernels* kernels = kernels_of(level)) {
-    if (const auto mean = fast(*kernels, color_mode, settings, raw, out, format, memory)) return *mean;
+    if (const auto mean = fast(*kernels, color_mode, settings, {raw}, out, format, memory)) return *mean;
   }
   return reference(color_mode, (format & KXCAM_FORMAT_GREY) != 0)(settings, raw, out, format);
+}
+
+int32_t develop_corrected(CpuLevel level, uint32_t color_mode, const FrameSettings& settings,
+                          const MutableImageView& raw, const RawCorrections& corrections, bool keep,
+                          uint8_t* out, int format, WorkMemory& memory) {
+  assert(is_picture(color_mode, format));
+  correct_sites(raw, corrections);
+  const RowCorrections rows = row_corrections(raw, corrections, keep);
+  const RowKernels* kernels = kernels_of(level);
+  if (kernels != nullptr && (rows.field != nullptr || rows.despeckled) && RowCorrector::can(rows)) {
+    if (const auto mean = fast(*kernels, color_mode, settings, {raw, &rows}, out, format, memory))
+      return *mean;
+  }
+  correct_levels(level, raw, corrections, memory);
+  return develop(level, color_mode, settings, raw, out, format, memory);
 }
 
 }  // namespace kxcam

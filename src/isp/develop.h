@@ -7,6 +7,7 @@
 #include "isp/frame_settings.h"
 #include "isp/image_view.h"
 #include "isp/kernels/cpu_level.h"
+#include "isp/raw_corrections.h"
 
 namespace kxcam {
 
@@ -19,5 +20,11 @@ bool is_picture(uint32_t color_mode, int format);
 /// as there. The picture is made in `memory`, which no other picture may use meanwhile.
 int32_t develop(CpuLevel level, uint32_t color_mode, const FrameSettings& settings, const ImageView& raw,
                 uint8_t* out, int format, WorkMemory& memory);
+
+/// correct() and then develop(), in one pass over the frame if it can be. The frame is left corrected if it
+/// is to be kept, else anything may be left in it.
+int32_t develop_corrected(CpuLevel level, uint32_t color_mode, const FrameSettings& settings,
+                          const MutableImageView& raw, const RawCorrections& corrections, bool keep,
+                          uint8_t* out, int format, WorkMemory& memory);
 
 }  // namespace kxcam

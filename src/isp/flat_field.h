@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <span>
 #include <vector>
@@ -23,9 +24,13 @@ class FlatField {
   std::span<const double> column_table_b() const { return column_table_b_; }  ///< odd rows
   std::span<const double> row_table() const { return row_table_; }
 
-  /// The column tables rounded, to compute most pixels with at half the cost.
-  std::span<const float> rounded_table_a() const { return rounded_table_a_; }
-  std::span<const float> rounded_table_b() const { return rounded_table_b_; }
+  /// The tables as 16-bit fractions, to compute most pixels with: every entry e as floor(-e x 2^bits), those
+  /// of even and of odd columns apart. No bits: some gain is too far from 1.
+  int fixed_bits() const { return fixed_bits_; }
+  std::span<const int16_t> fixed_columns(size_t row_parity, size_t column_parity) const {
+    return fixed_columns_[row_parity][column_parity];
+  }
+  std::span<const int16_t> fixed_rows() const { return fixed_rows_; }
 
   /// Replaces the first entries of both column tables, which must have room for them.
   void set_columns(std::span<const double> even_rows, std::span<const double> odd_rows);
@@ -37,13 +42,15 @@ class FlatField {
   bool flat() const { return flat_; }
 
  private:
-  void find_out_if_flat();
+  void derive();
+  void derive_fixed();
 
   std::vector<double> column_table_a_;
   std::vector<double> column_table_b_;
   std::vector<double> row_table_;
-  std::vector<float> rounded_table_a_;
-  std::vector<float> rounded_table_b_;
+  std::array<std::array<std::vector<int16_t>, 2>, 2> fixed_columns_;
+  std::vector<int16_t> fixed_rows_;
+  int fixed_bits_ = 0;
   bool flat_ = true;
 };
 

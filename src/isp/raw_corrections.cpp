@@ -27,16 +27,37 @@ RawCorrections raw_corrections(const CameraContext& ctx, int32_t width, int32_t 
   };
 }
 
-void correct(CpuLevel level, const MutableImageView& frame, const RawCorrections& corrections) {
-  const FramePlacement& placement = corrections.placement;
-  if (corrections.dead_pixels) replace_dead_pixels(frame, placement, corrections.dead_pixels->listed());
-  const RowKernels* kernels = kernels_of(level);
-  if (kernels != nullptr && fast_corrections(*kernels, frame, corrections.flat_field.get(), placement.x0,
-                                             placement.y0, corrections.despeckled)) {
-    return;
+RowCorrections row_corrections(const MutableImageView& frame, const RawCorrections& corrections, bool keep) {
+  return {.frame = frame,
+          .field = corrections.flat_field.get(),
+          .x0 = corrections.placement.x0,
+          .y0 = corrections.placement.y0,
+          .despeckled = corrections.despeckled,
+          .keep = keep};
+}
+
+void correct_sites(const MutableImageView& frame, const RawCorrections& corrections) {
+  if (corrections.dead_pixels)
+    replace_dead_pixels(frame, corrections.placement, corrections.dead_pixels->listed());
+}
+
+void correct_levels(CpuLevel level, const MutableImageView& frame, const RawCorrections& corrections,
+                    WorkMemory& memory) {
+  if (!corrections.flat_field && !corrections.despeckled) return;
+  const RowCorrections rows = row_corrections(frame, corrections, true);
+  if (const RowKernels* kernels = kernels_of(level); kernels != nullptr && RowCorrector::can(rows)) {
+    if (uint8_t* work = memory.reserve(RowCorrector::memory_size(rows)))
+      return correct_rows(*kernels, rows, work);
   }
-  if (corrections.flat_field) apply_flat_field(frame, *corrections.flat_field, placement.x0, placement.y0);
+  if (corrections.flat_field)
+    apply_flat_field(frame, *corrections.flat_field, corrections.placement.x0, corrections.placement.y0);
   if (corrections.despeckled) despeckle(frame);
+}
+
+void correct(CpuLevel level, const MutableImageView& frame, const RawCorrections& corrections,
+             WorkMemory& memory) {
+  correct_sites(frame, corrections);
+  correct_levels(level, frame, corrections, memory);
 }
 
 }  // namespace kxcam

@@ -4,9 +4,11 @@
 #include <memory>
 
 #include "core/registry/camera_context.h"
+#include "isp/frame_memory.h"
 #include "isp/frame_placement.h"
 #include "isp/image_view.h"
 #include "isp/kernels/cpu_level.h"
+#include "isp/kernels/fast_corrections.h"
 
 namespace kxcam {
 
@@ -22,7 +24,16 @@ struct RawCorrections {
 RawCorrections raw_corrections(const CameraContext& ctx, int32_t width, int32_t height);
 
 /// Corrects a frame in place: dead pixels, then the flat field, then speckles, by the fastest means of
-/// `level`, which has to be available.
-void correct(CpuLevel level, const MutableImageView& frame, const RawCorrections& corrections);
+/// `level`, which has to be available. `memory` is for the rows at work.
+void correct(CpuLevel level, const MutableImageView& frame, const RawCorrections& corrections,
+             WorkMemory& memory);
+
+/// The first step of it, and the others.
+void correct_sites(const MutableImageView& frame, const RawCorrections& corrections);
+void correct_levels(CpuLevel level, const MutableImageView& frame, const RawCorrections& corrections,
+                    WorkMemory& memory);
+
+/// The other steps for row kernels. Both arguments have to outlive the result.
+RowCorrections row_corrections(const MutableImageView& frame, const RawCorrections& corrections, bool keep);
 
 }  // namespace kxcam

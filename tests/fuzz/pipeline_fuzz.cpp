@@ -143,11 +143,11 @@ struct Result {
 
 Result run(CpuLevel level, const Frame& frame, const FrameSettings& settings,
            const RawCorrections& corrections, std::vector<uint8_t> raw) {
-  correct(level, {raw, frame.width, frame.height}, corrections);
   std::vector<uint8_t> picture(frame.shift + frame.picture_bytes(), 0xA5);
   WorkMemory memory;
-  const int32_t mean = develop(level, frame.mode, settings, ImageView(raw, frame.width, frame.height),
-                               picture.data() + frame.shift, frame.format, memory);
+  const int32_t mean =
+      develop_corrected(level, frame.mode, settings, {raw, frame.width, frame.height}, corrections, true,
+                        picture.data() + frame.shift, frame.format, memory);
   return {std::move(raw), std::move(picture), mean};
 }
 

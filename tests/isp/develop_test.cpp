@@ -249,9 +249,62 @@ TEST_P(EveryLevel, AgreesOnRawCorrections) {
       for (int hot = 0; hot < 20; ++hot) wanted[draw.number(0, width * height - 1)] = 240;
     }
     std::vector<uint8_t> got = wanted;
-    correct(CpuLevel::kScalar, {wanted, width, height}, corrections);
-    correct(GetParam(), {got, width, height}, corrections);
+    WorkMemory memory;
+    correct(CpuLevel::kScalar, {wanted, width, height}, corrections, memory);
+    correct(GetParam(), {got, width, height}, corrections, memory);
     ASSERT_EQ(got, wanted) << width << " x " << height;
+  }
+}
+
+// Picture and frame are to be what correct() and develop() give, one after the other.
+TEST_P(EveryLevel, AgreesOnPicturesMadeWhileTheirFrameIsCorrected) {
+  Draw draw(6);
+#ifdef SANITIZED
+  constexpr int kDraws = 300;
+#else
+  constexpr int kDraws = 1200;
+#endif
+  for (int i = 0; i < kDraws; ++i) {
+    const bool large = i % 200 == 0;
+    const Case c = {kModes[draw.number(0, 4)], kFormats[draw.number(0, 4)],
+                    large ? 1101 : draw.number(1, 200), large ? 999 : draw.number(1, 60),
+                    draw.number(0, 3) != 0 ? draw.number(0, 1) : draw.number(0, 7)};
+    FrameSettings settings = draw.settings();
+    settings.index_map = map_of(c);
+    RawCorrections corrections;
+    corrections.placement.x0 = draw.number(-1, 20);
+    corrections.placement.y0 = draw.number(0, 10);
+    corrections.despeckled = draw.number(0, 3) != 0;
+    if (draw.number(0, 3) != 0) {
+      const SensorSize sensor = {draw.number(0, 9) == 0 ? 100 : c.width + 20, c.height + 10};
+      corrections.flat_field = std::make_shared<const FlatField>(random_field(draw, sensor));
+    }
+    if (draw.number(0, 3) == 0) {
+      auto dead = std::make_shared<DeadPixelList>();
+      dead->dead_pixel_count = 3;
+      dead->dead_pixels = {DeadPixel{9, 5}, DeadPixel{7, 5}, DeadPixel{11, 5}};
+      corrections.dead_pixels = std::move(dead);
+    }
+    const std::vector<uint8_t> frame = draw.frame(c.width * c.height);
+    std::vector<uint8_t> corrected = frame;
+    WorkMemory memory;
+    correct(CpuLevel::kScalar, {corrected, c.width, c.height}, corrections, memory);
+    const Result wanted = run(CpuLevel::kScalar, c, settings, corrected);
+    for (const bool keep : {true, false}) {
+      std::vector<uint8_t> raw = frame;
+      GuardedOutput out(wanted.bytes.size() - 256);
+      WorkMemory own_memory;
+      const int32_t mean = develop_corrected(GetParam(), c.mode, settings, {raw, c.width, c.height},
+                                             corrections, keep, out.data(), c.format, own_memory);
+      ASSERT_EQ(mean, wanted.mean) << c;
+      ASSERT_TRUE(
+          std::ranges::equal(out.picture(), std::span(wanted.bytes).subspan(128, wanted.bytes.size() - 256)))
+          << c;
+      ASSERT_TRUE(out.guards_intact()) << c;
+      if (keep) {
+        ASSERT_EQ(raw, corrected) << c;
+      }
+    }
   }
 }
 
@@ -265,8 +318,8 @@ TEST(Develop, IsFastForOrdinarySettings) {
   for (const bool apply_matrix : {false, true}) {
     const FrameSettings settings = distinct_settings(IndexMap(40, 30, false, false, false), apply_matrix);
     EXPECT_TRUE(
-        fast_bayer_color(kSsse3Kernels, kPhaseBGGR, settings, raw, out.data(), KXCAM_FORMAT_COLOR, memory));
-    EXPECT_TRUE(fast_bayer_grey(kSsse3Kernels, kPhaseBGGR, settings, raw, out.data(), memory));
+        fast_bayer_color(kSsse3Kernels, kPhaseBGGR, settings, {raw}, out.data(), KXCAM_FORMAT_COLOR, memory));
+    EXPECT_TRUE(fast_bayer_grey(kSsse3Kernels, kPhaseBGGR, settings, {raw}, out.data(), memory));
   }
 }
 

@@ -22,27 +22,47 @@ bool has_pixels(const IndexMap& map, int width, int height) {
   return width >= 1 && height >= 1 && int64_t{width} * height == map.count();
 }
 
+/// What becomes of the raw frame: whether the caller finds it corrected.
+enum class After { kKept, kDropped };
+
 /// What was asked for since the last frame. Measured before the picture is made, which then has the new
 /// gains already. A request that comes in meanwhile is kept for the next frame.
-void measure_white_balance(CameraContext& ctx, FrameSettings& settings, const ImageView& raw) {
-  const bool one_push = ctx.picture.one_push_request.exchange(false);
-  const bool points = ctx.picture.auto_wb_request.exchange(false);
-  if (one_push) ManualWhiteBalance(ctx, raw);
-  if (points) PointWhiteBalance(ctx, raw);
-  if (one_push || points) settings.curves = ctx.picture.curves.load();
+struct WhiteBalanceRequest {
+  explicit WhiteBalanceRequest(PicturePart& picture)
+      : one_push(picture.one_push_request.exchange(false)), points(picture.auto_wb_request.exchange(false)) {}
+
+  bool one_push;
+  bool points;
+};
+
+void measure_white_balance(CameraContext& ctx, const WhiteBalanceRequest& request, FrameSettings& settings,
+                           const ImageView& raw) {
+  if (request.one_push) ManualWhiteBalance(ctx, raw);
+  if (request.points) PointWhiteBalance(ctx, raw);
+  settings.curves = ctx.picture.curves.load();
 }
 
-void make_picture(CameraContext& ctx, FrameSettings settings, const ImageView& raw, uint8_t* out, int format,
+void make_picture(CameraContext& ctx, FrameSettings settings, const MutableImageView& raw,
+                  const RawCorrections& corrections, After after, uint8_t* out, int format,
                   WorkMemory& memory) {
+  const CpuLevel level = cpu_choice().level;
   const CameraModel& model = ctx.model();
-  if (!is_picture(model.COLOR_MODE, format)) return;
-  if (!model.monochrome()) measure_white_balance(ctx, settings, raw);
-  ctx.picture.mean_level = develop(cpu_choice().level, model.COLOR_MODE, settings, raw, out, format, memory);
+  if (!model.monochrome()) {
+    const WhiteBalanceRequest request(ctx.picture);
+    if (request.one_push || request.points) {
+      correct(level, raw, corrections, memory);
+      measure_white_balance(ctx, request, settings, raw);
+      ctx.picture.mean_level = develop(level, model.COLOR_MODE, settings, raw, out, format, memory);
+      return;
+    }
+  }
+  ctx.picture.mean_level = develop_corrected(level, model.COLOR_MODE, settings, raw, corrections,
+                                             after == After::kKept, out, format, memory);
 }
 
 /// `width` and `height` are those of the raw frame, and their product is that of the settings' map.
-bool process(CameraContext& ctx, const FrameSettings& settings, uint8_t* in, uint8_t* out, int width,
-             int height, int format) {
+bool process(CameraContext& ctx, const FrameSettings& settings, uint8_t* in, After after, uint8_t* out,
+             int width, int height, int format) {
   const uint32_t color_mode = ctx.model().COLOR_MODE;
   std::span<uint8_t> frame(in, settings.index_map.count());
   FrameMemoryPool::Lease lease(ctx.picture.frame_memory);
@@ -52,6 +72,7 @@ bool process(CameraContext& ctx, const FrameSettings& settings, uint8_t* in, uin
     if (reduced == nullptr) return false;
     reduce_to_8_bits(in, frame.size(), *settings.user_lut, reduced);
     frame = {reduced, frame.size()};
+    after = After::kDropped;
   }
 
   // A processed frame is counted here and not again by the query: with two counts a frame the number would
@@ -59,13 +80,14 @@ bool process(CameraContext& ctx, const FrameSettings& settings, uint8_t* in, uin
   ctx.stream.frames_delivered.add(1);
 
   const MutableImageView raw(frame, width, height);
-  if ((format & KXCAM_FORMAT_UNCORRECTED) == 0)
-    correct(cpu_choice().level, raw, raw_corrections(ctx, width, height));
-  if ((format & KXCAM_FORMAT_RAW) != 0) {
-    std::ranges::copy(frame, out);
-  } else {
-    make_picture(ctx, settings, raw, out, format, memory.rows);
+  RawCorrections corrections;
+  if ((format & KXCAM_FORMAT_UNCORRECTED) == 0) corrections = raw_corrections(ctx, width, height);
+  if ((format & KXCAM_FORMAT_RAW) == 0 && is_picture(color_mode, format)) {
+    make_picture(ctx, settings, raw, corrections, after, out, format, memory.rows);
+    return true;
   }
+  correct(cpu_choice().level, raw, corrections, memory.rows);
+  if ((format & KXCAM_FORMAT_RAW) != 0) std::ranges::copy(frame, out);
   return true;
 }
 
@@ -89,7 +111,7 @@ bool isp(CameraContext& ctx, uint8_t* in, uint8_t* out, int width, int height, i
   const FrameSettings settings = frame_settings(ctx);
   if (!has_pixels(settings.index_map, width, height)) return fail(KXCAM_ERROR_ARGUMENT);
   if (is_rotated(settings.index_map)) std::swap(width, height);
-  return process(ctx, settings, in, out, width, height, format) && follow_level(ctx, format);
+  return process(ctx, settings, in, After::kKept, out, width, height, format) && follow_level(ctx, format);
 }
 
 bool isp_raw_frame(CameraContext& ctx, uint8_t* in, uint8_t* out, const FrameGeometry& geometry, int format) {
@@ -97,7 +119,8 @@ bool isp_raw_frame(CameraContext& ctx, uint8_t* in, uint8_t* out, const FrameGeo
   const IndexMap& map = settings.index_map;
   if (map.width() != geometry.frame_width || map.height() != geometry.frame_height)
     return fail(KXCAM_ERROR_ARGUMENT);
-  if (!process(ctx, settings, in, out, geometry.frame_width, geometry.frame_height, format)) return false;
+  if (!process(ctx, settings, in, After::kDropped, out, geometry.frame_width, geometry.frame_height, format))
+    return false;
   follow_level(ctx, format);
   return true;
 }

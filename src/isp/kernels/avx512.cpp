@@ -13,29 +13,52 @@
 namespace kxcam {
 namespace {
 
-/// Byte k of three vectors that take the bytes of three channels in turn holds byte index[channel][k] of
-/// its channel, whichever vector it is in.
+/// Byte k of six vectors that take the bytes of three channels in turn: which byte of its channel it holds,
+/// whichever vector of a half it is in. A channel is a vector of even samples, bytes 0 to 63, and one of odd
+/// ones, from 64 on.
 struct Interleave3 {
-  alignas(64) uint8_t index[3][64];
+  alignas(64) uint8_t index[2][3][64];
 };
 
 constexpr Interleave3 interleave3() {
   Interleave3 result{};
-  for (int channel = 0; channel < 3; ++channel) {
-    for (int k = 0; k < 64; ++k) {
-      const int vector = (channel + 2 * k) % 3;  // 64 is 1 modulo 3, so the channel moves on by a vector
-      result.index[channel][k] = static_cast<uint8_t>((64 * vector + k) / 3);
+  for (int half = 0; half < 2; ++half) {
+    for (int channel = 0; channel < 3; ++channel) {
+      for (int k = 0; k < 64; ++k) {
+        const int vector = (channel + 2 * k) % 3;  // 64 is 1 modulo 3, so the channel moves on by a vector
+        const int pixel = 64 * half + (64 * vector + k) / 3;
+        result.index[half][channel][k] = static_cast<uint8_t>((pixel & 1) * 64 + pixel / 2);
+      }
     }
   }
   return result;
 }
 
-struct Reversed {
+/// Bytes of two vectors, the second one's from 64 on.
+struct Pick {
   alignas(64) uint8_t index[64];
 };
 
-constexpr Reversed reversed() {
-  Reversed result{};
+constexpr Pick every_second(int first) {
+  Pick result{};
+  for (int k = 0; k < 64; ++k) result.index[k] = static_cast<uint8_t>(first + 2 * k);
+  return result;
+}
+
+constexpr Pick in_turn(int first) {
+  Pick result{};
+  for (int k = 0; k < 64; ++k) result.index[k] = static_cast<uint8_t>((k & 1) * 64 + first + k / 2);
+  return result;
+}
+
+constexpr Pick from(int first) {
+  Pick result{};
+  for (int k = 0; k < 64; ++k) result.index[k] = static_cast<uint8_t>(first + k);
+  return result;
+}
+
+constexpr Pick reversed() {
+  Pick result{};
   for (int k = 0; k < 64; ++k) result.index[k] = static_cast<uint8_t>(63 - k);
   return result;
 }
@@ -48,16 +71,22 @@ constexpr uint64_t every_third(int remainder) {
 }
 
 constexpr Interleave3 kInterleave3 = interleave3();
-constexpr Reversed kReversed = reversed();
+constexpr Pick kSplit[2] = {every_second(0), every_second(1)};
+constexpr Pick kJoin[2] = {in_turn(0), in_turn(32)};
+constexpr Pick kFromLeft = from(62);
+constexpr Pick kReversed = reversed();
+constexpr uint64_t kOddBytes = 0xAAAAAAAAAAAAAAAA;
 constexpr uint64_t kThird[3] = {every_third(0), every_third(1), every_third(2)};
 
 struct Avx512 {
   using Bytes = __m512i;
-  using Selector = __mmask64;
+  using Shift = __m512i;
   struct Table {
     Bytes quarters[4];
   };
   static constexpr int kBytes = 64;
+  static constexpr bool kTablesInRegisters = true;
+  static constexpr int kLaneBits = 1;  // of equal_lanes()
 
   static Bytes load(const uint8_t* p) { return _mm512_loadu_si512(p); }
   static void store(uint8_t* p, Bytes v) { _mm512_storeu_si512(p, v); }
@@ -74,41 +103,37 @@ struct Avx512 {
   static Bytes complement(Bytes v) { return _mm512_xor_si512(v, set8(0xFF)); }
   static Bytes bit_xor(Bytes a, Bytes b) { return _mm512_xor_si512(a, b); }
   static Bytes bit_and(Bytes a, Bytes b) { return _mm512_and_si512(a, b); }
-  static Selector selector(uint16_t columns) { return _mm512_movepi8_mask(set16(columns)); }
-  static Bytes select(Selector s, Bytes a, Bytes b) { return _mm512_mask_blend_epi8(s, b, a); }
 
   static Bytes average(Bytes a, Bytes b) { return _mm512_avg_epu8(a, b); }
   static Bytes add(Bytes a, Bytes b) { return _mm512_add_epi8(a, b); }
   static Bytes subtract(Bytes a, Bytes b) { return _mm512_sub_epi8(a, b); }
   static Bytes add_saturated(Bytes a, Bytes b) { return _mm512_adds_epu8(a, b); }
+  static Bytes add_signed_saturated(Bytes a, Bytes b) { return _mm512_adds_epi8(a, b); }
   static Bytes maximum(Bytes a, Bytes b) { return _mm512_max_epu8(a, b); }
-  /// A bit for every byte of a that is above b's.
-  static uint64_t above(Bytes a, Bytes b) { return _mm512_cmpgt_epu8_mask(a, b); }
+  static bool any_above(Bytes a, Bytes b) { return _mm512_cmpgt_epu8_mask(a, b) != 0; }
+  static Bytes select_above(Bytes a, Bytes b, Bytes if_above, Bytes otherwise) {
+    return _mm512_mask_blend_epi8(_mm512_cmpgt_epu8_mask(a, b), otherwise, if_above);
+  }
+  static bool same(Bytes a, Bytes b) { return _mm512_cmpneq_epi64_mask(a, b) == 0; }
   static Bytes equal(Bytes a, Bytes b) { return _mm512_movm_epi8(_mm512_cmpeq_epi8_mask(a, b)); }
 
-  /// Does nothing and returns false if rounding might matter. The minimum of 1000 and what is no number is
-  /// the latter, in this order of operands, and becomes a negative integer.
-  static bool flatten16_rounded(uint8_t* p, float gain, const float* columns) {
-    const __m512i wide = _mm512_cvtepu8_epi32(load16(p));
-    const __m512 gains = _mm512_sub_ps(_mm512_set1_ps(gain), _mm512_loadu_ps(columns));
-    const __m512 flat = _mm512_min_ps(_mm512_set1_ps(1000), _mm512_mul_ps(gains, _mm512_cvtepi32_ps(wide)));
-    const __m512i low = _mm512_cvttps_epi32(_mm512_sub_ps(flat, _mm512_set1_ps(kRoundingError)));
-    const __m512i high = _mm512_cvttps_epi32(_mm512_add_ps(flat, _mm512_set1_ps(kRoundingError)));
-    if (_mm512_cmpneq_epi32_mask(low, high) != 0) return false;
-    const __mmask16 below_255 = _mm512_cmplt_epi32_mask(wide, _mm512_set1_epi32(255));
-    _mm512_mask_cvtusepi32_storeu_epi8(p, below_255, _mm512_max_epi32(low, _mm512_setzero_si512()));
-    return true;
-  }
-
-  static void flatten16(uint8_t* p, double gain, const double* columns) {
-    const __m128i raw = load16(p);
+  static void flatten16(const uint8_t* from, double gain, const double* columns, uint8_t* to) {
+    const __m128i raw = load16(from);
     const __m512i wide = _mm512_cvtepu8_epi32(raw);
     const __m256i low = flatten8(_mm512_castsi512_si256(wide), gain, columns);
     const __m256i high = flatten8(_mm512_extracti64x4_epi64(wide, 1), gain, columns + 8);
     const __m512i flat = _mm512_inserti64x4(_mm512_castsi256_si512(low), high, 1);
-    const __mmask16 below_255 = _mm512_cmplt_epi32_mask(wide, _mm512_set1_epi32(255));
-    _mm512_mask_cvtepi32_storeu_epi8(p, below_255, flat);
+    const __mmask16 saturated = _mm512_cmpeq_epi32_mask(wide, _mm512_set1_epi32(255));
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(to),
+                     _mm512_cvtepi32_epi8(_mm512_mask_mov_epi32(flat, saturated, wide)));
   }
+  /// `flat`, but for what was 255 before.
+  static Bytes keep_saturated(Bytes raw, Bytes flat) {
+    return _mm512_mask_mov_epi8(flat, _mm512_cmpeq_epi8_mask(raw, set8(0xFF)), raw);
+  }
+  static Bytes even_and_odd(Bytes even, Bytes odd) { return _mm512_mask_blend_epi8(kOddBytes, even, odd); }
+  /// kLaneBits bits for every 16 bits, the lowest of which is set when they are equal.
+  static uint64_t equal_lanes(Bytes a, Bytes b) { return _mm512_cmpeq_epi16_mask(a, b); }
 
   static Bytes no_sums() { return _mm512_setzero_si512(); }
   static Bytes add_sums(Bytes sums, Bytes v) {
@@ -131,50 +156,93 @@ struct Avx512 {
   static Bytes subtract16(Bytes a, Bytes b) { return _mm512_sub_epi16(a, b); }
   static Bytes multiply16(Bytes a, Bytes b) { return _mm512_mullo_epi16(a, b); }
   static Bytes multiply_high16(Bytes a, Bytes b) { return _mm512_mulhi_epu16(a, b); }
+  static Bytes multiply_high_signed16(Bytes a, Bytes b) { return _mm512_mulhi_epi16(a, b); }
+  static Bytes shift_left16(Bytes v, int bits) { return _mm512_slli_epi16(v, bits); }
+  static Bytes shift_right16(Bytes v, int bits) { return _mm512_srli_epi16(v, bits); }
+  static Shift shift(int bits) { return set16(static_cast<uint16_t>(bits)); }
+  static Bytes shift_right_signed16(Bytes v, Shift bits) { return _mm512_srav_epi16(v, bits); }
   /// From the upper half of each 16 bits to all of them, with the sign.
   static Bytes shift_right_signed16(Bytes v) { return _mm512_srai_epi16(v, 8); }
 
+  /// The even and the odd bytes of two vectors that follow each other, and the other way round.
+  static void split(Bytes first, Bytes second, Bytes (&halves)[2]) {
+    halves[0] = _mm512_permutex2var_epi8(first, load(kSplit[0].index), second);
+    halves[1] = _mm512_permutex2var_epi8(first, load(kSplit[1].index), second);
+  }
+  static void join(const Bytes (&halves)[2], Bytes (&vectors)[2]) {
+    vectors[0] = _mm512_permutex2var_epi8(halves[0], load(kJoin[0].index), halves[1]);
+    vectors[1] = _mm512_permutex2var_epi8(halves[0], load(kJoin[1].index), halves[1]);
+  }
+  /// The vector that begins two bytes before v.
+  static Bytes from_left(Bytes before, Bytes v) {
+    return _mm512_permutex2var_epi8(before, load(kFromLeft.index), v);
+  }
   static Bytes reverse(Bytes v) { return _mm512_permutexvar_epi8(load(kReversed.index), v); }
   static void arrange(const uint8_t* table, Lookup& lookup) { std::memcpy(lookup.bytes, table, 256); }
   static Table table(const Lookup& lookup) {
     const uint8_t* bytes = lookup.bytes;
     return {{load(bytes), load(bytes + 64), load(bytes + 128), load(bytes + 192)}};
   }
-  static void look_up(const Table& table, Bytes (&v)[1]) {
-    const Bytes low = _mm512_permutex2var_epi8(table.quarters[0], v[0], table.quarters[1]);
-    const Bytes high = _mm512_permutex2var_epi8(table.quarters[2], v[0], table.quarters[3]);
-    v[0] = _mm512_mask_blend_epi8(_mm512_movepi8_mask(v[0]), low, high);
+  static void look_up(const Table& table, Bytes (&v)[2]) {
+#pragma GCC unroll 2
+    for (int i = 0; i < 2; ++i) {
+      const Bytes low = _mm512_permutex2var_epi8(table.quarters[0], v[i], table.quarters[1]);
+      const Bytes high = _mm512_permutex2var_epi8(table.quarters[2], v[i], table.quarters[3]);
+      v[i] = _mm512_mask_blend_epi8(_mm512_movepi8_mask(v[i]), low, high);
+    }
   }
 
-  template <class Put>
-  static void put_interleaved3(uint8_t* to, Bytes a, Bytes b, Bytes c) {
-    const Bytes pa = _mm512_permutexvar_epi8(load(kInterleave3.index[0]), a);
-    const Bytes pb = _mm512_permutexvar_epi8(load(kInterleave3.index[1]), b);
-    const Bytes pc = _mm512_permutexvar_epi8(load(kInterleave3.index[2]), c);
-    Put::put(to, select(kThird[2], pc, select(kThird[1], pb, pa)));
-    Put::put(to + 64, select(kThird[1], pc, select(kThird[0], pb, pa)));
-    Put::put(to + 128, select(kThird[0], pc, select(kThird[2], pb, pa)));
+  static void put3(uint8_t* to, const Bytes (&c)[3][2]) {
+#pragma GCC unroll 2
+    for (int half = 0; half < 2; ++half) {
+      const auto& index = kInterleave3.index[half];
+      const Bytes p0 = _mm512_permutex2var_epi8(c[0][0], load(index[0]), c[0][1]);
+      const Bytes p1 = _mm512_permutex2var_epi8(c[1][0], load(index[1]), c[1][1]);
+      const Bytes p2 = _mm512_permutex2var_epi8(c[2][0], load(index[2]), c[2][1]);
+      store(to + 192 * half, three(p0, p1, p2));
+      store(to + 192 * half + 64, three(p1, p2, p0));
+      store(to + 192 * half + 128, three(p2, p0, p1));
+    }
   }
 
-  static void put_interleaved4(uint8_t* to, Bytes a, Bytes b, Bytes c) {
+  static void put4(uint8_t* to, const Bytes (&c)[3][2]) {
     const Bytes zero = _mm512_setzero_si512();
-    const Bytes ab[2] = {_mm512_unpacklo_epi8(a, b), _mm512_unpackhi_epi8(a, b)};
-    const Bytes c0[2] = {_mm512_unpacklo_epi8(c, zero), _mm512_unpackhi_epi8(c, zero)};
-    // Lane k of part i holds pixels 16 k + 4 i and the next three.
-    const Bytes part[4] = {_mm512_unpacklo_epi16(ab[0], c0[0]), _mm512_unpackhi_epi16(ab[0], c0[0]),
-                           _mm512_unpacklo_epi16(ab[1], c0[1]), _mm512_unpackhi_epi16(ab[1], c0[1])};
-    const Bytes lanes01[2] = {_mm512_shuffle_i32x4(part[0], part[1], 0x44),
-                              _mm512_shuffle_i32x4(part[2], part[3], 0x44)};
-    const Bytes lanes23[2] = {_mm512_shuffle_i32x4(part[0], part[1], 0xEE),
-                              _mm512_shuffle_i32x4(part[2], part[3], 0xEE)};
-    put_beside_fourth(to, _mm512_shuffle_i32x4(lanes01[0], lanes01[1], 0x88));
-    put_beside_fourth(to + 64, _mm512_shuffle_i32x4(lanes01[0], lanes01[1], 0xDD));
-    put_beside_fourth(to + 128, _mm512_shuffle_i32x4(lanes23[0], lanes23[1], 0x88));
-    put_beside_fourth(to + 192, _mm512_shuffle_i32x4(lanes23[0], lanes23[1], 0xDD));
+    // Lane k of part `high` of a channel holds pixels 32 k + 16 high and the next fifteen.
+    Bytes joined[3][2];
+#pragma GCC unroll 3
+    for (int i = 0; i < 3; ++i) {
+      joined[i][0] = _mm512_unpacklo_epi8(c[i][0], c[i][1]);
+      joined[i][1] = _mm512_unpackhi_epi8(c[i][0], c[i][1]);
+    }
+#pragma GCC unroll 2
+    for (int high = 0; high < 2; ++high, to += 64) {
+      const Bytes ab[2] = {_mm512_unpacklo_epi8(joined[0][high], joined[1][high]),
+                           _mm512_unpackhi_epi8(joined[0][high], joined[1][high])};
+      const Bytes c0[2] = {_mm512_unpacklo_epi8(joined[2][high], zero),
+                           _mm512_unpackhi_epi8(joined[2][high], zero)};
+      // In every lane four pixels of the sixteen.
+      const Bytes part[4] = {_mm512_unpacklo_epi16(ab[0], c0[0]), _mm512_unpackhi_epi16(ab[0], c0[0]),
+                             _mm512_unpacklo_epi16(ab[1], c0[1]), _mm512_unpackhi_epi16(ab[1], c0[1])};
+      const Bytes lanes01[2] = {_mm512_shuffle_i32x4(part[0], part[1], 0x44),
+                                _mm512_shuffle_i32x4(part[2], part[3], 0x44)};
+      const Bytes lanes23[2] = {_mm512_shuffle_i32x4(part[0], part[1], 0xEE),
+                                _mm512_shuffle_i32x4(part[2], part[3], 0xEE)};
+      put_beside_fourth(to, _mm512_shuffle_i32x4(lanes01[0], lanes01[1], 0x88));
+      put_beside_fourth(to + 128, _mm512_shuffle_i32x4(lanes01[0], lanes01[1], 0xDD));
+      put_beside_fourth(to + 256, _mm512_shuffle_i32x4(lanes23[0], lanes23[1], 0x88));
+      put_beside_fourth(to + 384, _mm512_shuffle_i32x4(lanes23[0], lanes23[1], 0xDD));
+    }
   }
 
  private:
-  static __m128i load16(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
+  /// The bytes k of a, b and c with k % 3 of 0, 1 and 2.
+  static Bytes three(Bytes a, Bytes b, Bytes c) {
+    return _mm512_mask_blend_epi8(kThird[2], _mm512_mask_blend_epi8(kThird[1], a, b), c);
+  }
+
+  static __m128i load16(const uint8_t* p) {
+    return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+  }
 
   /// The maximum of what is no number and 0 is 0, in this order of operands.
   static __m256i flatten8(__m256i levels, double gain, const double* columns) {

@@ -8,23 +8,30 @@
 #include "isp/frame_memory.h"
 #include "isp/frame_settings.h"
 #include "isp/image_view.h"
+#include "isp/kernels/fast_corrections.h"
 #include "isp/kernels/row_kernels.h"
 
 namespace kxcam {
 
+/// A raw frame, and what is still to be corrected in it: it is, once there is a picture.
+struct RawRows {
+  ImageView view;
+  const RowCorrections* corrections = nullptr;  ///< of that frame; null: nothing
+};
+
 /// The pictures of demosaic.h and mono.h, bit for bit, by row kernels. Sizes, `format` and result are
 /// as there; `memory` is for the rows at work. Nothing when the kernels cannot give them: for a frame of
-/// another shape than the map's, tables that do not fit 16-bit arithmetic, or for want of memory; `out` is
-/// untouched then.
+/// another shape than the map's, tables that do not fit 16-bit arithmetic, or for want of memory; `out` and
+/// frame are untouched then.
 std::optional<int32_t> fast_bayer_color(const RowKernels& kernels, BayerPhase phase,
-                                        const FrameSettings& settings, const ImageView& raw, uint8_t* out,
+                                        const FrameSettings& settings, const RawRows& raw, uint8_t* out,
                                         int format, WorkMemory& memory);
 std::optional<int32_t> fast_bayer_grey(const RowKernels& kernels, BayerPhase phase,
-                                       const FrameSettings& settings, const ImageView& raw, uint8_t* out,
+                                       const FrameSettings& settings, const RawRows& raw, uint8_t* out,
                                        WorkMemory& memory);
 std::optional<int32_t> fast_mono_color(const RowKernels& kernels, const FrameSettings& settings,
-                                       const ImageView& raw, uint8_t* out, int format, WorkMemory& memory);
+                                       const RawRows& raw, uint8_t* out, int format, WorkMemory& memory);
 std::optional<int32_t> fast_mono_grey(const RowKernels& kernels, const FrameSettings& settings,
-                                      const ImageView& raw, uint8_t* out, WorkMemory& memory);
+                                      const RawRows& raw, uint8_t* out, WorkMemory& memory);
 
 }  // namespace kxcam

@@ -8,54 +8,72 @@
 
 namespace kxcam {
 
-/// Bytes that may be read and written before and behind the pixels of a work row, whatever the level.
+/// Bytes that may be read and written before and behind the samples of a corrected row and of either half of
+/// a work row, whatever the level.
 inline constexpr int kRowMargin = 64;
+
+/// Bytes behind a row of pixels of so many bytes each that may be written, whatever the level.
+constexpr size_t output_margin(int bytes_per_pixel) {
+  return size_t{127} * bytes_per_pixel;
+}
 
 /// A table of 256 bytes, in the arrangement of the level that reads it.
 struct alignas(64) Lookup {
   uint8_t bytes[256];
 };
 
-/// How a row of work planes becomes output pixels. Channels are in output order: for B, G, R bytes
+/// How the channels of a work row become output pixels. Channels are in output order: for B, G, R bytes
 /// channel 0 is blue.
 struct Finish {
   Lookup lookups[3];  ///< by channel; indexed by complemented samples
   FixedMatrix matrix;
 };
 
-/// Three adjoining work rows.
-struct WorkRows {
-  const uint8_t* above;
-  const uint8_t* centre;
-  const uint8_t* below;
+/// What the samples of a raw row are multiplied by: gain - columns[x].
+struct RowGains {
+  double gain;
+  const double* columns;
+  /// The same less 1, rounded down to fractions of 2^-fixed_bits: the sum of the row's entry and the
+  /// column's, those of even and of odd columns apart. No bits: some gain is too far from 1.
+  int fixed_bits;
+  int16_t fixed_row;
+  const int16_t* fixed_columns[2];
 };
 
-/// Columns of a work row, as a pattern for the 16 bits of two samples.
-inline constexpr uint16_t kEvenColumns = 0x00FF;
-inline constexpr uint16_t kOddColumns = 0xFF00;
-inline constexpr uint16_t kAllColumns = 0xFFFF;
+/// A row of complemented samples (255 - v), because the processor's average rounds up and on complements that
+/// truncates. Those of even columns and those of odd ones lie apart: neighbours of one colour are neighbours
+/// in memory then.
+struct WorkRow {
+  const uint8_t* samples[2];  ///< by column parity
+};
 
-/// A row of pixels to be made. Its channels are planes of complemented samples, in the order of Finish;
-/// monochrome rows have one.
+/// A piece of a row of pixels to be made, from an even column on.
 struct RowTask {
-  /// Inner rows are interpolated from work rows, but for their first and last pixel.
+  /// Inner rows are interpolated; their first and last pixel have to be put right afterwards.
   bool interpolate;
-  WorkRows rows;
-  uint16_t green_columns;  ///< of the centre row
-  bool own_is_first;       ///< the other colour of the centre row is channel 0, else channel 2
-  uint8_t border_pixels[2][3];
+  WorkRow above;
+  WorkRow centre;
+  WorkRow below;
+  int green_column;   ///< the parity of the centre row's green columns
+  bool own_is_first;  ///< the other colour of the centre row is channel 0, else channel 2
 
-  const uint8_t* planes[3];  ///< the channels when there is nothing to interpolate
+  WorkRow channels[3];  ///< in the order of Finish, when there is nothing to interpolate; monochrome rows
+                        ///< have one
 
   const uint8_t* ahead;  ///< raw samples that will be wanted soon: a cache line every 64 pixels,
   ptrdiff_t ahead_step;  ///< this far apart
 
-  uint8_t* out;
+  uint8_t* out;  ///< with output_margin() behind the piece
   int width;
-  bool stream;  ///< write past the caches; the caller owes a store fence then
+
+  /// While the pixels are made, as many whole cache lines of a piece made before leave past the caches. The
+  /// caller owes a store fence then.
+  const uint8_t* leaving;
+  uint8_t* leaving_to;  ///< begins a cache line
+  int leaving_lines;
 };
 
-/// Makes the pixels of a row.
+/// Makes the pixels of a piece.
 using FinishRow = void (*)(const Finish& finish, const RowTask& task);
 
 /// The same, for pixels of three and of four bytes; a fourth byte keeps its value.
@@ -64,31 +82,29 @@ struct FinishColors {
   FinishRow bytes4;
 };
 
-/// The loops over rows of one instruction set. Work rows hold complemented samples (255 - v), because
-/// the processor's average rounds up and on complements that truncates; they have kRowMargin on both
-/// sides, whose content is of no consequence. Raw rows and output are touched within their bounds only.
+/// The loops over rows of one instruction set. Raw rows are touched within their bounds only, the rows that
+/// are worked on up to kRowMargin bytes beyond.
 struct RowKernels {
-  /// Multiplies the samples below 255 of a raw row by gain - columns[x], truncated and clamped to bytes;
-  /// `rounded` are the columns as floats.
-  void (*flatten)(uint8_t* row, int width, double gain, const double* columns, const float* rounded);
-  /// Darkens the speckles among the samples first .. last - 1 of a raw row, from left to right; above and
-  /// below are the second rows from it.
+  /// Multiplies the samples below 255 of a raw row, truncated and clamped to bytes.
+  void (*flatten)(const uint8_t* raw, int width, const RowGains& gains, uint8_t* row);
+  /// Darkens the speckles among the samples first .. last - 1 of a corrected row, from left to right; above
+  /// and below are the second rows from it. All three begin cache lines.
   void (*despeckle)(const uint8_t* above, uint8_t* row, const uint8_t* below, int first, int last);
 
   /// Arranges a table for the kernels below.
   void (*arrange)(const uint8_t* table, Lookup& lookup);
 
-  /// Complemented copy of a raw row, from left to right or from right to left. Returns the sum of the raw
-  /// samples that `counted` columns of the copy come from.
-  uint64_t (*copy_row)(const uint8_t* raw, int width, uint16_t counted, uint8_t* row);
-  uint64_t (*reverse_row)(const uint8_t* raw, int width, uint16_t counted, uint8_t* row);
-  /// `columns` raw columns as work rows of `width` samples: sample x of row i comes from
+  /// Makes a work row of a raw row, from left to right or from right to left. Returns the sum of the raw
+  /// samples that the counted columns (bit 0: even ones, bit 1: odd ones) come from.
+  uint64_t (*split)(const uint8_t* raw, int width, int counted, uint8_t* even, uint8_t* odd);
+  uint64_t (*split_reversed)(const uint8_t* raw, int width, int counted, uint8_t* even, uint8_t* odd);
+  /// `columns` raw columns as rows of `width` complemented samples: sample x of row i comes from
   /// raw[x * raw_stride + i] and goes to rows[i * row_stride + x].
   void (*transpose)(const uint8_t* raw, ptrdiff_t raw_stride, int width, int columns, uint8_t* rows,
                     ptrdiff_t row_stride);
 
-  /// Sum of the samples of a work row, complemented as they are, in some columns.
-  uint64_t (*sum)(const uint8_t* row, int width, uint16_t columns);
+  /// Sum of complemented samples, as they are.
+  uint64_t (*sum)(const uint8_t* samples, int count);
 
   // Bilinear demosaic, then:
   FinishColors tables;        ///< three tables

@@ -29,9 +29,12 @@ alignas(16) constexpr uint8_t kReversed[16] = {15, 14, 13, 12, 11, 10, 9, 8, 7, 
 struct Ssse3 {
   using Bytes = __m128i;
   using Selector = __m128i;  // all bits of a byte or none
+  using Shift = __m128i;
   using Lookups = ShuffleLookup<Ssse3>;
   using Table = const Lookup*;
   static constexpr int kBytes = 16;
+  static constexpr bool kTablesInRegisters = false;
+  static constexpr int kLaneBits = 2;  // of equal_lanes()
   static constexpr int kLookUpsAtOnce = 1;
 
   static Bytes load(const uint8_t* p) { return _mm_loadu_si128(reinterpret_cast<const __m128i*>(p)); }
@@ -45,7 +48,6 @@ struct Ssse3 {
   static Bytes complement(Bytes v) { return _mm_xor_si128(v, set8(0xFF)); }
   static Bytes bit_xor(Bytes a, Bytes b) { return _mm_xor_si128(a, b); }
   static Bytes bit_and(Bytes a, Bytes b) { return _mm_and_si128(a, b); }
-  static Selector selector(uint16_t columns) { return set16(columns); }
   static Selector highest_bits(Bytes v) { return _mm_cmpgt_epi8(_mm_setzero_si128(), v); }
   static Bytes select(Selector s, Bytes a, Bytes b) {
     return _mm_or_si128(_mm_and_si128(s, a), _mm_andnot_si128(s, b));
@@ -55,36 +57,18 @@ struct Ssse3 {
   static Bytes add(Bytes a, Bytes b) { return _mm_add_epi8(a, b); }
   static Bytes subtract(Bytes a, Bytes b) { return _mm_sub_epi8(a, b); }
   static Bytes add_saturated(Bytes a, Bytes b) { return _mm_adds_epu8(a, b); }
+  static Bytes add_signed_saturated(Bytes a, Bytes b) { return _mm_adds_epi8(a, b); }
   static Bytes subtract_signed_saturated(Bytes a, Bytes b) { return _mm_subs_epi8(a, b); }
   static Bytes maximum(Bytes a, Bytes b) { return _mm_max_epu8(a, b); }
-  /// A bit for every byte of a that is above b's.
-  static uint64_t above(Bytes a, Bytes b) {
-    return static_cast<uint16_t>(~_mm_movemask_epi8(equal(_mm_subs_epu8(a, b), _mm_setzero_si128())));
+  static bool any_above(Bytes a, Bytes b) { return !same(_mm_subs_epu8(a, b), _mm_setzero_si128()); }
+  static Bytes select_above(Bytes a, Bytes b, Bytes if_above, Bytes otherwise) {
+    return select(equal(_mm_subs_epu8(a, b), _mm_setzero_si128()), otherwise, if_above);
   }
+  static bool same(Bytes a, Bytes b) { return _mm_movemask_epi8(equal(a, b)) == 0xFFFF; }
   static Bytes equal(Bytes a, Bytes b) { return _mm_cmpeq_epi8(a, b); }
 
-  /// Does nothing and returns false if rounding might matter. The minimum of 1000 and what is no number is
-  /// the latter, in this order of operands, and becomes a negative integer.
-  static bool flatten16_rounded(uint8_t* p, float gain, const float* columns) {
-    const Bytes raw = load(p);
-    const Bytes zero = _mm_setzero_si128();
-    const Bytes halves[2] = {_mm_unpacklo_epi8(raw, zero), _mm_unpackhi_epi8(raw, zero)};
-    Bytes sure = set8(0xFF);
-    Bytes flat[2];
-    for (int i = 0; i < 2; ++i) {
-      const Rounded first = flatten4_rounded(_mm_unpacklo_epi16(halves[i], zero), gain, columns + 8 * i);
-      const Rounded second = flatten4_rounded(_mm_unpackhi_epi16(halves[i], zero), gain, columns + 8 * i + 4);
-      sure = _mm_and_si128(sure, _mm_and_si128(_mm_cmpeq_epi32(first.low, first.high),
-                                               _mm_cmpeq_epi32(second.low, second.high)));
-      flat[i] = _mm_packs_epi32(first.low, second.low);
-    }
-    if (_mm_movemask_epi8(sure) != 0xFFFF) return false;
-    store(p, _mm_or_si128(_mm_packus_epi16(flat[0], flat[1]), equal(raw, set8(0xFF))));
-    return true;
-  }
-
-  static void flatten16(uint8_t* p, double gain, const double* columns) {
-    const Bytes raw = load(p);
+  static void flatten16(const uint8_t* from, double gain, const double* columns, uint8_t* to) {
+    const Bytes raw = load(from);
     const Bytes zero = _mm_setzero_si128();
     const Bytes low = _mm_unpacklo_epi8(raw, zero);
     const Bytes high = _mm_unpackhi_epi8(raw, zero);
@@ -92,7 +76,14 @@ struct Ssse3 {
                                            flatten4(_mm_unpackhi_epi16(low, zero), gain, columns + 4));
     const Bytes flat_high = _mm_packs_epi32(flatten4(_mm_unpacklo_epi16(high, zero), gain, columns + 8),
                                             flatten4(_mm_unpackhi_epi16(high, zero), gain, columns + 12));
-    store(p, _mm_or_si128(_mm_packus_epi16(flat_low, flat_high), equal(raw, set8(0xFF))));
+    store(to, keep_saturated(raw, _mm_packus_epi16(flat_low, flat_high)));
+  }
+  /// `flat`, but for what was 255 before.
+  static Bytes keep_saturated(Bytes raw, Bytes flat) { return _mm_or_si128(flat, equal(raw, set8(0xFF))); }
+  static Bytes even_and_odd(Bytes even, Bytes odd) { return select(set16(0xFF00), odd, even); }
+  /// kLaneBits bits for every 16 bits, the lowest of which is set when they are equal.
+  static uint64_t equal_lanes(Bytes a, Bytes b) {
+    return static_cast<uint32_t>(_mm_movemask_epi8(_mm_cmpeq_epi16(a, b))) & 0x5555U;
   }
 
   static Bytes no_sums() { return _mm_setzero_si128(); }
@@ -112,11 +103,27 @@ struct Ssse3 {
   static Bytes subtract16(Bytes a, Bytes b) { return _mm_sub_epi16(a, b); }
   static Bytes multiply16(Bytes a, Bytes b) { return _mm_mullo_epi16(a, b); }
   static Bytes multiply_high16(Bytes a, Bytes b) { return _mm_mulhi_epu16(a, b); }
+  static Bytes multiply_high_signed16(Bytes a, Bytes b) { return _mm_mulhi_epi16(a, b); }
   static Bytes shift_left16(Bytes v, int bits) { return _mm_slli_epi16(v, bits); }
+  static Bytes shift_right16(Bytes v, int bits) { return _mm_srli_epi16(v, bits); }
+  static Shift shift(int bits) { return _mm_cvtsi32_si128(bits); }
+  static Bytes shift_right_signed16(Bytes v, Shift bits) { return _mm_sra_epi16(v, bits); }
   /// From the upper half of each 16 bits to all of them, with the sign.
   static Bytes shift_right_signed16(Bytes v) { return _mm_srai_epi16(v, 8); }
 
   static Bytes shuffle(Bytes table, Bytes index) { return _mm_shuffle_epi8(table, index); }
+  /// The even and the odd bytes of two vectors that follow each other, and the other way round.
+  static void split(Bytes first, Bytes second, Bytes (&halves)[2]) {
+    const Bytes low = set16(0x00FF);
+    halves[0] = _mm_packus_epi16(bit_and(first, low), bit_and(second, low));
+    halves[1] = _mm_packus_epi16(shift_right16(first, 8), shift_right16(second, 8));
+  }
+  static void join(const Bytes (&halves)[2], Bytes (&vectors)[2]) {
+    vectors[0] = interleave_low(halves[0], halves[1]);
+    vectors[1] = interleave_high(halves[0], halves[1]);
+  }
+  /// The vector that begins two bytes before v.
+  static Bytes from_left(Bytes before, Bytes v) { return _mm_alignr_epi8(v, before, 14); }
   static Bytes reverse(Bytes v) { return shuffle(v, load(kReversed)); }
   static void arrange(const uint8_t* table, Lookup& lookup) { Lookups::arrange(table, lookup); }
   static Table table(const Lookup& lookup) { return &lookup; }
@@ -125,38 +132,42 @@ struct Ssse3 {
     Lookups::look_up(table, v);
   }
 
-  template <class Put>
-  static void put_interleaved3(uint8_t* to, Bytes a, Bytes b, Bytes c) {
+  static void put3(uint8_t* to, const Bytes (&c)[3][2]) {
+    Bytes joined[3][2];
+#pragma GCC unroll 3
+    for (int i = 0; i < 3; ++i) join(c[i], joined[i]);
     const auto& index = kInterleave3.index;
-    for (int i = 0; i < 3; ++i) {
-      const Bytes ab = _mm_or_si128(shuffle(a, load(index[0][i])), shuffle(b, load(index[1][i])));
-      Put::put(to + 16 * i, _mm_or_si128(ab, shuffle(c, load(index[2][i]))));
+#pragma GCC unroll 2
+    for (int half = 0; half < 2; ++half) {
+#pragma GCC unroll 3
+      for (int i = 0; i < 3; ++i, to += 16) {
+        const Bytes ab = _mm_or_si128(shuffle(joined[0][half], load(index[0][i])),
+                                      shuffle(joined[1][half], load(index[1][i])));
+        store(to, _mm_or_si128(ab, shuffle(joined[2][half], load(index[2][i]))));
+      }
     }
   }
 
-  static void put_interleaved4(uint8_t* to, Bytes a, Bytes b, Bytes c) {
+  static void put4(uint8_t* to, const Bytes (&c)[3][2]) {
     const Bytes zero = _mm_setzero_si128();
-    const Bytes ab[2] = {_mm_unpacklo_epi8(a, b), _mm_unpackhi_epi8(a, b)};
-    const Bytes c0[2] = {_mm_unpacklo_epi8(c, zero), _mm_unpackhi_epi8(c, zero)};
-    for (int i = 0; i < 2; ++i) {
-      put_beside_fourth(to + 32 * i, _mm_unpacklo_epi16(ab[i], c0[i]));
-      put_beside_fourth(to + 32 * i + 16, _mm_unpackhi_epi16(ab[i], c0[i]));
+    Bytes joined[3][2];
+#pragma GCC unroll 3
+    for (int i = 0; i < 3; ++i) join(c[i], joined[i]);
+#pragma GCC unroll 2
+    for (int half = 0; half < 2; ++half) {
+      const Bytes a = joined[0][half];
+      const Bytes b = joined[1][half];
+      const Bytes ab[2] = {interleave_low(a, b), interleave_high(a, b)};
+      const Bytes c0[2] = {interleave_low(joined[2][half], zero), interleave_high(joined[2][half], zero)};
+#pragma GCC unroll 2
+      for (int i = 0; i < 2; ++i, to += 32) {
+        put_beside_fourth(to, _mm_unpacklo_epi16(ab[i], c0[i]));
+        put_beside_fourth(to + 16, _mm_unpackhi_epi16(ab[i], c0[i]));
+      }
     }
   }
 
  private:
-  struct Rounded {
-    Bytes low;
-    Bytes high;
-  };
-
-  static Rounded flatten4_rounded(Bytes levels, float gain, const float* columns) {
-    const __m128 gains = _mm_sub_ps(_mm_set1_ps(gain), _mm_loadu_ps(columns));
-    const __m128 flat = _mm_min_ps(_mm_set1_ps(1000), _mm_mul_ps(gains, _mm_cvtepi32_ps(levels)));
-    return {_mm_cvttps_epi32(_mm_sub_ps(flat, _mm_set1_ps(kRoundingError))),
-            _mm_cvttps_epi32(_mm_add_ps(flat, _mm_set1_ps(kRoundingError)))};
-  }
-
   static Bytes flatten4(Bytes levels, double gain, const double* columns) {
     const Bytes upper = _mm_shuffle_epi32(levels, _MM_SHUFFLE(1, 0, 3, 2));
     return _mm_unpacklo_epi64(flatten2(levels, gain, columns), flatten2(upper, gain, columns + 2));

@@ -13,125 +13,257 @@
 
 namespace kxcam {
 
-// Raw rows in place
+// Means
 
-/// What single precision may be wrong by, for gains up to kGreatestRoundedGain and products up to 256: gain
-/// and entry each are off by 6e-8 of themselves, as are their difference, the product and what is added to
-/// it.
-inline constexpr float kRoundingError = 1e-4F;
-inline constexpr double kGreatestRoundedGain = 1.25;
-
-/// Most samples need no double precision: where a single-precision product is further from a whole number
-/// than it may be wrong by, both truncate alike.
+/// Two samples: their mean, and the bit that it lost.
 template <class V>
-void flatten_row(uint8_t* row, int width, double gain, const double* columns, const float* rounded) {
-  const bool rounding = gain <= kGreatestRoundedGain && gain >= -kGreatestRoundedGain;
-  const auto rounded_gain = static_cast<float>(gain);
+struct Pair {
+  [[gnu::always_inline]] Pair(typename V::Bytes a, typename V::Bytes b)
+      : mean(V::average(a, b)), difference(V::bit_xor(a, b)) {}
+
+  typename V::Bytes mean;
+  typename V::Bytes difference;  ///< its lowest bit counts
+};
+
+/// Averaging the means of two pairs truncates three times. That is one too little where all three lost
+/// a bit (on complemented samples: one too much).
+template <class V>
+[[gnu::always_inline]] inline typename V::Bytes mean_of_four(const Pair<V>& first, const Pair<V>& second) {
+  const Pair<V> means(first.mean, second.mean);
+  const auto lost = V::bit_and(V::bit_and(first.difference, second.difference), means.difference);
+  return V::subtract(means.mean, V::bit_and(lost, V::set8(1)));
+}
+
+// Raw rows to corrected rows
+
+/// The last samples of a row, followed by zeros.
+template <class V>
+typename V::Bytes load_rest(const uint8_t* from, int count) {
+  uint8_t rest[V::kBytes] = {};
+  std::memcpy(rest, from, count);
+  return V::load(rest);
+}
+
+/// One sample, in double precision as the correction is defined.
+template <class V>
+uint8_t flat_sample(const RowGains& gains, int x, uint8_t sample) {
+  double level = (gains.gain - gains.columns[x]) * sample;
+  level = level > 0 ? level : 0;  // what is no number becomes 0 as well
+  level = level < 255 ? level : 255;
+  return sample == 255 ? sample : static_cast<uint8_t>(static_cast<int>(level));
+}
+
+/// Gains as 16-bit fractions. Row and column are rounded down, so the fixed sum G is too small by less than
+/// two units: 1 + G <= gain <= 1 + G + 2 units. Both ends, and their products with a sample, are numbers that
+/// double precision holds, and its rounding keeps the order: the double product lies between theirs. Where
+/// these truncate alike, so does it, and that is everywhere but where the cut product with G ends in ones.
+template <class V>
+class FixedGains {
+ public:
+  using Bytes = typename V::Bytes;
+
+  [[gnu::always_inline]] explicit FixedGains(const RowGains& gains)
+      : gains_(gains),
+        row_(V::set16(static_cast<uint16_t>(gains.fixed_row))),
+        fraction_(V::set16(static_cast<uint16_t>((1 << (gains.fixed_bits - 9)) - 1))),
+        even_shift_(V::shift(gains.fixed_bits - 9)),
+        odd_shift_(V::shift(gains.fixed_bits - 9 - 8)) {}
+
+  /// A vector of samples, the first of them in column x.
+  [[gnu::always_inline]] void flatten(Bytes raw, int x, uint8_t* to) const {
+    const Bytes even = product(V::shift_left16(raw, 7), 0, x);
+    const Bytes odd = product(V::shift_right16(raw, 1), 1, x);
+    const Bytes change =
+        V::even_and_odd(V::shift_right_signed16(even, even_shift_), V::shift_right_signed16(odd, odd_shift_));
+    const Bytes sign = V::set8(0x80);
+    const Bytes flat = V::bit_xor(V::add_signed_saturated(V::bit_xor(raw, sign), change), sign);
+    V::store(to, V::keep_saturated(raw, flat));
+    const uint64_t doubtful[2] = {V::equal_lanes(V::bit_and(even, fraction_), fraction_),
+                                  V::equal_lanes(V::bit_and(odd, fraction_), fraction_)};
+    if ((doubtful[0] | doubtful[1]) != 0) [[unlikely]]
+      repair(raw, x, doubtful, to);
+  }
+
+ private:
+  /// Samples come seven bits up.
+  [[gnu::always_inline]] Bytes product(Bytes shifted, int parity, int x) const {
+    const auto* columns = reinterpret_cast<const uint8_t*>(gains_.fixed_columns[parity] + x / 2);
+    return V::multiply_high_signed16(V::bit_and(shifted, V::set16(0x7F80)), V::add16(row_, V::load(columns)));
+  }
+
+  [[gnu::noinline]] void repair(Bytes raw, int x, const uint64_t (&doubtful)[2], uint8_t* to) const {
+    alignas(64) uint8_t samples[V::kBytes];
+    V::store(samples, raw);
+    for (int parity = 0; parity < 2; ++parity) {
+      for (uint64_t rest = doubtful[parity]; rest != 0; rest &= rest - 1) {
+        const int i = 2 * (__builtin_ctzll(rest) / V::kLaneBits) + parity;
+        // 0 stays 0, and behind the row there may be no gain to read.
+        if (samples[i] != 0) to[i] = flat_sample<V>(gains_, x + i, samples[i]);
+      }
+    }
+  }
+
+  const RowGains& gains_;
+  Bytes row_;
+  Bytes fraction_;
+  typename V::Shift even_shift_;
+  typename V::Shift odd_shift_;
+};
+
+template <class V>
+void flatten_row(const uint8_t* raw, int width, const RowGains& gains, uint8_t* row) {
   int x = 0;
-  for (; x + 16 <= width; x += 16) {
-    if (rounding && V::flatten16_rounded(row + x, rounded_gain, rounded + x)) [[likely]]
-      continue;
-    V::flatten16(row + x, gain, columns + x);
+  if (gains.fixed_bits == 0) {
+    for (; x + 16 <= width; x += 16) V::flatten16(raw + x, gains.gain, gains.columns + x, row + x);
+    for (; x < width; ++x) row[x] = flat_sample<V>(gains, x, raw[x]);
+    return;
   }
-  for (; x < width; ++x) {
-    double level = (gain - columns[x]) * row[x];
-    level = level > 0 ? level : 0;  // what is no number becomes 0 as well
-    level = level < 255 ? level : 255;
-    if (row[x] != 255) row[x] = static_cast<uint8_t>(static_cast<int>(level));
-  }
+  const FixedGains<V> fixed(gains);
+  for (; x + V::kBytes <= width; x += V::kBytes) fixed.flatten(V::load(raw + x), x, row + x);
+  fixed.flatten(load_rest<V>(raw + x, width - x), x, row + x);
 }
 
-/// What despeckle() does to one sample; whether it was a speckle.
-template <class V>
-bool despeckle_sample(const uint8_t* above, uint8_t* row, const uint8_t* below, int x) {
-  const int mean = (row[x - 2] + row[x + 2] + above[x] + below[x]) >> 2;
-  if (row[x] < kLeastSpeckle || row[x] <= mean + kSpeckleTolerance) return false;
-  row[x] = static_cast<uint8_t>(mean);
-  return true;
+/// A vector's worth of zeros, of ones and of zeros again.
+struct Edges {
+  uint8_t bytes[3 * 64];
+};
+
+constexpr Edges edges() {
+  Edges result{};
+  for (int i = 64; i < 128; ++i) result.bytes[i] = 0xFF;
+  return result;
 }
 
-/// The samples of a vector that may be speckles, from left to right. A repair makes a candidate of the sample
-/// two further on.
+constexpr Edges kEdges = edges();  // not inline, which would be everybody's
+
+/// Repairs a row from left to right, vector by vector.
 template <class V>
-[[gnu::noinline]] void despeckle_some(const uint8_t* above, uint8_t* row, const uint8_t* below, int x,
-                                      uint64_t candidates) {
-  while (candidates != 0) {
-    const int i = __builtin_ctzll(candidates);
-    candidates &= candidates - 1;
-    if (despeckle_sample<V>(above, row, below, x + i) && i + 2 < V::kBytes) candidates |= uint64_t{4} << i;
+class Despeckler {
+ public:
+  using Bytes = typename V::Bytes;
+
+  [[gnu::always_inline]] Despeckler(const uint8_t* above, uint8_t* row, const uint8_t* below)
+      : above_(above), row_(row), below_(below), before_(V::load(row - V::kBytes)) {}
+
+  /// The samples of the next vector that have a bit in `wanted`.
+  [[gnu::always_inline]] void repair(int x, Bytes wanted) {
+    const Bytes samples = V::load(row_ + x);
+    const Bytes right = V::load(row_ + x + 2);
+    const Bytes up = V::load(above_ + x);
+    const Bytes down = V::load(below_ + x);
+    // Averages of averages are at most 1 too high.
+    const Bytes mean = V::average(V::average(V::from_left(before_, samples), right), V::average(up, down));
+    const Bytes limit =
+        V::maximum(V::add_saturated(mean, V::set8(kSpeckleTolerance - 1)), V::set8(kLeastSpeckle - 1));
+    if (V::any_above(V::bit_and(samples, wanted), limit)) [[unlikely]] {
+      before_ = repaired(samples, right, up, down, wanted);
+      V::store(row_ + x, before_);
+    } else {
+      before_ = samples;
+    }
   }
-}
 
-/// Those samples of a vector that have a bit in `wanted`.
-template <class V>
-[[gnu::always_inline]] inline void despeckle_vector(const uint8_t* above, uint8_t* row, const uint8_t* below,
-                                                    int x, uint64_t wanted) {
-  // Averages of averages are at most 1 too high.
-  const auto across = V::average(V::load(row + x - 2), V::load(row + x + 2));
-  const auto mean = V::average(across, V::average(V::load(above + x), V::load(below + x)));
-  const auto limit =
-      V::maximum(V::add_saturated(mean, V::set8(kSpeckleTolerance - 1)), V::set8(kLeastSpeckle - 1));
-  const uint64_t candidates = V::above(V::load(row + x), limit) & wanted;
-  if (candidates != 0) [[unlikely]]
-    despeckle_some<V>(above, row, below, x, candidates);
-}
+ private:
+  /// A repair counts for the sample two further on, so the vector is made anew with its own repairs until
+  /// these stay as they are.
+  [[gnu::always_inline]] Bytes repaired(Bytes samples, Bytes right, Bytes up, Bytes down,
+                                        Bytes wanted) const {
+    const Pair<V> column(V::complement(up), V::complement(down));
+    const Bytes other = V::complement(right);
+    const Bytes candidates = V::bit_and(samples, wanted);
+    Bytes result = samples;
+    for (;;) {
+      const Pair<V> across(V::complement(V::from_left(before_, result)), other);
+      const Bytes mean = V::complement(mean_of_four(across, column));
+      const Bytes limit =
+          V::maximum(V::add_saturated(mean, V::set8(kSpeckleTolerance)), V::set8(kLeastSpeckle - 1));
+      const Bytes next = V::select_above(candidates, limit, mean, samples);
+      if (V::same(next, result)) return result;
+      result = next;
+    }
+  }
+
+  const uint8_t* above_;
+  uint8_t* row_;
+  const uint8_t* below_;
+  Bytes before_;  ///< the vector to the left, repaired
+};
 
 template <class V>
 void despeckle_row(const uint8_t* above, uint8_t* row, const uint8_t* below, int first, int last) {
-  constexpr uint64_t kAll = ~uint64_t{0};
-  int x = first;
-  for (; x + V::kBytes <= last; x += V::kBytes) despeckle_vector<V>(above, row, below, x, kAll);
-  if (x < last && last - first >= V::kBytes) {
-    // The last vector overlaps the one before. What that has repaired must not be looked at again.
-    despeckle_vector<V>(above, row, below, last - V::kBytes, kAll << (V::kBytes - (last - x)));
+  if (last <= first) return;
+  Despeckler<V> despeckler(above, row, below);
+  const auto from = [](int i) { return V::load(kEdges.bytes + 64 - i); };
+  const auto until = [](int i) { return V::load(kEdges.bytes + 128 - i); };
+  if (last <= V::kBytes) {
+    despeckler.repair(0, V::bit_and(from(first), until(last)));
     return;
   }
-  for (; x < last; ++x) despeckle_sample<V>(above, row, below, x);
+  despeckler.repair(0, from(first));
+  int x = V::kBytes;
+  for (; x + V::kBytes <= last; x += V::kBytes) despeckler.repair(x, V::set8(0xFF));
+  if (x < last) despeckler.repair(x, until(last - x));
 }
 
 // Raw rows to work rows
 
 /// Stores complemented samples and adds up those that count.
 template <class V>
-class RowCopy {
+class RowSplit {
  public:
-  [[gnu::always_inline]] RowCopy(uint16_t counted, uint8_t* row)
-      : counted_(V::set16(counted)), sums_(V::no_sums()), row_(row) {}
+  using Bytes = typename V::Bytes;
 
-  [[gnu::always_inline]] void put(int x, typename V::Bytes samples) {
-    V::store(row_ + x, V::complement(samples));
-    sums_ = V::add_sums(sums_, V::bit_and(samples, counted_));
+  [[gnu::always_inline]] RowSplit(int counted, uint8_t* even, uint8_t* odd)
+      : counted_{V::set8((counted & 1) != 0 ? 0xFF : 0), V::set8((counted & 2) != 0 ? 0xFF : 0)},
+        sums_(V::no_sums()),
+        rows_{even, odd} {}
+
+  /// Two vectors of samples, the first of them in column x.
+  [[gnu::always_inline]] void put(int x, Bytes first, Bytes second) {
+    Bytes halves[2];
+    V::split(first, second, halves);
+#pragma GCC unroll 2
+    for (int parity = 0; parity < 2; ++parity) {
+      V::store(rows_[parity] + x / 2, V::complement(halves[parity]));
+      sums_ = V::add_sums(sums_, V::bit_and(halves[parity], counted_[parity]));
+    }
   }
 
-  uint64_t sum() const { return V::total(sums_); }
+  uint64_t sum() const {
+    return V::total(sums_);
+  }
 
  private:
-  typename V::Bytes counted_;
-  typename V::Bytes sums_;
-  uint8_t* row_;
+  Bytes counted_[2];
+  Bytes sums_;
+  uint8_t* rows_[2];
 };
 
 template <class V>
-uint64_t copy_row(const uint8_t* raw, int width, uint16_t counted, uint8_t* row) {
-  RowCopy<V> copy(counted, row);
+uint64_t split_row(const uint8_t* raw, int width, int counted, uint8_t* even, uint8_t* odd) {
+  constexpr int kBlock = 2 * V::kBytes;
+  RowSplit<V> split(counted, even, odd);
   int x = 0;
-  for (; x + V::kBytes <= width; x += V::kBytes) copy.put(x, V::load(raw + x));
-  uint8_t rest[V::kBytes] = {};
+  for (; x + kBlock <= width; x += kBlock) split.put(x, V::load(raw + x), V::load(raw + x + V::kBytes));
+  uint8_t rest[kBlock] = {};
   std::memcpy(rest, raw + x, width - x);
-  copy.put(x, V::load(rest));
-  return copy.sum();
+  split.put(x, V::load(rest), V::load(rest + V::kBytes));
+  return split.sum();
 }
 
 template <class V>
-uint64_t reverse_row(const uint8_t* raw, int width, uint16_t counted, uint8_t* row) {
-  RowCopy<V> copy(counted, row);
+uint64_t split_row_reversed(const uint8_t* raw, int width, int counted, uint8_t* even, uint8_t* odd) {
+  constexpr int kBlock = 2 * V::kBytes;
+  RowSplit<V> split(counted, even, odd);
+  const auto put = [&](int x, const uint8_t* from) {
+    split.put(x, V::reverse(V::load(from + V::kBytes)), V::reverse(V::load(from)));
+  };
   int x = 0;
-  for (; x + V::kBytes <= width; x += V::kBytes)
-    copy.put(x, V::reverse(V::load(raw + width - x - V::kBytes)));
-  uint8_t rest[V::kBytes] = {};
-  std::memcpy(rest + V::kBytes - (width - x), raw, width - x);
-  copy.put(x, V::reverse(V::load(rest)));
-  return copy.sum();
+  for (; x + kBlock <= width; x += kBlock) put(x, raw + width - x - kBlock);
+  uint8_t rest[kBlock] = {};
+  std::memcpy(rest + kBlock - (width - x), raw, width - x);
+  put(x, rest);
+  return split.sum();
 }
 
 /// 16 raw columns of V::kBytes rows. Lane k of vector r starts as raw row 16 k + r; four interleavings
@@ -173,133 +305,156 @@ void transpose(const uint8_t* raw, ptrdiff_t raw_stride, int width, int columns,
 }
 
 template <class V>
-uint64_t sum_of(const uint8_t* row, int width, uint16_t columns) {
-  const auto mask = V::set16(columns);
+uint64_t sum_of(const uint8_t* samples, int count) {
   auto sums = V::no_sums();
   int x = 0;
-  for (; x + V::kBytes <= width; x += V::kBytes) {
-    sums = V::add_sums(sums, V::bit_and(V::load(row + x), mask));
-  }
-  uint8_t rest[V::kBytes] = {};
-  std::memcpy(rest, row + x, width - x);
-  return V::total(V::add_sums(sums, V::bit_and(V::load(rest), mask)));
+  for (; x + V::kBytes <= count; x += V::kBytes) sums = V::add_sums(sums, V::load(samples + x));
+  return V::total(V::add_sums(sums, load_rest<V>(samples + x, count - x)));
 }
 
 // Work rows to channels
 
-/// Two samples: their mean, and the bit that it lost.
-template <class V>
-struct Pair {
-  [[gnu::always_inline]] Pair(typename V::Bytes a, typename V::Bytes b)
-      : mean(V::average(a, b)), difference(V::bit_xor(a, b)) {}
+/// Pixels are made so many at a time and parity, so that what lies between the steps stays in the first
+/// cache.
+inline constexpr int kChunk = 512;
 
-  typename V::Bytes mean;
-  typename V::Bytes difference;  ///< its lowest bit counts
-};
-
-/// Averaging the means of two pairs truncates three times. That is one too little where all three lost
-/// a bit (on complemented samples: one too much).
-template <class V>
-[[gnu::always_inline]] inline typename V::Bytes mean_of_four(const Pair<V>& first, const Pair<V>& second) {
-  const Pair<V> means(first.mean, second.mean);
-  const auto lost = V::bit_and(V::bit_and(first.difference, second.difference), means.difference);
-  return V::subtract(means.mean, V::bit_and(lost, V::set8(1)));
-}
-
-template <class V>
-class BayerSource {
- public:
-  static constexpr int kChannels = 3;
-
-  [[gnu::always_inline]] explicit BayerSource(const RowTask& task)
-      : task_(task), at_green_(V::selector(task.green_columns)) {}
-
-  /// Blocks begin at x from now on, and then every 64 columns.
-  [[gnu::always_inline]] void start_from(int x) {
-    at_green_ = V::selector(x % 2 == 0 ? task_.green_columns : task_.green_columns ^ kAllColumns);
-  }
-
-  [[gnu::always_inline]] void load(int x, typename V::Bytes (&c)[3]) const {
-    if (!task_.interpolate) {
-      for (int i = 0; i < 3; ++i) c[i] = V::load(task_.planes[i] + x);
-      return;
-    }
-    const WorkRows& rows = task_.rows;
-    const auto centre = V::load(rows.centre + x);
-    const Pair<V> across(V::load(rows.centre + x - 1), V::load(rows.centre + x + 1));
-    const Pair<V> down(V::load(rows.above + x), V::load(rows.below + x));
-    const Pair<V> left(V::load(rows.above + x - 1), V::load(rows.below + x - 1));
-    const Pair<V> right(V::load(rows.above + x + 1), V::load(rows.below + x + 1));
-    const auto own = V::select(at_green_, across.mean, centre);
-    const auto other = V::select(at_green_, down.mean, mean_of_four(left, right));
-    c[1] = V::select(at_green_, centre, mean_of_four(across, down));
-    c[0] = task_.own_is_first ? own : other;
-    c[2] = task_.own_is_first ? other : own;
-  }
-
- private:
-  const RowTask& task_;
-  typename V::Selector at_green_;
+/// The samples of a channel, by column parity.
+struct alignas(64) Plane {
+  uint8_t samples[2][kChunk];
 };
 
 template <class V>
-class MonoSource {
+using Channels = typename V::Bytes[3][2];
+
+/// What is interpolated from three work rows of a Bayer frame.
+template <class V>
+class BayerRow {
  public:
-  static constexpr int kChannels = 1;
+  using Bytes = typename V::Bytes;
 
-  [[gnu::always_inline]] explicit MonoSource(const RowTask& task) : task_(task) {}
+  /// Sample 0 is sample `first` of each parity of the rows.
+  [[gnu::always_inline]] BayerRow(const RowTask& task, int first)
+      : green_column_(task.green_column),
+        own_is_first_(task.own_is_first),
+        across_(task.green_column == 0 ? 1 : -1) {
+    const int green = task.green_column;
+    centre_green_ = task.centre.samples[green] + first;
+    centre_own_ = task.centre.samples[1 - green] + first;
+    above_green_ = task.above.samples[1 - green] + first;
+    below_green_ = task.below.samples[1 - green] + first;
+    above_other_ = task.above.samples[green] + first;
+    below_other_ = task.below.samples[green] + first;
+  }
 
-  void start_from(int) {}
-
-  [[gnu::always_inline]] void load(int x, typename V::Bytes (&c)[3]) const {
-    if (!task_.interpolate) {
-      c[0] = V::load(task_.planes[0] + x);
-      return;
+  [[gnu::always_inline]] void load(int i, Channels<V>& c) const {
+    // At the green sites and at those of the row's own colour.
+    const Bytes green = V::load(centre_green_ + i);
+    const Bytes own = V::load(centre_own_ + i);
+    const Bytes own_at_green = V::average(own, V::load(centre_own_ + i - across_));
+    const Pair<V> column(V::load(above_other_ + i), V::load(below_other_ + i));
+    const Pair<V> next_column(V::load(above_other_ + i + across_), V::load(below_other_ + i + across_));
+    const Bytes other = mean_of_four(column, next_column);
+    const Pair<V> sides(green, V::load(centre_green_ + i + across_));
+    const Pair<V> ends(V::load(above_green_ + i), V::load(below_green_ + i));
+    const Bytes green_at_own = mean_of_four(sides, ends);
+    if (green_column_ == 0) {
+      put(own_at_green, own, green, green_at_own, column.mean, other, c);
+    } else {
+      put(own, own_at_green, green_at_own, green, other, column.mean, c);
     }
-    const WorkRows& rows = task_.rows;
-    const auto across = V::average(V::load(rows.centre + x - 1), V::load(rows.centre + x + 1));
-    const auto down = V::average(V::load(rows.above + x), V::load(rows.below + x));
-    c[0] = V::average(V::average(across, down), V::load(rows.centre + x));
   }
 
  private:
+  [[gnu::always_inline]] void put(Bytes own_even, Bytes own_odd, Bytes green_even, Bytes green_odd,
+                                  Bytes other_even, Bytes other_odd, Channels<V>& c) const {
+    c[1][0] = green_even;
+    c[1][1] = green_odd;
+    c[0][0] = own_is_first_ ? own_even : other_even;
+    c[0][1] = own_is_first_ ? own_odd : other_odd;
+    c[2][0] = own_is_first_ ? other_even : own_even;
+    c[2][1] = own_is_first_ ? other_odd : own_odd;
+  }
+
+  int green_column_;
+  bool own_is_first_;
+  ptrdiff_t across_;  ///< from a sample of the own colour's site to the green one on its other side
+  const uint8_t* centre_green_;
+  const uint8_t* centre_own_;
+  const uint8_t* above_green_;
+  const uint8_t* below_green_;
+  const uint8_t* above_other_;
+  const uint8_t* below_other_;
+};
+
+/// The same for monochrome frames.
+template <class V>
+class MonoRow {
+ public:
+  using Bytes = typename V::Bytes;
+
+  [[gnu::always_inline]] MonoRow(const RowTask& task, int first) : task_(task), first_(first) {}
+
+  [[gnu::always_inline]] void load(int i, Channels<V>& c) const {
+    const int at = first_ + i;
+    const Bytes even = V::load(task_.centre.samples[0] + at);
+    const Bytes odd = V::load(task_.centre.samples[1] + at);
+    c[0][0] = smoothed(0, even, odd, V::load(task_.centre.samples[1] + at - 1), at);
+    c[0][1] = smoothed(1, odd, even, V::load(task_.centre.samples[0] + at + 1), at);
+  }
+
+ private:
+  [[gnu::always_inline]] Bytes smoothed(int parity, Bytes centre, Bytes side, Bytes other_side,
+                                        int at) const {
+    const Bytes across = V::average(side, other_side);
+    const Bytes down =
+        V::average(V::load(task_.above.samples[parity] + at), V::load(task_.below.samples[parity] + at));
+    return V::average(V::average(across, down), centre);
+  }
+
   const RowTask& task_;
+  int first_;
+};
+
+/// Samples that lie in planes.
+template <class V, int kChannels>
+class PlanarRow {
+ public:
+  [[gnu::always_inline]] PlanarRow(const WorkRow* channels, int first) : channels_(channels), first_(first) {}
+
+  [[gnu::always_inline]] void load(int i, Channels<V>& c) const {
+#pragma GCC unroll 3
+    for (int k = 0; k < kChannels; ++k) {
+      c[k][0] = V::load(channels_[k].samples[0] + first_ + i);
+      c[k][1] = V::load(channels_[k].samples[1] + first_ + i);
+    }
+  }
+
+ private:
+  const WorkRow* channels_;
+  int first_;
 };
 
 // Channels to output values
 
-/// Pixels are made in blocks that fill whole cache lines.
-inline constexpr int kBlock = 64;
-template <class V>
-inline constexpr int kVectors = kBlock / V::kBytes;
-template <class V>
-using BlockChannels = typename V::Bytes[3][kVectors<V>];
-
-/// Three tables.
+/// The channels as they are.
 template <class V>
 class Tables {
  public:
-  using Source = BayerSource<V>;
+  static constexpr int kChannels = 3;
+  using Source = BayerRow<V>;
 
-  [[gnu::always_inline]] explicit Tables(const Finish& finish)
-      : tables_{V::table(finish.lookups[0]), V::table(finish.lookups[1]), V::table(finish.lookups[2])} {}
-
-  [[gnu::always_inline]] void apply(BlockChannels<V>& c) const {
-#pragma GCC unroll 3
-    for (int i = 0; i < 3; ++i) V::look_up(tables_[i], c[i]);
-  }
-
- private:
-  typename V::Table tables_[3];
+  [[gnu::always_inline]] explicit Tables(const Finish&) {}
+  [[gnu::always_inline]] void apply(Channels<V>&) const {}
 };
 
-/// Three tables, then a matrix.
+/// A matrix.
 template <class V, bool kPlain>
-class TablesAndMatrix {
+class Matrix {
  public:
-  using Source = BayerSource<V>;
+  static constexpr int kChannels = 3;
+  using Source = BayerRow<V>;
 
-  [[gnu::always_inline]] explicit TablesAndMatrix(const Finish& finish) : tables_(finish) {
+  [[gnu::always_inline]] explicit Matrix(const Finish& finish) {
 #pragma GCC unroll 3
     for (int i = 0; i < 3; ++i) {
       const FixedMatrix::Row& row = finish.matrix.rows[i];
@@ -321,14 +476,13 @@ class TablesAndMatrix {
     }
   }
 
-  [[gnu::always_inline]] void apply(BlockChannels<V>& block) const {
-    tables_.apply(block);
-#pragma GCC unroll 4
-    for (int v = 0; v < kVectors<V>; ++v) {
-      Bytes c[3] = {block[0][v], block[1][v], block[2][v]};
+  [[gnu::always_inline]] void apply(Channels<V>& channels) const {
+#pragma GCC unroll 2
+    for (int parity = 0; parity < 2; ++parity) {
+      Bytes c[3] = {channels[0][parity], channels[1][parity], channels[2][parity]};
       multiply(c);
 #pragma GCC unroll 3
-      for (int i = 0; i < 3; ++i) block[i][v] = c[i];
+      for (int i = 0; i < 3; ++i) channels[i][parity] = c[i];
     }
   }
 
@@ -387,7 +541,6 @@ class TablesAndMatrix {
     sums[1] = V::add16(sums[1], V::shift_right_signed16(V::interleave_high(correction, correction)));
   }
 
-  Tables<V> tables_;
   Bytes fraction_[3][3];
   Bytes whole_[3][3];
   Bytes sign_[3][3];
@@ -396,189 +549,179 @@ class TablesAndMatrix {
 };
 
 template <class V>
-using PlainMatrix = TablesAndMatrix<V, true>;
+using PlainMatrix = Matrix<V, true>;
 template <class V>
-using AnyMatrix = TablesAndMatrix<V, false>;
+using AnyMatrix = Matrix<V, false>;
 
-/// The saturating sum of three tables.
+/// The saturating sum.
 template <class V>
 class Luma {
  public:
-  using Source = BayerSource<V>;
+  static constexpr int kChannels = 3;
+  using Source = BayerRow<V>;
 
-  [[gnu::always_inline]] explicit Luma(const Finish& finish) : tables_(finish) {}
-
-  [[gnu::always_inline]] void apply(BlockChannels<V>& c) const {
-    tables_.apply(c);
-#pragma GCC unroll 4
-    for (int v = 0; v < kVectors<V>; ++v) {
-      c[0][v] = V::add_saturated(V::add_saturated(c[0][v], c[1][v]), c[2][v]);
-    }
+  [[gnu::always_inline]] explicit Luma(const Finish&) {}
+  [[gnu::always_inline]] void apply(Channels<V>& c) const {
+#pragma GCC unroll 2
+    for (int parity = 0; parity < 2; ++parity)
+      c[0][parity] = V::add_saturated(V::add_saturated(c[0][parity], c[1][parity]), c[2][parity]);
   }
-
- private:
-  Tables<V> tables_;
 };
 
-/// One table.
+/// One channel for all.
 template <class V>
 class Mono {
  public:
-  using Source = MonoSource<V>;
+  static constexpr int kChannels = 1;
+  using Source = MonoRow<V>;
 
-  [[gnu::always_inline]] explicit Mono(const Finish& finish) : table_(V::table(finish.lookups[0])) {}
-
-  [[gnu::always_inline]] void apply(BlockChannels<V>& c) const {
-    V::look_up(table_, c[0]);
-#pragma GCC unroll 4
-    for (int v = 0; v < kVectors<V>; ++v) c[1][v] = c[2][v] = c[0][v];
+  [[gnu::always_inline]] explicit Mono(const Finish&) {}
+  [[gnu::always_inline]] void apply(Channels<V>& c) const {
+#pragma GCC unroll 2
+    for (int parity = 0; parity < 2; ++parity) c[1][parity] = c[2][parity] = c[0][parity];
   }
-
- private:
-  typename V::Table table_;
 };
 
 // Output values to pixels
 
 template <class V>
-struct Stored {
-  [[gnu::always_inline]] static void put(uint8_t* to, typename V::Bytes bytes) { V::store(to, bytes); }
-};
-
-template <class V>
-struct Streamed {
-  [[gnu::always_inline]] static void put(uint8_t* to, typename V::Bytes bytes) { V::stream(to, bytes); }
-};
-
-template <class V>
 struct Grey {
   static constexpr int kBytes = 1;
-  static constexpr bool kCanStream = true;
-  /// Pixels from an address to the beginning of a cache line.
-  static int to_line(unsigned address) { return static_cast<int>(-address & 63); }
 
-  template <class Put>
-  [[gnu::always_inline]] static void put(uint8_t* to, typename V::Bytes a, typename V::Bytes,
-                                         typename V::Bytes) {
-    Put::put(to, a);
+  [[gnu::always_inline]] static void put(uint8_t* to, const Channels<V>& c) {
+    typename V::Bytes pixels[2];
+    V::join(c[0], pixels);
+    V::store(to, pixels[0]);
+    V::store(to + V::kBytes, pixels[1]);
   }
 };
 
 template <class V>
 struct Color {
   static constexpr int kBytes = 3;
-  static constexpr bool kCanStream = true;
-  /// The same: 43 x 3 = 1 modulo 64.
-  static int to_line(unsigned address) { return static_cast<int>((-address * 43) & 63); }
-
-  template <class Put>
-  [[gnu::always_inline]] static void put(uint8_t* to, typename V::Bytes a, typename V::Bytes b,
-                                         typename V::Bytes c) {
-    V::template put_interleaved3<Put>(to, a, b, c);
-  }
+  [[gnu::always_inline]] static void put(uint8_t* to, const Channels<V>& c) { V::put3(to, c); }
 };
 
 template <class V>
 struct PaddedColor {
   static constexpr int kBytes = 4;
-  static constexpr bool kCanStream = false;  // the fourth byte has to be read
-  static int to_line(unsigned) { return 0; }
-
-  template <class Put>
-  [[gnu::always_inline]] static void put(uint8_t* to, typename V::Bytes a, typename V::Bytes b,
-                                         typename V::Bytes c) {
-    V::put_interleaved4(to, a, b, c);
-  }
+  [[gnu::always_inline]] static void put(uint8_t* to, const Channels<V>& c) { V::put4(to, c); }
 };
 
-template <class V, class Tone, class Pixel>
-class RowFinisher {
+/// Lets lines leave past the caches.
+template <class V>
+class Departure {
  public:
-  [[gnu::always_inline]] RowFinisher(const Finish& finish, const RowTask& task)
-      : task_(task), source_(task), tone_(finish) {}
+  [[gnu::always_inline]] explicit Departure(const RowTask& task)
+      : from_(task.leaving), to_(task.leaving_to), left_(task.leaving_lines * (64 / V::kBytes)) {}
 
-  [[gnu::always_inline]] void start_from(int x) { source_.start_from(x); }
-
-  template <class Put>
-  [[gnu::always_inline]] void put(int x) const {
-    __builtin_prefetch(task_.ahead + x / kBlock * task_.ahead_step);
-    BlockChannels<V> c;
-    load(x, c);
-    write<Put>(task_.out + ptrdiff_t{x} * Pixel::kBytes, c);
+  /// As many vectors, if there still are so many.
+  template <int kVectors>
+  [[gnu::always_inline]] void go_on() {
+    if (left_ < kVectors) return;
+#pragma GCC unroll 8
+    for (int i = 0; i < kVectors; ++i) V::stream(to_ + i * V::kBytes, V::load(from_ + i * V::kBytes));
+    from_ += kVectors * V::kBytes;
+    to_ += kVectors * V::kBytes;
+    left_ -= kVectors;
   }
 
-  /// Pixels first .. last - 1 of a block, with the borders of the row and without touching any behind it.
-  void put_some(int first, int last) const {
-    const int bytes = Pixel::kBytes * (last - first);
-    uint8_t* to = task_.out + ptrdiff_t{first} * Pixel::kBytes;
-    alignas(64) uint8_t some[kBlock * Pixel::kBytes];
-    if constexpr (Pixel::kBytes == 4) std::memcpy(some, to, bytes);
-    BlockChannels<V> c;
-    load(first, c);
-    if (task_.interpolate) put_border(first, c);
-    write<Stored<V>>(some, c);
-    std::memcpy(to, some, bytes);
+  void finish() {
+    while (left_ > 0) go_on<1>();
   }
 
  private:
-  using Source = typename Tone::Source;
-
-  [[gnu::always_inline]] void load(int x, BlockChannels<V>& c) const {
-#pragma GCC unroll 4
-    for (int v = 0; v < kVectors<V>; ++v) {
-      typename V::Bytes channels[3];
-      source_.load(x + V::kBytes * v, channels);
-#pragma GCC unroll 3
-      for (int i = 0; i < Source::kChannels; ++i) c[i][v] = channels[i];
-    }
-  }
-
-  template <class Put>
-  [[gnu::always_inline]] void write(uint8_t* to, BlockChannels<V>& c) const {
-    tone_.apply(c);
-#pragma GCC unroll 4
-    for (int v = 0; v < kVectors<V>; ++v) {
-      Pixel::template put<Put>(to + V::kBytes * Pixel::kBytes * v, c[0][v], c[1][v], c[2][v]);
-    }
-  }
-
-  void put_border(int x, BlockChannels<V>& c) const {
-    const int borders[2] = {0 - x, task_.width - 1 - x};
-    for (int end = 0; end < 2; ++end) {
-      if (borders[end] < 0 || borders[end] >= kBlock) continue;
-      for (int i = 0; i < Source::kChannels; ++i) {
-        auto* samples = reinterpret_cast<uint8_t*>(&c[i]);
-        samples[borders[end]] = task_.border_pixels[end][i];
-      }
-    }
-  }
-
-  const RowTask& task_;
-  Source source_;
-  Tone tone_;
+  const uint8_t* from_;
+  uint8_t* to_;
+  int left_;  ///< vectors
 };
 
-/// The first and the last pixel are left to put_some(), the rest is put in whole vectors.
-template <class V, template <class> class Tone, template <class> class Pixel>
-void finish_row(const Finish& finish, const RowTask& task) {
-  RowFinisher<V, Tone<V>, Pixel<V>> row(finish, task);
-  const int width = task.width;
-  const int to_line = Pixel<V>::to_line(static_cast<unsigned>(reinterpret_cast<uintptr_t>(task.out)));
-  int x = to_line != 0 ? to_line : kBlock;
-  if (x > width) x = width;
-  row.put_some(0, x);
-  row.start_from(x);
-  if (Pixel<V>::kCanStream && task.stream) {
-    for (; x + kBlock < width; x += kBlock) row.template put<Streamed<V>>(x);
-  } else {
-    for (; x + kBlock < width; x += kBlock) row.template put<Stored<V>>(x);
+template <class V>
+[[gnu::always_inline]] inline void prefetch_ahead(const RowTask& task, int i) {
+  constexpr int kLineSamples = 32;  // of each parity
+#pragma GCC unroll 2
+  for (int k = 0; k < V::kBytes; k += kLineSamples) {
+    __builtin_prefetch(task.ahead + (i + k) / kLineSamples * task.ahead_step);
   }
-  if (x < width) row.put_some(x, width);
 }
 
-template <class V, template <class> class Tone>
+/// Makes the pixels of a piece from what a source gives.
+template <class V, class Mix, class Pixel>
+class PixelLoop {
+ public:
+  [[gnu::always_inline]] PixelLoop(const Finish& finish, const RowTask& task)
+      : task_(task),
+        tables_{V::table(finish.lookups[0]), V::table(finish.lookups[1]), V::table(finish.lookups[2])},
+        mix_(finish),
+        departure_(task) {}
+
+  /// `count` pixels of each parity, from the first-th on.
+  template <class Source>
+  [[gnu::always_inline]] void make(const Source& source, int first, int count) {
+    uint8_t* out = task_.out + ptrdiff_t{2 * Pixel::kBytes} * first;
+    for (int i = 0; i < count; i += V::kBytes, out += 2 * Pixel::kBytes * V::kBytes) {
+      prefetch_ahead<V>(task_, first + i);
+      Channels<V> c;
+      source.load(i, c);
+#pragma GCC unroll 3
+      for (int k = 0; k < Mix::kChannels; ++k) V::look_up(tables_[k], c[k]);
+      mix_.apply(c);
+      Pixel::put(out, c);
+      departure_.template go_on<2 * Pixel::kBytes>();
+    }
+  }
+
+  [[gnu::always_inline]] void finish() {
+    departure_.finish();
+  }
+
+ private:
+  const RowTask& task_;
+  typename V::Table tables_[3];
+  Mix mix_;
+  Departure<V> departure_;
+};
+
+template <class V, class Source, int kChannels>
+[[gnu::noinline]] void make_planes(const RowTask& task, int first, int count, Plane* planes) {
+  const Source source(task, first);
+  for (int i = 0; i < count; i += V::kBytes) {
+    Channels<V> c;
+    source.load(i, c);
+#pragma GCC unroll 3
+    for (int k = 0; k < kChannels; ++k) {
+      V::store(planes[k].samples[0] + i, c[k][0]);
+      V::store(planes[k].samples[1] + i, c[k][1]);
+    }
+  }
+}
+
+template <class V, template <class> class Mix, template <class> class Pixel>
+void finish_row(const Finish& finish, const RowTask& task) {
+  constexpr int kChannels = Mix<V>::kChannels;
+  using Source = typename Mix<V>::Source;
+  PixelLoop<V, Mix<V>, Pixel<V>> loop(finish, task);
+  const int cells = (task.width + 1) / 2;
+  if (!task.interpolate) {
+    loop.make(PlanarRow<V, kChannels>(task.channels, 0), 0, cells);
+  } else if constexpr (V::kTablesInRegisters) {
+    loop.make(Source(task, 0), 0, cells);
+  } else {
+    Plane planes[kChannels];
+    WorkRow channels[kChannels];
+    for (int k = 0; k < kChannels; ++k) channels[k] = {{planes[k].samples[0], planes[k].samples[1]}};
+    for (int first = 0; first < cells; first += kChunk) {
+      const int count = cells - first < kChunk ? cells - first : kChunk;
+      make_planes<V, Source, kChannels>(task, first, count, planes);
+      loop.make(PlanarRow<V, kChannels>(channels, 0), first, count);
+    }
+  }
+  loop.finish();
+}
+
+template <class V, template <class> class Mix>
 constexpr FinishColors finish_colors() {
-  return {finish_row<V, Tone, Color>, finish_row<V, Tone, PaddedColor>};
+  return {finish_row<V, Mix, Color>, finish_row<V, Mix, PaddedColor>};
 }
 
 template <class V>
@@ -587,8 +730,8 @@ constexpr RowKernels row_kernels() {
       .flatten = flatten_row<V>,
       .despeckle = despeckle_row<V>,
       .arrange = V::arrange,
-      .copy_row = copy_row<V>,
-      .reverse_row = reverse_row<V>,
+      .split = split_row<V>,
+      .split_reversed = split_row_reversed<V>,
       .transpose = transpose<V>,
       .sum = sum_of<V>,
       .tables = finish_colors<V, Tables>(),

@@ -6,31 +6,32 @@
 #include <cstdint>
 
 #include "isp/image_view.h"
+#include "isp/kernels/fast_corrections.h"
 #include "isp/kernels/oriented_frame.h"
 #include "isp/kernels/row_kernels.h"
 
 namespace kxcam {
 
-/// Distance of work rows `width` samples wide, margins included. Odd in cache lines, so that one column
-/// of many rows does not fall into one set of the cache.
-size_t work_row_stride(int width);
-
 /// A few work rows of the oriented raw frame at a time, from the top of the picture downwards.
 class WorkRowWindow {
  public:
-  /// Columns of even and of odd rows whose samples are added up.
-  using Counted = std::array<uint16_t, 2>;
+  /// Columns of even and of odd rows whose samples are added up: bit 0 for even ones, bit 1 for odd ones.
+  using Counted = std::array<int, 2>;
 
-  /// `memory`: memory_size() bytes.
+  /// `corrector`: gives the rows of that raw frame in its place; null when they are to be had as they are.
+  /// `memory`: memory_size() bytes, from the beginning of a cache line on.
   WorkRowWindow(const RowKernels& kernels, const ImageView& raw, const OrientedFrame& frame,
-                const Counted& counted, uint8_t* memory);
+                const Counted& counted, RowCorrector* corrector, uint8_t* memory);
 
   static size_t memory_size(const OrientedFrame& frame);
+
+  /// Whether the raw rows are taken one by one from the first to the last, as a corrector gives them.
+  static bool in_raw_order(const OrientedFrame& frame) { return !frame.turned && !frame.rows.mirrored; }
 
   /// Makes row `y` and the two before it available; to be called for every row in turn.
   void advance_to(int y);
 
-  const uint8_t* row(int y) const { return slot(y); }
+  WorkRow row(int y) const { return {{slot(y), slot(y) + half_}}; }
 
   /// Sum of the counted raw samples of all rows so far.
   uint64_t sum() const { return sum_; }
@@ -43,17 +44,21 @@ class WorkRowWindow {
   Ahead ahead_of(int y) const;
 
  private:
-  uint8_t* slot(int y) const;
+  uint8_t* slot(int y) const { return first_slot_ + static_cast<size_t>(y & slot_mask_) * stride_; }
   void load_row(int y);
   void load_strip(int first);
   void add_up(int y);
+  int samples_of(int parity) const { return (frame_.columns.size + 1 - parity) / 2; }
 
   const RowKernels& kernels_;
   const ImageView& raw_;
   const OrientedFrame& frame_;
   Counted counted_;
+  RowCorrector* corrector_;
+  int slot_mask_;
   uint8_t* first_slot_;
-  size_t stride_;
+  size_t half_;     ///< distance of a row's odd columns from its even ones
+  size_t stride_;   ///< of slots
   int loaded_ = 0;  ///< rows
   uint64_t sum_ = 0;
 };
