@@ -19,6 +19,7 @@ class FrameAccounting : public CameraBus {
   /// Opens a camera that sends nothing yet: frames during the open may be void, and would count too.
   std::shared_ptr<kxsim::SimulatedCamera> open_silent(const char* options) {
     auto camera = plug(options);
+    camera->set_frame_source(kxsim::fill_numbered_frame);
     camera->inject({.stream_frames = 0});
     EXPECT_EQ(CameraInit(0), 0U);
     return camera;

@@ -99,8 +99,9 @@ TEST_F(VirtualCamera, MakesThePicturesThatACameraMakes) {
     const auto& row = camera->model();
     const int width = row.width;
     const int height = row.height;
-    camera->set_frame_source([](const kxsim::FrameRequest&, std::span<uint8_t> out) {
-      std::ranges::copy(numbered(7, out.size()), out.begin());
+    const auto raw = numbered(7, static_cast<size_t>(width) * static_cast<size_t>(height));
+    camera->set_frame_source([raw](const kxsim::FrameRequest&, std::span<uint8_t> out) {
+      std::copy_n(raw.begin(), std::min(out.size(), raw.size()), out.begin());
     });
     ASSERT_EQ(CameraInit(0), 0U);
     // Matrix, gamma, saturation, contrast, gains, black level; rotated, mirrored in x, all corrections.
@@ -120,7 +121,6 @@ TEST_F(VirtualCamera, MakesThePicturesThatACameraMakes) {
     CameraSetMirrorX(0, true);
     CameraSetFPN(0, true);
     CameraSetDenoise(0, true);
-    const auto raw = numbered(7, static_cast<size_t>(width) * static_cast<size_t>(height));
     for (const int format :
          {KXCAM_FORMAT_COLOR + 0, KXCAM_FORMAT_COLOR | KXCAM_FORMAT_BGR | KXCAM_FORMAT_32BIT,
           KXCAM_FORMAT_GREY + 0}) {
