@@ -1,6 +1,8 @@
 find_package(GTest REQUIRED)
 include(GoogleTest)
 
+# Far beyond what any test takes, on a busy machine too: it ends those that hang.
+set(KXCAM_TEST_TIMEOUT 1500)
 set(KXCAM_TEST_ENVIRONMENT "")
 if(KXCAM_SANITIZE MATCHES thread)
   set(KXCAM_TEST_ENVIRONMENT "TSAN_OPTIONS=suppressions=${CMAKE_CURRENT_LIST_DIR}/tsan_suppressions.txt")
@@ -35,5 +37,5 @@ function(kxcam_test NAME)
   target_precompile_headers(${NAME} REUSE_FROM kxcam_test_headers)
   set_source_files_properties(${ARG_SEPARATE} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
   gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST
-                       PROPERTIES TIMEOUT 120 RUN_SERIAL ${ARG_ALONE} ENVIRONMENT "${KXCAM_TEST_ENVIRONMENT}")
+                       PROPERTIES TIMEOUT ${KXCAM_TEST_TIMEOUT} RUN_SERIAL ${ARG_ALONE} ENVIRONMENT "${KXCAM_TEST_ENVIRONMENT}")
 endfunction()

@@ -52,7 +52,7 @@ for ((i = 0; i < 100; ++i)); do
 done
 
 mkfifo "$run/console"
-timeout -k 5 240 qemu-system-x86_64 "${machine[@]}" </dev/null >"$run/console" 2>&1 &
+timeout -k 5 1400 qemu-system-x86_64 "${machine[@]}" </dev/null >"$run/console" 2>&1 &
 machine_pid=$!
 
 # What the guest has to say, and what it wants done out here.
