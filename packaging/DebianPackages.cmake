@@ -36,25 +36,28 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${PROJECT_BINARY_DIR}/src)
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 set(CPACK_COMPONENT_LIB_DESCRIPTION
-    "driver library for industrial USB cameras\nFinds, opens, configures and reads the cameras, and turns raw frames into pictures.")
+    "driver library for industrial USB cameras\nFinds, opens, configures and reads the cameras, and turns raw frames\ninto pictures: demosaicing, white balance, exposure control, corrections.")
 set(CPACK_DEBIAN_LIB_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=")
-set(CPACK_DEBIAN_LIB_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/debian/conffiles)
+set(CPACK_DEBIAN_LIB_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/debian/conffiles
+                                           ${CMAKE_CURRENT_LIST_DIR}/debian/triggers)
 
 set(CPACK_COMPONENT_DEV_DESCRIPTION
-    "driver library for industrial USB cameras - development files\nHeader, pkg-config file, CMake package, guide and examples.")
+    "driver library for industrial USB cameras - development files\nHeader, pkg-config file, CMake package, guide and examples for\nprograms that use the library libkxcam.")
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEV_PACKAGE_SHLIBDEPS OFF)
 # pkg-config wants to see what the library needs itself, too.
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "${packages_lib} (= ${PROJECT_VERSION}), libusb-1.0-0-dev")
 
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION
-    "look at, take and measure pictures of industrial USB cameras\nThe command kxcam.")
+    "capture and inspect images from industrial USB cameras\nThe command kxcam lists cameras, captures and streams pictures, changes and\nstores settings and finds out why a camera does not work.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${packages_lib} (>= ${PROJECT_VERSION})")
 
 set(CPACK_COMPONENT_SIM_DESCRIPTION
-    "simulated industrial USB cameras\nThe command kxsim runs any program against simulated cameras, without hardware or root, and lends them to virtual machines.")
+    "simulated industrial USB cameras\nThe command kxsim runs any program against simulated cameras, without\nhardware or root, and exports them to virtual machines.")
 set(CPACK_DEBIAN_SIM_PACKAGE_SECTION devel)
+set(CPACK_PRE_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/debian_files.cmake)
+set(CPACK_POST_BUILD_SCRIPTS ${CMAKE_CURRENT_LIST_DIR}/debian_triggers.cmake)
 include(CPack)

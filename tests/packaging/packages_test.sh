@@ -35,8 +35,8 @@ expect libkxcam1 "$lib/libkxcam\.so\.1" "$lib/libkxcam\.so\.1\.[0-9.]+" /etc/kxu
 expect libkxcam-dev "$lib/libkxcam\.so" /usr/include/kxcam/kxcam.h "$lib/pkgconfig/kxcam\.pc" \
   "$lib/cmake/kxcam/kxcamConfig\.cmake" /usr/share/doc/libkxcam-dev/guide.md \
   /usr/share/doc/libkxcam-dev/examples/first_picture.c
-expect kxcam-tools /usr/bin/kxcam /usr/share/man/man1/kxcam.1 /usr/share/bash-completion/completions/kxcam
-expect kxcam-sim /usr/bin/kxsim "$lib/kxcam/libkxsim-usbfs\.so" "$lib/kxcam/kxsim\.conf" /usr/share/man/man1/kxsim.1
+expect kxcam-tools /usr/bin/kxcam /usr/share/man/man1/kxcam.1.gz /usr/share/bash-completion/completions/kxcam
+expect kxcam-sim /usr/bin/kxsim "$lib/kxcam/libkxsim-usbfs\.so" "$lib/kxcam/kxsim\.conf" /usr/share/man/man1/kxsim.1.gz
 
 # No file is in two packages: they install beside each other.
 [ -z "$(cat "$work"/*.files | grep -v '/$' | sort | uniq -d)" ]
@@ -50,7 +50,7 @@ depends kxcam-sim libc6 libusbredirparser1
 dpkg-deb -e "$(package libkxcam1)" "$work/control"
 [ "$(cat "$work/control/conffiles")" = /etc/kxusb.conf ]
 grep -q '^libkxcam 1 libkxcam1' "$work/control/shlibs"
-grep -q ldconfig "$work/control/postinst"
+grep -q 'activate-noawait ldconfig' "$work/control/triggers"
 
 # What was unpacked works.
 "$work/root/usr/bin/kxsim" run --conf "$work/root/etc/kxusb.conf" -- "$work/root/usr/bin/kxcam" list | grep -q 5MP-C

@@ -1,0 +1,11 @@
+#!/bin/sh
+# Looks whether the programs and libraries in the Debian packages are hardened: hardening_test.sh PACKAGES
+# Ends with 77 where there is no hardening-check (package devscripts).
+set -eu
+command -v hardening-check >/dev/null || { echo "skipped: there is no hardening-check"; exit 77; }
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+for package in "$1"/*.deb; do dpkg-deb -x "$package" "$work"; done
+set -- "$work/usr/bin/kxcam" "$work/usr/bin/kxsim" $(find "$work/usr/lib" -type f -name '*.so*')
+[ $# -eq 4 ]
+hardening-check "$@"
