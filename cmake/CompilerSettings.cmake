@@ -11,6 +11,7 @@ if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE)
 endif()
 
 option(KXCAM_WERROR "Treat warnings as errors, with the compilers that the project is checked with" OFF)
+option(KXCAM_HARDEN "Harden what is built as Debian hardens its packages" OFF)
 set(KXCAM_SANITIZE "" CACHE STRING "Sanitizers for every target, as -fsanitize= takes them")
 
 add_library(kxcam_settings INTERFACE)
@@ -27,6 +28,14 @@ if(KXCAM_SANITIZE)
   target_compile_options(kxcam_settings INTERFACE -fsanitize=${KXCAM_SANITIZE} -fno-sanitize-recover=all
                                                   -fno-omit-frame-pointer)
   target_link_options(kxcam_settings INTERFACE -fsanitize=${KXCAM_SANITIZE})
+endif()
+include(CheckPIESupported)
+check_pie_supported()
+add_link_options(LINKER:-z,relro,-z,now)
+if(KXCAM_HARDEN)
+  # Options of the folder: those of a target come after them.
+  add_compile_options(-fstack-protector-strong -fstack-clash-protection -fcf-protection)
+  add_compile_options($<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE$<SEMICOLON>-D_FORTIFY_SOURCE=2>)
 endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL Clang)
   # Clang calls a library for atomic structures of two words, where GCC trusts their alignment.
