@@ -4,7 +4,6 @@
 #include "api/boundary.h"
 #include "core/control/auto_exposure.h"
 #include "core/control/frame_timing.h"
-#include "core/control/gain.h"
 
 using namespace kxcam;
 

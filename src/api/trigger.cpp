@@ -3,7 +3,6 @@
 
 #include "api/boundary.h"
 #include "core/control/registers.h"
-#include "core/control/trigger_unit.h"
 
 using namespace kxcam;
 

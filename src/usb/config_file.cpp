@@ -1,122 +1,107 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "usb/config_file.h"
 
-#include <cstdio>
+#include <algorithm>
 #include <cstdlib>
-#include <cstring>
-#include <memory>
-#include <string_view>
-
-#include "kxcam/kxcam.h"
-
-char logfile[256] = "";
-char pidfile[256] = "";
+#include <utility>
 
 namespace kxcam {
 
 namespace {
 
-constexpr size_t kVpdRows = 100;
-constexpr int kMaxDevices = 99;
-constexpr int kFirstFileRow = 16;  // the rows before it stay empty
+constexpr size_t kLineLength = 119;  // what is longer counts as several lines
+constexpr std::string_view kBlanks = " \t\n";
+constexpr std::string_view kKeyEnds = " =\t\n";
 
-static_assert(sizeof(VpdRow) == 34);
+/// Takes the next token and the character behind it off the front of `text`; "" when there is none.
+std::string_view take_token(std::string_view& text, std::string_view delimiters) {
+  text.remove_prefix(std::min(text.find_first_not_of(delimiters), text.size()));
+  const std::string_view token = text.substr(0, text.find_first_of(delimiters));
+  text.remove_prefix(std::min(token.size() + 1, text.size()));
+  return token;
+}
 
-std::array<VpdRow, kVpdRows> vpd;
-int maxdevices = kFirstFileRow;
+/// A line of the file, which ends at a zero byte too.
+std::string_view take_line(std::string_view& text) {
+  const size_t end = text.substr(0, kLineLength).find('\n');
+  const std::string_view line = text.substr(0, end == std::string_view::npos ? kLineLength : end + 1);
+  text.remove_prefix(line.size());
+  return line;
+}
 
-using Line = std::array<char, 120>;
+bool is_blank_or_comment(std::string_view line) {
+  return line.starts_with('#') || line.find_first_not_of(kBlanks) == std::string_view::npos;
+}
 
-struct CloseFile {
-  void operator()(std::FILE* file) const { std::fclose(file); }
+uint16_t hexadecimal(std::string_view text) {
+  return static_cast<uint16_t>(std::strtoul(std::string(text).c_str(), nullptr, 16));
+}
+
+class Reader {
+ public:
+  explicit Reader(size_t room) : room_(room) {}
+
+  /// False when nothing after this line counts.
+  bool read(std::string_view line) {
+    const bool ends = line.ends_with('\n');
+    line = line.substr(0, line.find('\0'));
+    const bool go_on = is_blank_or_comment(line) || (in_rows_ ? read_row(line) : read_key(line));
+    if (ends) ++line_number_;
+    return go_on;
+  }
+
+  ConfigFile take() { return std::move(file_); }
+
+ private:
+  bool read_key(std::string_view line) {
+    const std::string_view key = take_token(line, kKeyEnds);
+    if (key.empty()) return true;
+    in_rows_ = key == "<VPD>";
+    if (in_rows_) return true;
+    if (key != "LogFile" && key != "PIDFile") {
+      file_.bad_line = line_number_;
+      file_.bad_word = key;
+      return false;
+    }
+    const std::string_view path = take_token(line, kBlanks);
+    if (!path.empty()) (key == "LogFile" ? file_.logfile : file_.pidfile) = path;
+    return true;
+  }
+
+  /// A row without a product id names no device and is left out.
+  bool read_row(std::string_view line) {
+    const std::string_view vendor = take_token(line, kBlanks);
+    const std::string_view product = take_token(line, kBlanks);
+    const std::string_view description = take_token(line, kBlanks);
+    if (file_.devices.size() == room_) {
+      file_.truncated = vendor != "</VPD>";
+      return false;
+    }
+    in_rows_ = vendor != "</VPD>";
+    if (!in_rows_ || product.empty()) return true;
+    VpdRow& row = file_.devices.emplace_back(hexadecimal(vendor), hexadecimal(product));
+    description.copy(row.description.data(), row.description.size() - 1);
+    return true;
+  }
+
+  ConfigFile file_;
+  size_t room_;
+  bool in_rows_ = false;
+  int line_number_ = 1;
 };
-using File = std::unique_ptr<std::FILE, CloseFile>;
-
-bool next_line(std::FILE* file, Line& line) {
-  return std::fgets(line.data(), static_cast<int>(line.size()), file) != nullptr;
-}
-
-bool is_blank_or_comment(const Line& line) {
-  return line[0] == '#' || std::strspn(line.data(), " \t\n") == std::strlen(line.data());
-}
-
-template <size_t N>
-void copy_text(char (&to)[N], const char* from) {
-  std::snprintf(to, N, "%s", from);
-}
-
-uint16_t hexadecimal(const char* text) {
-  return static_cast<uint16_t>(std::strtoul(text, nullptr, 16));
-}
-
-// A row without a product id names no device and is left out.
-void store_row(const char* vendor, char*& rest) {
-  const char* product = strtok_r(nullptr, " \t\n", &rest);
-  const char* description = strtok_r(nullptr, " \t\n", &rest);
-  if (product == nullptr) return;
-  VpdRow& row = vpd[static_cast<size_t>(maxdevices)];
-  row.vendor = hexadecimal(vendor);
-  row.product = hexadecimal(product);
-  std::snprintf(row.description.data(), row.description.size(), "%s",
-                description == nullptr ? "" : description);
-  ++maxdevices;
-}
-
-void read_device_rows(std::FILE* file) {
-  Line line;
-  while (next_line(file, line)) {
-    if (maxdevices >= kMaxDevices || is_blank_or_comment(line)) continue;
-    char* rest = nullptr;
-    const char* first = strtok_r(line.data(), " \t\n", &rest);
-    if (first == nullptr) continue;
-    if (std::string_view(first) == "</VPD>") return;
-    store_row(first, rest);
-  }
-}
-
-void store_path(char (&to)[256], char*& rest) {
-  if (const char* path = strtok_r(nullptr, " \t\n", &rest); path != nullptr) copy_text(to, path);
-}
-
-void read_line(std::FILE* file, Line& line) {
-  char* rest = nullptr;
-  const char* key = strtok_r(line.data(), " =\t\n", &rest);
-  if (key == nullptr) return;
-  const std::string_view name = key;
-  if (name == "LogFile") {
-    store_path(logfile, rest);
-  } else if (name == "PIDFile") {
-    store_path(pidfile, rest);
-  } else if (name == "<VPD>") {
-    read_device_rows(file);
-  } else {
-    std::printf("Error in config file %s: %s \n", config_file_path(), line.data());
-    std::exit(1);
-  }
-}
 
 }  // namespace
+
+ConfigFile parse_config_file(std::string_view text, size_t room) {
+  Reader reader(room);
+  while (!text.empty() && reader.read(take_line(text))) {
+  }
+  return reader.take();
+}
 
 const char* config_file_path() {
   const char* path = secure_getenv("KXUSB_CONF");
   return path != nullptr && *path != '\0' ? path : "/etc/kxusb.conf";
-}
-
-bool read_config_file() {
-  const File file(std::fopen(config_file_path(), "re"));
-  if (file == nullptr) {
-    std::printf("%s file not found. Exiting\n", config_file_path());
-    return false;
-  }
-  Line line;
-  while (next_line(file.get(), line)) {
-    if (!is_blank_or_comment(line)) read_line(file.get(), line);
-  }
-  return true;
-}
-
-std::span<const VpdRow> listed_devices() {
-  return {vpd.data(), static_cast<size_t>(maxdevices)};
 }
 
 }  // namespace kxcam

@@ -4,16 +4,30 @@
 #include <algorithm>
 #include <array>
 #include <cstdio>
+#include <cstdlib>
 #include <memory>
-#include <span>
+#include <optional>
+#include <string>
 
-#include "usb/config_file.h"
+#include "kxcam/kxcam.h"
+
+int last_error = KXCAM_ERROR_NONE_YET;
+char logfile[256] = "";
+char pidfile[256] = "";
 
 namespace kxcam {
 
 namespace {
 
 constexpr uint32_t kDescriptorTimeoutMs = 1000;
+
+/// Rows of the configuration file begin at this one; those before it stay empty.
+constexpr size_t kFirstFileRow = 16;
+
+static_assert(sizeof(VpdRow) == 34);
+
+std::array<VpdRow, kFirstFileRow + kConfigFileRows + 1> vpd;
+size_t maxdevices = kFirstFileRow;
 
 struct kxusb_device {
   libusb_device* device;
@@ -27,6 +41,26 @@ struct kxusb_device {
 
 std::array<kxusb_device, kMaxUsbDevices> kxdev;
 int nid = 0;
+
+struct CloseFile {
+  void operator()(std::FILE* file) const { std::fclose(file); }
+};
+
+std::optional<std::string> file_text(const char* path) {
+  const std::unique_ptr<std::FILE, CloseFile> file(std::fopen(path, "re"));
+  if (file == nullptr) return std::nullopt;
+  std::string text;
+  std::array<char, 4096> block;
+  while (const size_t length = std::fread(block.data(), 1, block.size(), file.get())) {
+    text.append(block.data(), length);
+  }
+  return text;
+}
+
+template <size_t N>
+void copy_text(char (&to)[N], const std::string& from) {
+  if (!from.empty()) std::snprintf(to, N, "%s", from.c_str());
+}
 
 // libusb counts its initialisations; one lasts for the life of the process, because handles and the
 // event thread may be in use whenever a later call would like to end it.
@@ -74,6 +108,28 @@ int open_listed_devices(std::span<libusb_device*> devices) {
 }
 
 }  // namespace
+
+bool read_config_file() {
+  const std::optional<std::string> text = file_text(config_file_path());
+  if (!text) {
+    std::printf("%s file not found. Exiting\n", config_file_path());
+    return false;
+  }
+  const ConfigFile file = parse_config_file(*text, kFirstFileRow + kConfigFileRows - maxdevices);
+  copy_text(logfile, file.logfile);
+  copy_text(pidfile, file.pidfile);
+  std::ranges::copy(file.devices, vpd.begin() + static_cast<std::ptrdiff_t>(maxdevices));
+  maxdevices += file.devices.size();
+  if (file.bad_line != 0) {
+    std::printf("Error in config file %s: %s \n", config_file_path(), file.bad_word.c_str());
+    std::exit(1);
+  }
+  return true;
+}
+
+std::span<const VpdRow> listed_devices() {
+  return {vpd.data(), maxdevices};
+}
 
 int kxusb_open() {
   nid = 0;
@@ -128,50 +184,6 @@ int kxusb_get_max_packet_size(libusb_device_handle* handle, uint8_t endpoint) {
   return libusb_get_max_packet_size(libusb_get_device(handle), endpoint);
 }
 
-void kxusb_close(libusb_device_handle* handle) {
-  libusb_close(handle);
-}
-
-int kxusb_get_configuration(libusb_device_handle* handle, int* configuration) {
-  return libusb_get_configuration(handle, configuration);
-}
-
-int kxusb_set_configuration(libusb_device_handle* handle, int configuration) {
-  return libusb_set_configuration(handle, configuration);
-}
-
-int kxusb_claim_interface(libusb_device_handle* handle, int interface_number) {
-  return libusb_claim_interface(handle, interface_number);
-}
-
-int kxusb_release_interface(libusb_device_handle* handle, int interface_number) {
-  return libusb_release_interface(handle, interface_number);
-}
-
-int kxusb_set_interface_alt_setting(libusb_device_handle* handle, int interface_number, int alt_setting) {
-  return libusb_set_interface_alt_setting(handle, interface_number, alt_setting);
-}
-
-int kxusb_clear_halt(libusb_device_handle* handle, uint8_t endpoint) {
-  return libusb_clear_halt(handle, endpoint);
-}
-
-int kxusb_reset_device(libusb_device_handle* handle) {
-  return libusb_reset_device(handle);
-}
-
-int kxusb_kernel_driver_active(libusb_device_handle* handle, int interface_number) {
-  return libusb_kernel_driver_active(handle, interface_number);
-}
-
-int kxusb_detach_kernel_driver(libusb_device_handle* handle, int interface_number) {
-  return libusb_detach_kernel_driver(handle, interface_number);
-}
-
-int kxusb_attach_kernel_driver(libusb_device_handle* handle, int interface_number) {
-  return libusb_attach_kernel_driver(handle, interface_number);
-}
-
 int kxusb_get_device_descriptor(libusb_device_handle* handle, libusb_device_descriptor* descriptor) {
   return libusb_get_device_descriptor(libusb_get_device(handle), descriptor);
 }
@@ -190,15 +202,6 @@ int kxusb_get_config_descriptor_by_value(libusb_device_handle* handle, uint8_t v
   return libusb_get_config_descriptor_by_value(libusb_get_device(handle), value, config);
 }
 
-int kxusb_get_string_descriptor_ascii(libusb_device_handle* handle, uint8_t index, unsigned char* text,
-                                      int length) {
-  return libusb_get_string_descriptor_ascii(handle, index, text, length);
-}
-
-int kxusb_get_device_speed(libusb_device* device) {
-  return libusb_get_device_speed(device);
-}
-
 int kxusb_get_descriptor(libusb_device_handle* handle, uint8_t type, uint8_t index, void* buffer,
                          int length) {
   return kxusb_control_transfer(
@@ -212,22 +215,6 @@ int kxusb_get_string_descriptor(libusb_device_handle* handle, uint8_t index, uin
                                 static_cast<uint16_t>(LIBUSB_DT_STRING << 8 | index), language,
                                 static_cast<unsigned char*>(buffer), static_cast<uint16_t>(length),
                                 kDescriptorTimeoutMs);
-}
-
-int kxusb_control_transfer(libusb_device_handle* handle, uint8_t request_type, uint8_t request,
-                           uint16_t value, uint16_t index, unsigned char* data, uint16_t length,
-                           uint32_t timeout_ms) {
-  return libusb_control_transfer(handle, request_type, request, value, index, data, length, timeout_ms);
-}
-
-int kxusb_bulk_transfer(libusb_device_handle* handle, uint8_t endpoint, unsigned char* data, int length,
-                        int* transferred, uint32_t timeout_ms) {
-  return libusb_bulk_transfer(handle, endpoint, data, length, transferred, timeout_ms);
-}
-
-int kxusb_interrupt_transfer(libusb_device_handle* handle, uint8_t endpoint, unsigned char* data, int length,
-                             int* transferred, uint32_t timeout_ms) {
-  return libusb_interrupt_transfer(handle, endpoint, data, length, transferred, timeout_ms);
 }
 
 void kxusb_error(int code) {

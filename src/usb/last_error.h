@@ -1,12 +1,18 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <atomic>
+
 #include "kxcam/kxcam.h"
 
 namespace kxcam {
 
+// The exported word is a plain int for C programs; inside, every access is atomic.
+
 /// Stores the cause of a failure in the exported `last_error`.
-void set_last_error(kxcam_error code);
+inline void set_last_error(kxcam_error code) {
+  std::atomic_ref(last_error).store(code, std::memory_order_relaxed);
+}
 
 /// Stores the cause and returns false: `return fail(KXCAM_ERROR_ARGUMENT);`.
 inline bool fail(kxcam_error code) {
@@ -14,6 +20,8 @@ inline bool fail(kxcam_error code) {
   return false;
 }
 
-int get_last_error();
+inline int get_last_error() {
+  return std::atomic_ref(last_error).load(std::memory_order_relaxed);
+}
 
 }  // namespace kxcam

@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "core/persistence/dead_pixel_store.h"
-
 #include <gmock/gmock.h>
 
 #include "camera_bus.h"
+#include "core/persistence/stored_tables.h"
 #include "core/registry/contexts.h"
 
 namespace kxcam::test {

@@ -9,7 +9,7 @@
 #include <gtest/gtest.h>
 
 #include "core/registry/model_table.h"
-#include "usb/config_file.h"
+#include "usb/kxusb.h"
 
 namespace kxcam {
 namespace {

@@ -1,6 +1,4 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "usb/config_file.h"
-
 #include <cstdlib>
 #include <fstream>
 #include <string>
@@ -9,6 +7,7 @@
 #include <unistd.h>
 
 #include "kxcam/kxcam.h"
+#include "usb/kxusb.h"
 
 namespace kxcam {
 namespace {

@@ -65,4 +65,38 @@ double get_exposure_time(const CameraContext& camera) {
   return camera.parameter.exposure * camera.sensor.line_time_ms;
 }
 
+namespace {
+constexpr int kHighestGain = 255;
+}
+
+bool is_gain(int gain) {
+  return gain >= 1 && gain <= kHighestGain;
+}
+
+bool set_gain(CameraContext& camera, int gain) {
+  if (!is_gain(gain)) return fail(KXCAM_ERROR_ARGUMENT);
+  camera.parameter.gain = gain;
+  const auto write = camera.family.write_gain;
+  return write == nullptr || write(camera, gain);
+}
+
+int get_gain(const CameraContext& camera) {
+  return camera.parameter.gain;
+}
+
+bool is_advanced_gain(int level) {
+  return level >= 0 && level <= kHighestGain;
+}
+
+bool set_advanced_gain(CameraContext& camera, int level) {
+  if (!is_advanced_gain(level)) return fail(KXCAM_ERROR_ARGUMENT);
+  camera.parameter.advanced_gain = level;
+  if (const auto write = camera.family.write_advanced_gain) write(camera, level);
+  return true;
+}
+
+int get_advanced_gain(const CameraContext& camera) {
+  return camera.parameter.advanced_gain;
+}
+
 }  // namespace kxcam

@@ -16,7 +16,9 @@ int set_exposure_width(CameraContext& camera, int width, int height);
 /// failure, as above.
 int get_extra_exposure_width(CameraContext& camera, int width, int height);
 
-/// Exposure in sensor lines, 1 and up. Stored first; the result is that of the write on which the sensor
+// The setters refuse what is out of range (ARGUMENT), and store the value before they write.
+
+/// Exposure in sensor lines, 1 and up. The result is that of the write on which the sensor
 /// family lets it depend. NOT_SUPPORTED when the sensor is in a mode that takes no exposure.
 bool is_exposure(int lines);
 bool set_exposure(CameraContext& camera, int lines);
@@ -32,5 +34,16 @@ double get_exposure_unit(const CameraContext& camera);
 
 /// Exposure in milliseconds.
 double get_exposure_time(const CameraContext& camera);
+
+/// Gain, 1..255 on a scale that each sensor family maps to its registers.
+bool is_gain(int gain);
+bool set_gain(CameraContext& camera, int gain);
+int get_gain(const CameraContext& camera);
+
+/// Advanced gain, 0..255: a coarse range or conversion gain of the sensor. The sensor's answer does not
+/// matter.
+bool is_advanced_gain(int level);
+bool set_advanced_gain(CameraContext& camera, int level);
+int get_advanced_gain(const CameraContext& camera);
 
 }  // namespace kxcam

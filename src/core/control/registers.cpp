@@ -62,9 +62,12 @@ std::optional<uint32_t> sccb_read(CameraContext& camera, uint32_t reg) {
 }
 
 bool isp_write(CameraContext& camera, uint32_t reg, uint32_t value) {
-  if (find_device(camera) == nullptr) return false;
+  const DeviceHandle handle = find_device(camera);
+  if (handle == nullptr) return false;
   if (camera.device.firmware_version < kFirmwareWithIspRegisters) return fail(KXCAM_ERROR_NOT_SUPPORTED);
-  return !camera.family.isp_registers || tell_bridge(camera, bridge::kBridgeRegisterWrite, reg, value);
+  return !camera.family.isp_registers ||
+         write_short(handle.get(), bridge::kBridgeRegisterWrite, static_cast<uint16_t>(reg),
+                     static_cast<uint16_t>(value));
 }
 
 std::optional<uint32_t> isp_read(CameraContext& camera, uint32_t reg) {

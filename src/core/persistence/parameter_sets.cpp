@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <variant>
 
 #include "core/acquisition/line_scan.h"
 #include "core/acquisition/orientation.h"
@@ -12,11 +13,9 @@
 #include "core/control/auto_exposure.h"
 #include "core/control/exposure.h"
 #include "core/control/frame_timing.h"
-#include "core/control/gain.h"
 #include "core/control/trigger.h"
-#include "core/control/trigger_unit.h"
-#include "core/persistence/flash_tables.h"
 #include "core/persistence/parameter_block.h"
+#include "core/persistence/stored_tables.h"
 #include "core/picture/correction_settings.h"
 #include "core/picture/tone_settings.h"
 #include "core/picture/white_balance_settings.h"
@@ -130,6 +129,34 @@ void restore_readout(CameraContext& camera) {
   set_resolution(camera, live.resolution_index, nullptr, nullptr, nullptr);
 }
 
+using ByteMember = Relaxed<uint8_t> CameraParameter::*;
+using WordMember = Relaxed<uint16_t> CameraParameter::*;
+
+struct Property {
+  std::string_view key;
+  std::variant<ByteMember, WordMember> member;
+};
+
+constexpr std::array<Property, 7> kProperties = {{
+    {"image_format", &CameraParameter::image_format},
+    {"resolution_index", &CameraParameter::resolution_index},
+    {"enable_roi", &CameraParameter::enable_roi},
+    {"roi_offset_x", &CameraParameter::roi_offset_x},
+    {"roi_offset_y", &CameraParameter::roi_offset_y},
+    {"roi_width", &CameraParameter::roi_width},
+    {"roi_height", &CameraParameter::roi_height},
+}};
+
+const Property* find_property(std::string_view key) {
+  const auto found = std::ranges::find(kProperties, key, &Property::key);
+  return found == kProperties.end() ? nullptr : &*found;
+}
+
+template <class T>
+void store_low_bits(Relaxed<T>& member, int value) {
+  member = static_cast<T>(value);
+}
+
 }  // namespace
 
 bool save_parameter(CameraContext& camera, int slot) {
@@ -180,6 +207,29 @@ bool set_parameter(CameraContext& camera) {
   set_snap_mode(camera, live.snap_mode);
   restore_readout(camera);
   return all(results);
+}
+
+bool set_property(CameraContext& camera, std::string_view key, int value) {
+  const Property* property = find_property(key);
+  if (property == nullptr) return false;
+  std::visit([&](auto member) { store_low_bits(camera.parameter.*member, value); }, property->member);
+  return true;
+}
+
+bool get_property(const CameraContext& camera, std::string_view key, int* value) {
+  const Property* property = find_property(key);
+  if (property == nullptr) return false;
+  *value = std::visit([&](auto member) { return int{(camera.parameter.*member).load()}; }, property->member);
+  return true;
+}
+
+void restore_geometry(CameraContext& camera) {
+  const CameraParameter& live = camera.parameter;
+  if (live.enable_roi == 0) {
+    set_resolution(camera, live.resolution_index, nullptr, nullptr, nullptr);
+  } else if (!set_ROI(camera, live.roi_offset_x, live.roi_offset_y, live.roi_width, live.roi_height)) {
+    set_resolution(camera, 0, nullptr, nullptr, nullptr);
+  }
 }
 
 }  // namespace kxcam

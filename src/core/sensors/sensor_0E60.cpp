@@ -2,7 +2,6 @@
 #include <algorithm>
 
 #include "core/control/trigger.h"
-#include "core/control/trigger_unit.h"
 #include "core/registry/camera_context.h"
 #include "core/sensors/line_clock.h"
 #include "core/sensors/registers.h"

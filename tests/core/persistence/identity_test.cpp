@@ -6,7 +6,7 @@
 #include <string>
 
 #include "camera_bus.h"
-#include "core/persistence/flash_tables.h"
+#include "core/persistence/stored_tables.h"
 #include "core/registry/contexts.h"
 
 namespace kxcam::test {
