@@ -2,7 +2,6 @@
 #include "isp/dead_pixels.h"
 
 #include <numeric>
-#include <random>
 
 #include <gtest/gtest.h>
 
@@ -125,35 +124,6 @@ TEST(DeadPixels, TakeARepairedNeighbourInTheOrderOfTheList) {
   EXPECT_EQ(frame.at(4, 1), 8);
   EXPECT_EQ(frame.at(7, 1), 13);  // before its neighbour was repaired
   EXPECT_EQ(frame.at(5, 1), 11);
-}
-
-TEST(DeadPixels, ListsOfImpossibleLengthAreEmpty) {
-  DeadPixelList list;
-  EXPECT_EQ(list.listed().size(), 0U);
-  list.dead_pixel_count = 63;
-  EXPECT_EQ(list.listed().size(), 63U);
-  for (const uint16_t count : {64, 255, 0xFFFF}) {
-    list.dead_pixel_count = count;
-    EXPECT_EQ(list.listed().size(), 0U) << count;
-  }
-}
-
-TEST(DeadPixels, StayInsideTheFrameWhateverTheList) {
-  std::mt19937 random(5);
-  const auto below = [&](int limit) { return static_cast<int>(random() % static_cast<uint32_t>(limit)); };
-  for (int n = 0; n < 20000; ++n) {
-    const int width = 1 + below(9);
-    const int height = 1 + below(9);
-    const FramePlacement placement = {static_cast<Readout>(below(3)), below(40) - 20, below(40) - 20};
-    std::array<DeadPixel, kMaxDeadPixels> list;
-    for (DeadPixel& pixel : list) {
-      pixel = {static_cast<uint16_t>(below(40) - 4), static_cast<uint16_t>(below(40) - 4)};
-    }
-    GuardedFrame frame(width, height, uint8_t{1});
-    replace_dead_pixels(frame.view(), placement, list);
-    ASSERT_EQ(frame.samples(), std::vector<uint8_t>(static_cast<size_t>(width * height), 1));
-    ASSERT_TRUE(frame.guards_intact());
-  }
 }
 
 }  // namespace

@@ -169,25 +169,6 @@ TEST_P(EveryOrder, PlacesPixelsUnderMirrorsAndRotation) {
   }
 }
 
-// A frame of as many pixels but another shape: its i-th pixel goes where the map sends its i-th.
-TEST_P(EveryOrder, FollowsTheMapByPixelNumberForAFrameOfAnotherShape) {
-  const Order& order = GetParam();
-  for (const auto& [width, height] : {std::pair{8, 12}, {96, 1}, {1, 96}, {32, 3}, {5, 7}}) {
-    for (const auto& [map_width, map_height] : {std::pair{12, 8}, {24, 4}, {1, 96}, {96, 1}, {7, 5}}) {
-      if (width * height != map_width * map_height) continue;
-      SCOPED_TRACE(testing::Message() << width << " x " << height << " by a map of " << map_width);
-      const Mosaic mosaic = mosaic_of(order.cell, width, height);
-      const FrameSettings settings =
-          distinct_settings(IndexMap(map_width, map_height, true, false, true), false);
-      const auto place = [w = map_width, h = map_height](int, int, int i) {
-        return naive_place(w, h, i % w, i / w, true, false, true);
-      };
-      check_color(settings, mosaic, order.to_color, KXCAM_FORMAT_COLOR, place);
-      check_grey(settings, mosaic, order.to_grey, place);
-    }
-  }
-}
-
 // Golden values, worked out by hand: rows 0..2 of a BGGR frame.
 TEST(Demosaic, InterpolatesWithTruncation) {
   const std::vector<uint8_t> frame = {10, 20,  30,  40,  //  B G B G
@@ -205,17 +186,6 @@ TEST(Demosaic, InterpolatesWithTruncation) {
   EXPECT_EQ(pixel(0), (std::vector<uint8_t>{61, 20, 10}));      // blue site: its own cell
   EXPECT_EQ(pixel(4), (std::vector<uint8_t>{61, 51, 10}));      // green site of a red row
   EXPECT_EQ(pixel(15), (std::vector<uint8_t>{160, 150, 112}));  // red site: the green of its row
-}
-
-TEST(Demosaic, KeepsAFlatGreyFrame) {
-  const std::vector<uint8_t> frame(20 * 10, 100);
-  FrameSettings settings = distinct_settings(IndexMap(20, 10, false, false, false), false);
-  settings.curves = std::make_shared<const ToneCurves>();
-  for (const Order& order : kOrders) {
-    std::vector<uint8_t> out(frame.size() * 3);
-    EXPECT_EQ(order.to_color(settings, ImageView(frame, 20, 10), out.data(), KXCAM_FORMAT_COLOR), 100);
-    EXPECT_EQ(out, std::vector<uint8_t>(out.size(), 100));
-  }
 }
 
 TEST(Demosaic, SumsSaturatedMatrixProductsWithoutOverflow) {

@@ -84,14 +84,12 @@ TEST_F(FrameAllocations, AreOfTheFirstFramesOnly) {
     for (const bool rotated : {false, true}) {
       for (const int format : kFormats) {
         SCOPED_TRACE(testing::Message() << mode << ' ' << rotated << ' ' << format);
-        const ContextRef ctx = open(mode);
+        const ContextRef ctx = open(mode, 96, 64, true, false, rotated);
         set_corrections(*ctx);
-        set_map(*ctx, IndexMap(96, 64, true, false, rotated));
         EXPECT_GT(count_frame(rotated ? 64 : 96, rotated ? 96 : 64, format), 0) << "nothing is counted";
         EXPECT_EQ(count_frame(rotated ? 64 : 96, rotated ? 96 : 64, format), 0);
         set_map(*ctx, IndexMap(48, 32, false, false, rotated));
         EXPECT_EQ(count_frame(rotated ? 32 : 48, rotated ? 48 : 32, format), 0) << "a smaller one";
-        vacate_slot(kCamera);
       }
     }
   }
@@ -102,8 +100,7 @@ TEST_F(FrameAllocations, AreDoneWithoutWhenMemoryRunsOut) {
   constexpr int kHeight = 16;
   for (const uint32_t mode : {kGBRG, kMono8, kMono12}) {
     SCOPED_TRACE(mode);
-    const ContextRef ctx = open(mode);
-    set_map(*ctx, IndexMap(kWidth, kHeight, false, true, false));
+    open(mode, kWidth, kHeight, false, true);
     std::vector<uint8_t> frame = noise(size_t{2} * kWidth * kHeight, mode);
     std::vector<uint8_t> scarce(size_t{3} * kWidth * kHeight);
     std::vector<uint8_t> plenty(scarce.size());
@@ -117,35 +114,6 @@ TEST_F(FrameAllocations, AreDoneWithoutWhenMemoryRunsOut) {
     EXPECT_EQ(made, mode != kMono12);
     EXPECT_TRUE(make(plenty));
     EXPECT_EQ(scarce == plenty, made);
-    vacate_slot(kCamera);
-  }
-}
-
-TEST(FrameMemoryPool, GivesFramesSideBySideMemoryOfTheirOwn) {
-  FrameMemoryPool pool;
-  uint8_t* first = nullptr;
-  uint8_t* second = nullptr;
-  {
-    FrameMemoryPool::Lease a(pool);
-    FrameMemoryPool::Lease b(pool);
-    first = (*a).rows.reserve(1000);
-    second = (*b).rows.reserve(1000);
-    EXPECT_NE(first, second);
-  }
-  FrameMemoryPool::Lease a(pool);
-  FrameMemoryPool::Lease b(pool);
-  // Leases end in reverse order, so the first one's is the last back.
-  EXPECT_EQ((*a).rows.reserve(1000), first);
-  EXPECT_EQ((*b).rows.reserve(1000), second);
-}
-
-TEST(WorkMemory, BeginsAtACacheLineWhateverItsSize) {
-  WorkMemory memory;
-  for (const size_t bytes : {1, 64, 65, 100'000, 10}) {
-    uint8_t* begin = memory.reserve(bytes);
-    ASSERT_NE(begin, nullptr);
-    EXPECT_EQ(reinterpret_cast<uintptr_t>(begin) % 64, 0U);
-    begin[bytes - 1] = 1;
   }
 }
 

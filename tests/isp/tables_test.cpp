@@ -3,11 +3,12 @@
 #include <array>
 #include <cmath>
 #include <limits>
+#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "isp/color_matrix.h"
-#include "isp/product_tables.h"
+#include "isp/packed_formats.h"
 #include "isp/tone_curves.h"
 
 namespace kxcam::test {
@@ -111,12 +112,29 @@ TEST(SaturationMatrix, SaturatesWhatAnIntCannotHold) {
   EXPECT_EQ(table[0][1], std::numeric_limits<int32_t>::max());
 }
 
-TEST(ProductTables, HoldThePerMilleProductsUpToEntry254) {
-  const std::pair<const ProductTable*, int> tables[] = {
-      {&M_299, 299}, {&M_587, 587}, {&M_114, 114}, {&M_169, 169}, {&M_331, 331}, {&M_419, 419}, {&M_081, 81}};
-  for (const auto& [table, per_mille] : tables) {
-    for (int i = 0; i < 255; ++i) EXPECT_EQ((*table)[i], i * per_mille / 1000) << per_mille << ", " << i;
-    EXPECT_EQ((*table)[255], 0);
+using PackedBytes = std::vector<uint8_t>;
+
+TEST(PackedFormats, WidenComponentsAndStopAtWholePixels) {
+  const struct {
+    void (*convert)(std::span<const uint8_t>, std::span<uint8_t>);
+    PackedBytes in;
+    PackedBytes out;  // 0xA5 where nothing is written
+  } rows[] = {
+      {RGB565toRGB888, {0xFF, 0xFF, 0b10101'011, 0b011'11011}, {0xF8, 0xFC, 0xF8, 0xA8, 0x6C, 0xD8}},
+      {RGB555toRGB888, {0xFF, 0xFF, 0b0'10101'10, 0b011'11011}, {0xF8, 0xF8, 0xF8, 0xA8, 0x98, 0xD8}},
+      {RGBx444toRGB888, {0xAB, 0xCD}, {0xB0, 0xC0, 0xD0}},
+      {RGB444xtoRGB888, {0xAB, 0xCD, 0xEF}, {0xA0, 0xB0, 0x00, 0xA5, 0xA5, 0xA5}},
+      {RGB565toRGB888, {0, 0, 0, 0}, {0, 0, 0, 0xA5, 0xA5}},
+      {UYVYtoRGB888, {128, 16, 128, 235}, {0, 0, 0, 219, 219, 219}},
+      // v = 100: R = 100 + 137.07, G = 100 - 69.8; u = -50: G + 16.88, B = 100 - 86.6.
+      {UYVYtoRGB888, {78, 116, 228, 255}, {237, 47, 13, 255, 186, 152}},
+      {UYVYtoRGB888, {255, 0, 0, 0}, {0, 30, 204, 0, 30, 204}},
+      {UYVYtoRGB888, {128, 16, 128, 16}, PackedBytes(5, 0xA5)},
+  };
+  for (const auto& row : rows) {
+    PackedBytes out(row.out.size(), 0xA5);
+    row.convert(row.in, out);
+    EXPECT_EQ(out, row.out);
   }
 }
 

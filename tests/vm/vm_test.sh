@@ -25,7 +25,7 @@ end() {
 }
 trap end EXIT
 
-# The cameras of guest/bench.h.
+# The cameras of guest.cpp.
 start_kxsim() {
   "$kxsim" serve --directory "$run" --scene numbers \
     --camera 3500,generic,serial=GENERIC-ID-1,fps=0 --camera 0030,serial=HIGH-SPEED-2,fps=0 \
