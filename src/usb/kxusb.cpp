@@ -63,10 +63,12 @@ void copy_text(char (&to)[N], const std::string& from) {
 }
 
 // libusb counts its initialisations; one lasts for the life of the process, because handles and the
-// event thread may be in use whenever a later call would like to end it.
-int initialise_libusb() {
-  static const int result = libusb_init(nullptr);
-  return result;
+// event thread may be in use whenever a later call would like to end it. One that failed, for want of
+// descriptors say, is tried again.
+bool initialise_libusb() {
+  static bool initialised = false;
+  if (!initialised) initialised = libusb_init(nullptr) == 0;
+  return initialised;
 }
 
 struct FreeDeviceList {
@@ -134,7 +136,7 @@ std::span<const VpdRow> listed_devices() {
 int kxusb_open() {
   nid = 0;
   if (!read_config_file()) return -1;
-  if (initialise_libusb() != 0) {
+  if (!initialise_libusb()) {
     std::printf("Error in initializing libusb library...");
     return -2;
   }

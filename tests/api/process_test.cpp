@@ -1,0 +1,94 @@
+// SPDX-License-Identifier: Apache-2.0
+// The library as a guest in a process: loaded and unloaded, short of descriptors.
+#include <cstdlib>
+#include <filesystem>
+#include <vector>
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+
+#include "device/conf_file.h"
+#include "device/simulated_camera.h"
+#include "eventually.h"
+#include "kxcam/kxcam.h"
+#include "usbfs/virtual_bus.h"
+
+namespace {
+
+class Library {
+ public:
+  Library() : handle_(dlopen(KXCAM_LIBRARY, RTLD_NOW | RTLD_LOCAL)) {}
+  Library(const Library&) = delete;
+  ~Library() { dlclose(handle_); }
+
+  template <class Function, class... Arguments>
+  uint32_t call(const char* name, Arguments... arguments) const {
+    return reinterpret_cast<Function*>(dlsym(handle_, name))(arguments...);
+  }
+
+ private:
+  void* handle_;
+};
+#define CALL(library, function, ...) (library).call<decltype(function)>(#function, __VA_ARGS__)
+
+size_t entries(const char* folder) {
+  const std::filesystem::directory_iterator all(folder);
+  return static_cast<size_t>(std::distance(begin(all), end(all)));
+}
+
+class Process : public testing::Test {
+ protected:
+  Process() {
+    setenv("KXUSB_CONF", conf_.path().c_str(), 1);
+    bus_.plug(std::make_shared<kxsim::SimulatedCamera>(kxsim::parse_camera_options("3600,fps=0")));
+  }
+  ~Process() override {
+    EXPECT_EQ(bus_.open_nodes(), 0U);
+    bus_.unplug_all();
+  }
+
+  static int count(const Library& library) {
+    int cameras = -1;
+    CALL(library, CameraGetCount, &cameras);
+    return cameras;
+  }
+
+  kxsim::VirtualBus& bus_ = kxsim::VirtualBus::instance();
+  kxsim::TemporaryConfFile conf_;
+};
+
+TEST_F(Process, LoadsAndUnloadsTheLibrary) {
+  size_t threads = 0;
+  size_t descriptors = 0;
+  std::vector<uint8_t> frame(720 * 540);
+  for (int n = 0; n < 6; ++n) {
+    const Library library;
+    ASSERT_EQ(CALL(library, CameraInit, 0), 0U);
+    int size = static_cast<int>(frame.size());
+    CALL(library, CameraSetTimeout, 0, 50000);
+    EXPECT_EQ(CALL(library, CameraQueryImage, 0, frame.data(), &size, KXCAM_FORMAT_RAW), 0U);
+    EXPECT_EQ(CALL(library, CameraFree, 0), 0U);
+    if (n != 0) continue;
+    threads = entries("/proc/self/task");
+    descriptors = entries("/proc/self/fd");
+  }
+  EXPECT_TRUE(kxcam::test::eventually([&] { return entries("/proc/self/task") <= threads; }));
+  EXPECT_LE(entries("/proc/self/fd"), descriptors);
+}
+
+TEST_F(Process, TriesAgainWhenLibusbCouldNotStart) {
+  const Library library;
+  rlimit usual{};
+  getrlimit(RLIMIT_NOFILE, &usual);
+  // Enough for the configuration file, too few for libusb.
+  const int last = dup(0);
+  const rlimit scarce{.rlim_cur = static_cast<rlim_t>(last) + 1, .rlim_max = usual.rlim_max};
+  close(last);
+  setrlimit(RLIMIT_NOFILE, &scarce);
+  EXPECT_EQ(count(library), 0);
+  setrlimit(RLIMIT_NOFILE, &usual);
+  EXPECT_EQ(count(library), 1);
+}
+
+}  // namespace
