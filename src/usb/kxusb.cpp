@@ -71,6 +71,13 @@ bool initialise_libusb() {
   return initialised;
 }
 
+/// libusb forgets a closed device when it next handles events, which nobody else does while no camera
+/// streams.
+void forget_closed_devices() {
+  timeval at_once{};
+  libusb_handle_events_timeout_completed(nullptr, &at_once, nullptr);
+}
+
 struct FreeDeviceList {
   void operator()(libusb_device** list) const { libusb_free_device_list(list, 1); }
 };
@@ -140,6 +147,7 @@ int kxusb_open() {
     std::printf("Error in initializing libusb library...");
     return -2;
   }
+  forget_closed_devices();
   libusb_device** list = nullptr;
   const ssize_t numdev = libusb_get_device_list(nullptr, &list);
   if (numdev < 0) {

@@ -6,6 +6,7 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <sys/resource.h>
 
 #include "device/conf_file.h"
@@ -90,5 +91,15 @@ TEST_F(Process, TriesAgainWhenLibusbCouldNotStart) {
   setrlimit(RLIMIT_NOFILE, &usual);
   EXPECT_EQ(count(library), 1);
 }
+
+#ifndef SANITIZED  // which keep the books themselves
+TEST_F(Process, CountingCamerasKeepsNoMemory) {
+  const Library library;
+  for (int n = 0; n < 10; ++n) count(library);
+  const size_t before = mallinfo2().uordblks;
+  for (int n = 0; n < 500; ++n) count(library);
+  EXPECT_LT(mallinfo2().uordblks, before + 4000) << "a few bytes a call would be some thousands";
+}
+#endif
 
 }  // namespace
