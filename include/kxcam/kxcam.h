@@ -26,6 +26,9 @@
  *
  * A function without a term is thread-safe. #last_error is one word for the whole process: with
  * several threads it holds the last failure of any of them.
+ *
+ * A call is never cancelled half-way: a thread that `pthread_cancel` ends while it is in a call ends after
+ * that call.
  */
 #ifndef KXCAM_KXCAM_H
 #define KXCAM_KXCAM_H

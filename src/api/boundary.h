@@ -3,6 +3,8 @@
 
 #include <cstdint>
 
+#include <pthread.h>
+
 #include "core/registry/contexts.h"
 #include "kxcam/kxcam.h"
 
@@ -14,9 +16,22 @@ namespace kxcam::api {
 inline constexpr uint32_t kSuccess = 0;
 inline constexpr uint32_t kFailure = 1;
 
+/// A thread that is cancelled in a call ends after it: unwinding half of an operation would leave the camera
+/// in no state at all.
+class CancellationDeferred {
+ public:
+  CancellationDeferred() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &previous_); }
+  CancellationDeferred(const CancellationDeferred&) = delete;
+  ~CancellationDeferred() { pthread_setcancelstate(previous_, nullptr); }
+
+ private:
+  int previous_ = PTHREAD_CANCEL_ENABLE;
+};
+
 /// Operation with a boolean result that needs no open camera, or finds its own.
 template <class Operation>
 uint32_t run(Operation operation) noexcept {
+  const CancellationDeferred whole_calls;
   try {
     return operation() ? kSuccess : kFailure;
   } catch (...) {

@@ -1,12 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
-// The library as a guest in a process: loaded and unloaded, short of descriptors.
+// The library as a guest in a process: loaded and unloaded, short of descriptors, called by threads that are
+// cancelled.
+#include <atomic>
 #include <cstdlib>
 #include <filesystem>
+#include <thread>
 #include <vector>
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <malloc.h>
+#include <pthread.h>
 #include <sys/resource.h>
 
 #include "device/conf_file.h"
@@ -101,5 +105,43 @@ TEST_F(Process, CountingCamerasKeepsNoMemory) {
   EXPECT_LT(mallinfo2().uordblks, before + 4000) << "a few bytes a call would be some thousands";
 }
 #endif
+
+struct Cancelled {
+  const Library& library;
+  std::atomic<bool> ready = false;
+  std::atomic<bool> requested = false;
+  std::atomic<bool> returned = false;
+};
+
+void* query_once(void* argument) {
+  auto& own = *static_cast<Cancelled*>(argument);
+  std::vector<uint8_t> frame(720 * 540);
+  int size = static_cast<int>(frame.size());
+  int previous = 0;
+  pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &previous);
+  own.ready = true;
+  while (!own.requested) std::this_thread::yield();
+  pthread_setcancelstate(PTHREAD_CANCEL_ENABLE, &previous);
+  CALL(own.library, CameraQueryImage, 0, frame.data(), &size, KXCAM_FORMAT_RAW);
+  own.returned = true;
+  pthread_testcancel();
+  return nullptr;
+}
+
+TEST_F(Process, ACancelledThreadEndsAfterItsCall) {
+  const Library library;
+  ASSERT_EQ(CALL(library, CameraInit, 0), 0U);
+  Cancelled state{.library = library};
+  pthread_t thread{};
+  ASSERT_EQ(pthread_create(&thread, nullptr, query_once, &state), 0);
+  while (!state.ready) std::this_thread::yield();
+  pthread_cancel(thread);
+  state.requested = true;
+  void* result = nullptr;
+  pthread_join(thread, &result);
+  EXPECT_TRUE(state.returned);
+  EXPECT_EQ(result, PTHREAD_CANCELED);
+  EXPECT_EQ(CALL(library, CameraFree, 0), 0U);
+}
 
 }  // namespace
