@@ -147,7 +147,11 @@ KXCAM_API uint32_t CameraGetLastError(int* error);
  * and rotation among them. Settings that cannot be loaded do not fail the call. Takes about half a second on
  * the models that are reset at open. Errors: 1; 6 when the index is open already; 5 on an empty bus; 4 when
  * the camera leaves meanwhile or its model is unknown. An index beyond the cameras on the bus, a missing
- * configuration file or a device that may not be opened fails without a code. Exclusive. */
+ * configuration file or a device that may not be opened fails without a code. Exclusive.
+ *
+ * The call does not find out whether another program is using the camera, and succeeds if one is: the
+ * settings are sent to the camera, the models that are reset at open stop streaming to the other program, and
+ * queries in this one fail with #KXCAM_ERROR_NO_FRAME. */
 KXCAM_API uint32_t CameraInit(int camera);
 
 /** @brief Opens a camera for register access only: no frame buffers, no reader thread, no streaming.
