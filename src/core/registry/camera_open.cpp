@@ -175,13 +175,18 @@ bool init_camera(int index) {
 bool open_camera(int index) {
   const ContextRef camera = open_slot(index, 0);
   if (camera == nullptr) return false;
-  // The camera is open from here on, whatever becomes of the rest.
-  load_parameter(*camera, 0);
-  restore_geometry(*camera);
-  load_deadpixel(*camera, nullptr);
-  // Programs rely on the full sensor after an open, whatever geometry the camera was left with.
-  set_resolution(*camera, 0, nullptr, nullptr, nullptr);
-  start_video(*camera);
+  try {
+    // The camera is open from here on, whatever it answers.
+    load_parameter(*camera, 0);
+    restore_geometry(*camera);
+    load_deadpixel(*camera, nullptr);
+    // Programs rely on the full sensor after an open, whatever geometry the camera was left with.
+    set_resolution(*camera, 0, nullptr, nullptr, nullptr);
+    start_video(*camera);
+  } catch (...) {
+    free_camera(index);
+    throw;
+  }
   return true;
 }
 

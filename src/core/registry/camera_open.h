@@ -17,7 +17,7 @@ bool init_camera_ex(int index, const char* name, unsigned int, int flags);
 bool init_camera(int index);
 
 /// init_camera() for a program that wants pictures: with the settings stored in the camera and the stream
-/// started. Only the open itself can fail.
+/// started. Only the open itself can fail. Throws std::bad_alloc, with the slot empty.
 bool open_camera(int index);
 
 /// Leaves the camera as it is: that it is open is all that is asked.

@@ -5,6 +5,7 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 #include <optional>
 #include <string_view>
 
@@ -27,7 +28,15 @@ std::mutex& transport_mutex() {
 }  // namespace
 
 Enumeration::Enumeration() : exclusive_(transport_mutex()), result_(kxusb_open()) {
-  for (int i = 0; i < kxusb_opened_count(); ++i) devices_.emplace_back(kxusb_gethandle(i), kxusb_close);
+  struct Close {
+    void operator()(libusb_device_handle* handle) const { kxusb_close(handle); }
+  };
+  // Every handle has an owner before the first allocation, which may fail.
+  std::array<std::unique_ptr<libusb_device_handle, Close>, kMaxUsbDevices> opened;
+  const int count = kxusb_opened_count();
+  for (int i = 0; i < count; ++i) opened[static_cast<size_t>(i)].reset(kxusb_gethandle(i));
+  devices_.reserve(static_cast<size_t>(count));
+  std::move(opened.begin(), opened.begin() + count, std::back_inserter(devices_));
 }
 
 namespace {
