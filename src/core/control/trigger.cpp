@@ -37,12 +37,16 @@ bool has_trigger_unit(const CameraContext& camera) {
   return (camera.device.feature_bits & kTriggerUnit) != 0;
 }
 
+bool write_time(CameraContext& unit, const UnitTime& time, int32_t value) {
+  return isp_write(unit, time.reg, static_cast<uint32_t>(value / time.divisor));
+}
+
 bool set_time(CameraContext& camera, const UnitTime& time, int value) {
   if (!is_unit_time(value)) return fail(KXCAM_ERROR_ARGUMENT);
   camera.parameter.*time.stored = value;
   if (!has_trigger_unit(camera)) return true;
   const ContextRef unit = find_camera(kCameraWithTheUnit);
-  return unit != nullptr && isp_write(*unit, time.reg, static_cast<uint32_t>(value / time.divisor));
+  return unit != nullptr && write_time(*unit, time, value);
 }
 
 int get_time(const CameraContext& camera, const UnitTime& time) {
@@ -118,6 +122,12 @@ bool get_trigger_polarity(const CameraContext& camera, bool* polarity) {
 
 bool is_unit_time(int value) {
   return value >= 0;
+}
+
+void write_unit_times(CameraContext& camera) {
+  if (!has_trigger_unit(camera)) return;
+  for (const UnitTime& time : {kTriggerDelay, kStrobeDelay, kStrobeDuration, kDebouncerTime})
+    write_time(camera, time, camera.parameter.*time.stored);
 }
 
 bool set_trigger_delay(CameraContext& camera, int value) {

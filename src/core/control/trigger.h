@@ -62,6 +62,9 @@ int get_strobe_duration(const CameraContext& camera);
 bool set_debouncer_time(CameraContext& camera, int value);
 int get_debouncer_time(const CameraContext& camera);
 
+/// Sends all four times to the camera's own unit, if it has one.
+void write_unit_times(CameraContext& camera);
+
 /// Strobe output. NOT_SUPPORTED when the sensor that drives the line does not answer, which changes nothing.
 bool enable_strobe(CameraContext& camera, bool on);
 /// State of the switch, which is kept for cameras without a strobe line too; the result says whether

@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <thread>
@@ -83,6 +84,29 @@ TEST_F(Reconnect, WakesTheOldSensorAgain) {
   EXPECT_EQ(std::pair(+writes[0].index, +writes[0].value), std::pair(0x0D, 1));
   EXPECT_EQ(std::pair(+writes[1].index, +writes[1].value), std::pair(0x0D, 0));
   EXPECT_FALSE(query_raw().empty());
+}
+
+TEST_F(Reconnect, GivesTheCameraAllThatItsBridgeLost) {
+  const auto first = plug("3600,features=3");
+  const auto camera = plug("3600,features=3");
+  ASSERT_EQ(CameraInit(0), 0U);
+  ASSERT_EQ(CameraInit(1), 0U);
+  CameraSetTriggerPolarity(1, 3);
+  CameraEnableStrobe(1, true);
+  CameraSetStrobePolarity(1, 0);
+  CameraSetDebouncerTime(1, 7);
+  CameraSetTriggerDelay(1, 250);
+  CameraSetStrobeDelay(1, 370);
+  CameraSetStrobeDuration(1, 490);
+  CameraSetFrameRate(1, true, 12.5);
+  CameraSetAETarget(1, 99);
+  CameraSetTriggerDelay(0, 110);
+  bus_.replug(camera);
+  ASSERT_EQ(CameraReconnect(1), 0U);
+  constexpr std::array<std::pair<uint16_t, int>, 9> kKept = {
+      {{3, 3}, {4, 0x8000}, {6, 7}, {8, 1}, {9, 125}, {12, 25}, {13, 37}, {14, 49}, {0x1A, 99 << 4}}};
+  for (const auto& [reg, value] : kKept) EXPECT_EQ(camera->isp_register(reg), value) << "register " << reg;
+  EXPECT_EQ(first->isp_register(12), 11) << "its unit lost nothing";
 }
 
 TEST_F(Reconnect, EndsAQueryThatWaits) {
