@@ -50,7 +50,15 @@ using DeviceHandle = std::shared_ptr<libusb_device_handle>;
 /// The interface of the device that carries the image stream.
 inline constexpr int kImageInterface = 0;
 
-/// The device behind a camera. Set at open; the handle and the speed also by a reconnect.
+/// Where a device is plugged in: the bus, and the ports on the way from its root hub; 0 beyond the last.
+struct UsbPort {
+  uint8_t bus = 0;
+  std::array<uint8_t, 7> path{};
+
+  bool operator==(const UsbPort&) const = default;
+};
+
+/// The device behind a camera. Set at open; the handle, the speed and the port also by a reconnect.
 struct DevicePart {
   int32_t open_flags = 0;   ///< OpenFlag bits
   bool is_virtual = false;  ///< the pipeline alone: there never was a device
@@ -58,6 +66,7 @@ struct DevicePart {
   uint16_t feature_bits = 0;
   Relaxed<int32_t> usb_speed = 1;  ///< libusb's code minus 1: 0 low, 1 full, 2 high, 3 super speed
   Published<libusb_device_handle> usb_handle;
+  UsbPort port;  ///< guarded by attachment_mutex
 };
 
 /// Frames on their way from the device to the queries.

@@ -40,6 +40,7 @@ std::nullptr_t nothing(kxcam_error code) {
 void attach_device(CameraContext& context, const DeviceHandle& handle) {
   context.device.usb_speed = kxusb_get_device_speed(libusb_get_device(handle.get())) - 1;
   context.device.usb_handle.store(handle);
+  context.device.port = port_of(handle.get());
   kxusb_claim_interface(handle.get(), kImageInterface);
 }
 
@@ -144,7 +145,10 @@ ContextRef open_slot(int index, int flags) {
 DeviceHandle change_device(CameraContext& context) {
   detach_device(context);
   if (context.stream.ring != nullptr) context.stream.ring->drop_ready_frames();
-  DeviceHandle handle = open_camera_with_serial(context.parameter.serial_number, context.model().PID);
+  // Held until the device is the camera's: of two cameras of one serial number each gets its own.
+  const Enumeration bus;
+  DeviceHandle handle =
+      find_by_serial(bus, context.parameter.serial_number, context.model().PID, context.device.port);
   if (handle == nullptr) return nothing(KXCAM_ERROR_NO_DEVICE);
   attach_device(context, handle);
   return handle;

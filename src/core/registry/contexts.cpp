@@ -68,6 +68,15 @@ bool is_open(const CameraContext& camera) {
   return std::ranges::any_of(all.contexts, [&](const ContextRef& open) { return open.get() == &camera; });
 }
 
+bool is_attached(libusb_device* device) {
+  Slots& all = slots();
+  const std::lock_guard lock(all.mutex);
+  return std::ranges::any_of(all.contexts, [device](const ContextRef& camera) {
+    const DeviceHandle handle = camera == nullptr ? nullptr : camera->device.usb_handle.load();
+    return handle != nullptr && libusb_get_device(handle.get()) == device;
+  });
+}
+
 bool occupy_slot(int index, ContextRef context) {
   Slots& all = slots();
   const std::lock_guard lock(all.mutex);

@@ -32,6 +32,9 @@ bool is_occupied(int index);
 /// Whether the camera is still in its slot.
 bool is_open(const CameraContext& camera);
 
+/// Whether that device is an open camera's.
+bool is_attached(libusb_device* device);
+
 /// Puts a context into an empty slot; false with IN_USE when the slot is taken.
 bool occupy_slot(int index, ContextRef context);
 

@@ -139,14 +139,26 @@ int get_camera_idx(const char* serial) {
   return -1;
 }
 
-DeviceHandle open_camera_with_serial(const SerialRecord& serial, uint32_t product_id) {
-  const Enumeration bus;
+UsbPort port_of(libusb_device_handle* handle) {
+  libusb_device* device = libusb_get_device(handle);
+  UsbPort port{.bus = libusb_get_bus_number(device)};
+  libusb_get_port_numbers(device, port.path.data(), static_cast<int>(port.path.size()));
+  return port;
+}
+
+DeviceHandle find_by_serial(const Enumeration& bus, const SerialRecord& serial, uint32_t product_id,
+                            const UsbPort& port) {
+  DeviceHandle first;
   for (const DeviceHandle& device : bus.devices()) {
     libusb_device_handle* handle = device.get();
-    if (is_camera(handle) && true_product(handle) == product_id && read_serial(handle) == serial)
-      return device;
+    const bool at_port = port_of(handle) == port;
+    if (!is_camera(handle) || (first != nullptr && !at_port) || is_attached(libusb_get_device(handle)))
+      continue;
+    if (true_product(handle) != product_id || read_serial(handle) != serial) continue;
+    if (at_port) return device;
+    first = device;
   }
-  return nullptr;
+  return first;
 }
 
 int get_camera_name(int position, char* serial, char* name, int* model_row, int* product_id) {

@@ -47,9 +47,12 @@ int get_camera_count();
 /// Device numbers count every configured device, camera or not.
 int get_camera_idx(const char* serial);
 
-/// Opens the attached camera with that serial number and product id, wherever it is on the bus; null when it
-/// is not there or may not be opened.
-DeviceHandle open_camera_with_serial(const SerialRecord& serial, uint32_t product_id);
+UsbPort port_of(libusb_device_handle* handle);
+
+/// The camera with that serial number and product id that is not open: the one at `port`, or else the first
+/// on the bus. Null when there is none.
+DeviceHandle find_by_serial(const Enumeration& bus, const SerialRecord& serial, uint32_t product_id,
+                            const UsbPort& port);
 
 /// Identity of the camera at that position on the bus, read from the camera itself; outputs may be null.
 ///

@@ -109,6 +109,25 @@ TEST_F(Reconnect, GivesTheCameraAllThatItsBridgeLost) {
   EXPECT_EQ(first->isp_register(12), 11) << "its unit lost nothing";
 }
 
+TEST_F(Reconnect, TellsCamerasOfOneSerialNumberApart) {
+  const std::string twin = "3600,serial=TWIN";
+  const auto first = plug(twin);
+  const auto second = plug(twin);
+  ASSERT_EQ(CameraInit(0), 0U);
+  ASSERT_EQ(CameraInit(1), 0U);
+  bus_.unplug(*second);
+  EXPECT_EQ(code_of(CameraReconnect, 1), KXCAM_ERROR_NO_DEVICE) << "the other one is open";
+  bus_.plug(second, 2);
+  EXPECT_EQ(CameraReconnect(1), 0U);
+  CameraFree(0);
+  bus_.replug(second);
+  first->clear_requests();
+  second->clear_requests();
+  EXPECT_EQ(CameraReconnect(1), 0U);
+  EXPECT_EQ(second->requests(0xA2).size(), 1U) << "the one at the port where the camera was";
+  EXPECT_TRUE(first->requests(0xA2).empty());
+}
+
 TEST_F(Reconnect, EndsAQueryThatWaits) {
   const auto camera = open("3600");
   camera->inject({.stream_frames = 0});
