@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-/// A picture read back by code that knows nothing of the writers.
+/// A picture read back by code that knows nothing of the writer.
 struct SavedPicture {
   int width = 0;
   int height = 0;
@@ -15,11 +15,8 @@ struct SavedPicture {
   std::vector<int> samples;
 };
 
-/// Each throws std::runtime_error for a file that is not a whole, valid picture.
+/// Throws std::runtime_error for a file that is not a whole, valid picture.
 SavedPicture read_png(const std::string& file);
-SavedPicture read_pnm(const std::string& file);
-/// The pictures of a file in which several follow one another.
-std::vector<SavedPicture> read_all_pnm(const std::string& file);
 
 std::string read_file(const std::filesystem::path& path);
 
