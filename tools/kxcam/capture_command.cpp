@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <chrono>
-#include <utility>
 #include <vector>
 
 #include <kxcam/kxcam.h>
@@ -56,24 +55,31 @@ class Capture {
     take_frame(format_);
   }
 
-  /// Lets automatic exposure come to rest: it follows grey frames, and not every one.
+  /// Lets automatic exposure come to rest: it follows grey frames, and not every one. Where no steps of
+  /// exposure and gain meet the target it goes on swinging about it.
   void settle() {
     constexpr int kMostFrames = 400;
     constexpr int kRestFrames = 16;
+    constexpr int kSwings = 8;
     int rest = 0;
-    auto last = exposure_and_gain();
-    for (int i = 0; i < kMostFrames && rest < kRestFrames; ++i) {
+    int swings = 0;
+    bool rising = false;
+    double last = amplification();
+    for (int i = 0; i < kMostFrames && rest < kRestFrames && swings < kSwings; ++i) {
       take_frame(PixelFormat::kGrey);
-      const auto now = exposure_and_gain();
+      const double now = amplification();
       rest = now == last ? rest + 1 : 0;
+      if (now != last && (now > last) != rising) ++swings;
+      if (now != last) rising = now > last;
       last = now;
     }
-    if (rest < kRestFrames)
-      print_message("Exposure and gain still change; the brightness of the scene may vary.\n");
+    if (rest < kRestFrames && swings < kSwings) {
+      print_message("Exposure and gain are still changing: the brightness of the scene may vary.\n");
+    }
   }
 
-  std::pair<double, double> exposure_and_gain() const {
-    return {read_control(camera_, find_control("exposure")), read_control(camera_, find_control("gain"))};
+  double amplification() const {
+    return read_control(camera_, find_control("exposure")) * read_control(camera_, find_control("gain"));
   }
 
   void take_frame(PixelFormat format) {
