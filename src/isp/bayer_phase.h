@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <optional>
 
-#include "core/registry/model_table.h"
+#include "isp/sensor_layout.h"
 
 namespace kxcam {
 

@@ -6,8 +6,8 @@
 
 #include "isp/bayer_phase.h"
 #include "isp/demosaic.h"
+#include "isp/kernels/cpu_level.h"
 #include "isp/kernels/fast_picture.h"
-#include "isp/kernels/level_kernels.h"
 #include "isp/mono.h"
 #include "kxcam/kxcam.h"
 

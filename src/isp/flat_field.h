@@ -6,8 +6,8 @@
 #include <span>
 #include <vector>
 
-#include "core/registry/model_table.h"
 #include "isp/image_view.h"
+#include "isp/sensor_layout.h"
 
 namespace kxcam {
 

@@ -3,7 +3,6 @@
 
 #include <memory>
 
-#include "core/registry/camera_context.h"
 #include "isp/color_matrix.h"
 #include "isp/index_map.h"
 #include "isp/tone_curves.h"
@@ -19,10 +18,5 @@ struct FrameSettings {
   bool apply_matrix = false;  ///< false: the colour matrix is an identity and is skipped
   IndexMap index_map;         ///< empty while the camera has no frame size
 };
-
-FrameSettings frame_settings(const CameraContext& ctx);
-
-/// Whether the map turns the picture by 90 degrees.
-bool is_rotated(const IndexMap& map);
 
 }  // namespace kxcam

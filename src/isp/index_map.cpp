@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "isp/index_map.h"
 
+#include <cstdlib>
+
 namespace kxcam {
 
 IndexMap::IndexMap(int32_t width, int32_t height, bool mirror_x, bool mirror_y, bool rotate)
@@ -16,6 +18,11 @@ IndexMap::IndexMap(int32_t width, int32_t height, bool mirror_x, bool mirror_y, 
     row_step_ = mirror_y ? 1 : -1;
     origin_ = (mirror_x ? (width - 1) * height : 0) + (mirror_y ? 0 : height - 1);
   }
+}
+
+// Read from the map and not from the flag: the flag changes before the map does.
+bool is_rotated(const IndexMap& map) {
+  return std::abs(map.column_step()) != 1 || std::abs(map.row_step()) != map.width();
 }
 
 }  // namespace kxcam

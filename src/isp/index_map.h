@@ -41,4 +41,7 @@ class IndexMap {
   int32_t row_step_ = 0;
 };
 
+/// Whether the map turns the picture by 90 degrees.
+bool is_rotated(const IndexMap& map);
+
 }  // namespace kxcam

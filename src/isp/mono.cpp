@@ -5,7 +5,7 @@
 #include <numeric>
 
 #include "isp/output_runs.h"
-#include "isp/pixel_layout.h"
+#include "isp/pixel_writers.h"
 
 namespace kxcam {
 namespace {

@@ -7,10 +7,22 @@
 #include <cstdint>
 
 #include "isp/color_matrix.h"
-#include "isp/pixel_layout.h"
 #include "isp/tone_curves.h"
+#include "kxcam/kxcam.h"
 
 namespace kxcam {
+
+/// How a colour pixel lies in the output; green is always at byte 1, a fourth byte is never written.
+struct PixelLayout {
+  explicit constexpr PixelLayout(int format)
+      : bytes((format & KXCAM_FORMAT_32BIT) != 0 ? 4 : 3),
+        red_at((format & KXCAM_FORMAT_BGR) != 0 ? 2 : 0),
+        blue_at(2 - red_at) {}
+
+  int bytes;
+  int red_at;
+  int blue_at;
+};
 
 // What makes an output pixel of its raw red, green and blue.
 

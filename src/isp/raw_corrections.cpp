@@ -1,30 +1,24 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "isp/raw_corrections.h"
 
-#include "core/registry/camera_parameter.h"
+#include <cstdint>
+
 #include "isp/despeckle.h"
+#include "isp/kernels/cpu_level.h"
 #include "isp/kernels/fast_corrections.h"
-#include "isp/kernels/level_kernels.h"
 
 namespace kxcam {
-namespace {
-
-std::shared_ptr<const FlatField> flat_field_in_force(const CameraContext& ctx, uint16_t flags) {
-  if ((flags & kFixedPatternOff) != 0) return nullptr;
-  auto field = ctx.picture.flat_field.load();
-  return field->flat() ? nullptr : field;
-}
-
-}  // namespace
-
-RawCorrections raw_corrections(const CameraContext& ctx, int32_t width, int32_t height) {
-  const uint16_t flags = ctx.parameter.isp_flags;
-  return {
-      .dead_pixels = ctx.picture.dead_pixels.load(),
-      .flat_field = flat_field_in_force(ctx, flags),
-      .despeckled = (flags & kDespeckleOff) == 0,
-      .placement = place_frame(ctx.model().SENSOR_ARRAY, ctx.parameter, width, height),
-  };
+void despeckle(const MutableImageView& frame) {
+  for (int32_t y = kSpeckleMargin; y <= frame.height() - kSpeckleMargin; ++y) {
+    const auto above = frame.row(y - 2);
+    const auto row = frame.row(y);
+    const auto below = frame.row(y + 2);
+    for (int32_t x = kSpeckleMargin; x <= frame.width() - kSpeckleMargin; ++x) {
+      if (row[x] < kLeastSpeckle) continue;
+      const int mean = (row[x - 2] + row[x + 2] + above[x] + below[x]) >> 2;
+      if (row[x] > mean + kSpeckleTolerance) row[x] = static_cast<uint8_t>(mean);
+    }
+  }
 }
 
 RowCorrections row_corrections(const MutableImageView& frame, const RawCorrections& corrections, bool keep) {

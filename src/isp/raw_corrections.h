@@ -3,7 +3,8 @@
 
 #include <memory>
 
-#include "core/registry/camera_context.h"
+#include "isp/dead_pixels.h"
+#include "isp/flat_field.h"
 #include "isp/frame_memory.h"
 #include "isp/frame_placement.h"
 #include "isp/image_view.h"
@@ -19,9 +20,6 @@ struct RawCorrections {
   bool despeckled = false;
   FramePlacement placement;
 };
-
-/// What is in force for a raw frame of that size.
-RawCorrections raw_corrections(const CameraContext& ctx, int32_t width, int32_t height);
 
 /// Corrects a frame in place: dead pixels, then the flat field, then speckles, by the fastest means of
 /// `level`, which has to be available. `memory` is for the rows at work.

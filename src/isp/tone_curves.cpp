@@ -2,6 +2,7 @@
 #include "isp/tone_curves.h"
 
 #include <cmath>
+#include <cstring>
 #include <cstddef>
 #include <numeric>
 
@@ -74,6 +75,22 @@ void compose(ToneCurves& curves) {
   init_curve_table(curves.final_curve_r, curves.final_curve_g, curves.final_curve_b, curves.wb_curve_r,
                    curves.wb_curve_g, curves.wb_curve_b, curves.mono_curve, curves.gamma_curve,
                    curves.contrast_curve);
+}
+
+// Four samples to a load make this as fast as the gather instructions, which look up one after the other
+// inside.
+void reduce_to_8_bits(const uint8_t* in, size_t samples, const UserLut& lut, uint8_t* out) {
+  constexpr unsigned kSampleBits = 0x0FFF;
+  size_t i = 0;
+  for (; i + 4 <= samples; i += 4) {
+    uint64_t four = 0;
+    std::memcpy(&four, in + 2 * i, sizeof four);
+    out[i] = lut[four & kSampleBits];
+    out[i + 1] = lut[four >> 16 & kSampleBits];
+    out[i + 2] = lut[four >> 32 & kSampleBits];
+    out[i + 3] = lut[four >> 48 & kSampleBits];
+  }
+  for (; i < samples; ++i) out[i] = lut[(in[2 * i] | in[2 * i + 1] << 8) & kSampleBits];
 }
 
 }  // namespace kxcam

@@ -1,24 +1,28 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstdint>
+#include <optional>
+
+#include "isp/bayer_phase.h"
 #include "isp/image_view.h"
 
 namespace kxcam {
 
-struct CameraContext;
+struct WhiteBalanceGains {
+  double r = 1.0;
+  double g = 1.0;
+  double b = 1.0;
+};
 
-// Measurements of white balance. They read the raw frame as the corrections left it and make what they
-// find the camera's gains; green keeps 1.0. Frames of monochrome sensors, and frames that do not show
-// enough, change nothing.
+// Gains measured in a raw frame as the corrections left it, with two decimals; green keeps 1.0. Nothing for a
+// frame that does not show enough.
 
-/// One push: takes the middle ninth of the frame to be grey on the average.
-void ManualWhiteBalance(CameraContext& ctx, const ImageView& raw);
+/// Takes the middle ninth of the frame to be grey on the average.
+std::optional<WhiteBalanceGains> gains_of_middle(const ImageView& raw, BayerPhase phase);
 
-/// Balances by the cells of the frame that are nearly grey already and brighter than the last frame's mean.
-void PointWhiteBalance(CameraContext& ctx, const ImageView& raw);
-
-/// Once after every processed Bayer frame: while automatic white balance is on, asks for a measurement by
-/// points within 5 frames of a large change of the mean level and within 32 of a moderate one.
-void AutoWhiteBalance(CameraContext& ctx);
+/// Goes by the cells of the frame that are nearly grey already and brighter than `mean_level`. Limited
+/// to 3.0, and deliberately not evenly: a blue gain beyond the limit puts red at 3.0 and stays as it is.
+std::optional<WhiteBalanceGains> gains_of_grey_points(const ImageView& raw, BayerPhase phase, int mean_level);
 
 }  // namespace kxcam

@@ -10,7 +10,7 @@
 #include "input.h"
 #include "isp/develop.h"
 #include "isp/raw_corrections.h"
-#include "isp/user_lut.h"
+#include "isp/tone_curves.h"
 #include "kxcam/kxcam.h"
 #include "noise.h"
 #include "require.h"

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include "core/picture/isp.h"
 #include "guarded_frame.h"
 
 namespace kxcam::test {

@@ -7,16 +7,33 @@
 #include <utility>
 
 #include "core/control/auto_exposure.h"
+#include "core/picture/white_balance_settings.h"
 #include "isp/develop.h"
 #include "isp/frame_settings.h"
 #include "isp/image_view.h"
 #include "isp/raw_corrections.h"
-#include "isp/white_balance.h"
 #include "kxcam/kxcam.h"
 #include "usb/last_error.h"
 
 namespace kxcam {
 namespace {
+
+std::shared_ptr<const FlatField> flat_field_in_force(const CameraContext& ctx, uint16_t flags) {
+  if ((flags & kFixedPatternOff) != 0) return nullptr;
+  auto field = ctx.picture.flat_field.load();
+  return field->flat() ? nullptr : field;
+}
+
+/// What is in force for a raw frame of that size.
+RawCorrections raw_corrections(const CameraContext& ctx, int32_t width, int32_t height) {
+  const uint16_t flags = ctx.parameter.isp_flags;
+  return {
+      .dead_pixels = ctx.picture.dead_pixels.load(),
+      .flat_field = flat_field_in_force(ctx, flags),
+      .despeckled = (flags & kDespeckleOff) == 0,
+      .placement = place_frame(ctx.model().SENSOR_ARRAY, ctx.parameter, width, height),
+  };
+}
 
 bool has_pixels(const IndexMap& map, int width, int height) {
   return width >= 1 && height >= 1 && int64_t{width} * height == map.count();
@@ -106,6 +123,33 @@ bool follow_level(CameraContext& ctx, int format) {
 }
 
 }  // namespace
+
+FrameSettings frame_settings(const CameraContext& ctx) {
+  const bool enhanced = (ctx.parameter.isp_flags & kEnhancement) != 0;
+  const auto index_map = ctx.stream.index_map.load();
+  return {
+      .curves = ctx.picture.curves.load(),
+      .matrix = ctx.picture.matrix.load(),
+      .user_lut = ctx.picture.user_lut.load(),
+      .apply_matrix = enhanced || ctx.parameter.saturation != 1.0,
+      .index_map = index_map ? *index_map : IndexMap(),
+  };
+}
+
+FramePlacement place_frame(const SensorSize& sensor, const CameraParameter& parameter, int32_t width,
+                           int32_t height) {
+  if (width == sensor.width && height == sensor.height) return {};
+  if (parameter.enable_roi != 0) {
+    return {Readout::kWindow, parameter.roi_offset_x, parameter.roi_offset_y};
+  }
+  const int64_t twice_width = int64_t{2} * width;
+  const int64_t twice_height = int64_t{2} * height;
+  if (parameter.resolution_mode != 0 && twice_width < sensor.width && twice_height < sensor.height) {
+    return {Readout::kBinned, static_cast<int32_t>((sensor.width - twice_width) >> 1),
+            static_cast<int32_t>((sensor.height - twice_height) >> 1)};
+  }
+  return {Readout::kWindow, (sensor.width - width) >> 1, (sensor.height - height) >> 1};
+}
 
 bool isp(CameraContext& ctx, uint8_t* in, uint8_t* out, int width, int height, int format) {
   const FrameSettings settings = frame_settings(ctx);

@@ -4,6 +4,8 @@
 #include <cstdint>
 
 #include "core/registry/camera_context.h"
+#include "isp/frame_placement.h"
+#include "isp/frame_settings.h"
 
 namespace kxcam {
 
@@ -25,5 +27,12 @@ bool isp(CameraContext& ctx, uint8_t* in, uint8_t* out, int width, int height, i
 /// The same for a frame of known geometry: a map of another one, after a change in another thread, is
 /// code 2 and no garbled picture. An exposure that could not be written fails no frame.
 bool isp_raw_frame(CameraContext& ctx, uint8_t* in, uint8_t* out, const FrameGeometry& geometry, int format);
+
+/// What is in force for the next frame of a camera.
+FrameSettings frame_settings(const CameraContext& ctx);
+
+/// The placement of a width x height frame under the region of interest and the readout mode in force.
+FramePlacement place_frame(const SensorSize& sensor, const CameraParameter& parameter, int32_t width,
+                           int32_t height);
 
 }  // namespace kxcam

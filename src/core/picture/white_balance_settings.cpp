@@ -5,9 +5,7 @@
 #include <cstdlib>
 
 #include "core/registry/camera_context.h"
-#include "isp/saturating_cast.h"
 #include "isp/tone_curves.h"
-#include "isp/white_balance.h"
 #include "usb/last_error.h"
 
 namespace kxcam {
@@ -67,14 +65,17 @@ void store_wb_gains(CameraContext& ctx, const WhiteBalanceGains& gains) {
   });
 }
 
-double two_decimals(double ratio) {
-  return saturating_cast<int32_t>(ratio * 100) / 100.0;
+void ManualWhiteBalance(CameraContext& ctx, const ImageView& raw) {
+  const auto phase = bayer_phase(ctx.model().COLOR_MODE);
+  if (!phase) return;
+  if (const auto gains = gains_of_middle(raw, *phase)) store_wb_gains(ctx, *gains);
 }
 
-WhiteBalanceGains limited(WhiteBalanceGains gains) {
-  constexpr double kLimit = 3.0;
-  if (gains.r > kLimit || gains.b > kLimit) gains.r = kLimit;
-  return gains;
+void PointWhiteBalance(CameraContext& ctx, const ImageView& raw) {
+  const auto phase = bayer_phase(ctx.model().COLOR_MODE);
+  if (!phase) return;
+  if (const auto gains = gains_of_grey_points(raw, *phase, ctx.picture.mean_level))
+    store_wb_gains(ctx, *gains);
 }
 
 namespace {

@@ -2,6 +2,8 @@
 #pragma once
 
 #include "core/registry/camera_context.h"
+#include "isp/image_view.h"
+#include "isp/white_balance.h"
 
 namespace kxcam {
 
@@ -23,20 +25,20 @@ bool one_push_wb(CameraContext& camera);
 bool set_awb(CameraContext& camera, bool on);
 int get_awb(const CameraContext& camera);
 
-struct WhiteBalanceGains {
-  double r = 1.0;
-  double g = 1.0;
-  double b = 1.0;
-};
-
 /// Makes these the camera's gains, with their curves.
 void store_wb_gains(CameraContext& ctx, const WhiteBalanceGains& gains);
 
-/// A measured ratio cut to two decimals.
-double two_decimals(double ratio);
+// Measurements. They read the raw frame as the corrections left it and make what they find the camera's
+// gains. Frames of monochrome sensors, and frames that do not show enough, change nothing.
 
-/// Limits measured gains to 3.0, and deliberately not evenly: a blue gain beyond the limit puts red at 3.0
-/// and stays as it is.
-WhiteBalanceGains limited(WhiteBalanceGains gains);
+/// One push.
+void ManualWhiteBalance(CameraContext& ctx, const ImageView& raw);
+
+/// By points, with the mean level of the last frame.
+void PointWhiteBalance(CameraContext& ctx, const ImageView& raw);
+
+/// Once after every processed Bayer frame: while automatic white balance is on, asks for a measurement by
+/// points within 5 frames of a large change of the mean level and within 32 of a moderate one.
+void AutoWhiteBalance(CameraContext& ctx);
 
 }  // namespace kxcam

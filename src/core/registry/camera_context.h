@@ -20,7 +20,6 @@
 #include "isp/frame_memory.h"
 #include "isp/index_map.h"
 #include "isp/tone_curves.h"
-#include "isp/user_lut.h"
 #include "sync/cmylock.h"
 #include "sync/crwlockimpl.h"
 #include "sync/published.h"

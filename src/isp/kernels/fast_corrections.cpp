@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <span>
 
-#include "isp/speckle.h"
+#include "isp/despeckle.h"
 
 namespace kxcam {
 namespace {

@@ -9,7 +9,6 @@
 
 #include <xmmintrin.h>
 
-#include "isp/kernels/oriented_frame.h"
 #include "isp/kernels/work_rows.h"
 #include "isp/pixel_writers.h"
 
