@@ -8,8 +8,8 @@
 
 #include <cstring>
 
+#include "isp/despeckle.h"
 #include "isp/kernels/row_kernels.h"
-#include "isp/speckle.h"
 
 namespace kxcam {
 
@@ -164,21 +164,24 @@ class Despeckler {
   }
 
  private:
-  /// A repair counts for the sample two further on, so the vector is made anew with its own repairs until
-  /// these stay as they are.
+  /// A repair counts for the sample two further on: as long as one of those is bright enough to be a speckle,
+  /// the vector is made anew with its own repairs.
   [[gnu::always_inline]] Bytes repaired(Bytes samples, Bytes right, Bytes up, Bytes down,
                                         Bytes wanted) const {
+    const Bytes zero = V::set8(0);
+    const Bytes least = V::set8(kLeastSpeckle - 1);
     const Pair<V> column(V::complement(up), V::complement(down));
     const Bytes other = V::complement(right);
     const Bytes candidates = V::bit_and(samples, wanted);
+    const Bytes bright = V::select_above(candidates, least, V::set8(0xFF), zero);
     Bytes result = samples;
     for (;;) {
       const Pair<V> across(V::complement(V::from_left(before_, result)), other);
       const Bytes mean = V::complement(mean_of_four(across, column));
-      const Bytes limit =
-          V::maximum(V::add_saturated(mean, V::set8(kSpeckleTolerance)), V::set8(kLeastSpeckle - 1));
+      const Bytes limit = V::maximum(V::add_saturated(mean, V::set8(kSpeckleTolerance)), least);
       const Bytes next = V::select_above(candidates, limit, mean, samples);
-      if (V::same(next, result)) return result;
+      const Bytes change = V::from_left(zero, V::bit_xor(next, result));
+      if (!V::any_above(V::bit_and(change, bright), zero)) return next;
       result = next;
     }
   }
@@ -419,19 +422,18 @@ class MonoRow {
 template <class V, int kChannels>
 class PlanarRow {
  public:
-  [[gnu::always_inline]] PlanarRow(const WorkRow* channels, int first) : channels_(channels), first_(first) {}
+  [[gnu::always_inline]] explicit PlanarRow(const WorkRow* channels) : channels_(channels) {}
 
   [[gnu::always_inline]] void load(int i, Channels<V>& c) const {
 #pragma GCC unroll 3
     for (int k = 0; k < kChannels; ++k) {
-      c[k][0] = V::load(channels_[k].samples[0] + first_ + i);
-      c[k][1] = V::load(channels_[k].samples[1] + first_ + i);
+      c[k][0] = V::load(channels_[k].samples[0] + i);
+      c[k][1] = V::load(channels_[k].samples[1] + i);
     }
   }
 
  private:
   const WorkRow* channels_;
-  int first_;
 };
 
 // Channels to output values
@@ -645,7 +647,7 @@ template <class V>
   }
 }
 
-/// Makes the pixels of a piece from what a source gives.
+/// Makes the pixels of a piece from what a source gives. Tables in registers are looked up on the way.
 template <class V, class Mix, class Pixel>
 class PixelLoop {
  public:
@@ -660,14 +662,28 @@ class PixelLoop {
   [[gnu::always_inline]] void make(const Source& source, int first, int count) {
     uint8_t* out = task_.out + ptrdiff_t{2 * Pixel::kBytes} * first;
     for (int i = 0; i < count; i += V::kBytes, out += 2 * Pixel::kBytes * V::kBytes) {
-      prefetch_ahead<V>(task_, first + i);
+      if constexpr (V::kTablesInRegisters) go_on(first + i);
       Channels<V> c;
       source.load(i, c);
+      if constexpr (V::kTablesInRegisters) {
 #pragma GCC unroll 3
-      for (int k = 0; k < Mix::kChannels; ++k) V::look_up(tables_[k], c[k]);
+        for (int k = 0; k < Mix::kChannels; ++k) V::look_up(tables_[k], c[k]);
+      }
       mix_.apply(c);
       Pixel::put(out, c);
-      departure_.template go_on<2 * Pixel::kBytes>();
+    }
+  }
+
+  /// Replaces samples by table entries.
+  [[gnu::noinline]] void look_up(const WorkRow (&from)[Mix::kChannels], int first, int count, Plane* planes) {
+    for (int k = 0; k < Mix::kChannels; ++k) {
+      for (int i = 0; i < count; i += V::kBytes) {
+        if (k == 0) go_on(first + i);
+        typename V::Bytes v[2] = {V::load(from[k].samples[0] + i), V::load(from[k].samples[1] + i)};
+        V::look_up(tables_[k], v);
+        V::store(planes[k].samples[0] + i, v[0]);
+        V::store(planes[k].samples[1] + i, v[1]);
+      }
     }
   }
 
@@ -676,6 +692,12 @@ class PixelLoop {
   }
 
  private:
+  /// Keeps the memory busy with what comes next and what went before.
+  [[gnu::always_inline]] void go_on(int i) {
+    prefetch_ahead<V>(task_, i);
+    departure_.template go_on<2 * Pixel::kBytes>();
+  }
+
   const RowTask& task_;
   typename V::Table tables_[3];
   Mix mix_;
@@ -702,18 +724,27 @@ void finish_row(const Finish& finish, const RowTask& task) {
   using Source = typename Mix<V>::Source;
   PixelLoop<V, Mix<V>, Pixel<V>> loop(finish, task);
   const int cells = (task.width + 1) / 2;
-  if (!task.interpolate) {
-    loop.make(PlanarRow<V, kChannels>(task.channels, 0), 0, cells);
-  } else if constexpr (V::kTablesInRegisters) {
-    loop.make(Source(task, 0), 0, cells);
+  if constexpr (V::kTablesInRegisters) {
+    if (task.interpolate) {
+      loop.make(Source(task, 0), 0, cells);
+    } else {
+      loop.make(PlanarRow<V, kChannels>(task.channels), 0, cells);
+    }
   } else {
     Plane planes[kChannels];
-    WorkRow channels[kChannels];
-    for (int k = 0; k < kChannels; ++k) channels[k] = {{planes[k].samples[0], planes[k].samples[1]}};
+    WorkRow made[kChannels];
+    for (int k = 0; k < kChannels; ++k) made[k] = {{planes[k].samples[0], planes[k].samples[1]}};
     for (int first = 0; first < cells; first += kChunk) {
       const int count = cells - first < kChunk ? cells - first : kChunk;
-      make_planes<V, Source, kChannels>(task, first, count, planes);
-      loop.make(PlanarRow<V, kChannels>(channels, 0), first, count);
+      WorkRow from[kChannels];
+      for (int k = 0; k < kChannels; ++k) {
+        from[k] = made[k];
+        if (!task.interpolate)
+          from[k] = {{task.channels[k].samples[0] + first, task.channels[k].samples[1] + first}};
+      }
+      if (task.interpolate) make_planes<V, Source, kChannels>(task, first, count, planes);
+      loop.look_up(from, first, count, planes);
+      loop.make(PlanarRow<V, kChannels>(made), first, count);
     }
   }
   loop.finish();
