@@ -9,11 +9,14 @@
 #include <stdexcept>
 #include <utility>
 
+#include <emmintrin.h>
 #include <fmt/format.h>
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
 #include "core/picture/correction_settings.h"
+#include "core/registry/camera_context.h"
+#include "core/registry/contexts.h"
 #include "core/registry/model_table.h"
 #include "isp/develop.h"
 #include "isp/raw_corrections.h"
@@ -149,7 +152,45 @@ class Frames {
 
   /// The same through the exported interface, which chooses the level itself.
   Contender whole_exported() const {
-    constexpr int kCamera = 0;
+    open_camera();
+    return {"whole, CameraISP", std::string(name_of(cpu_choice().level)), Scene::kSmooth,
+            [=, *this](size_t set) {
+              Buffers& buffers = sets_[set];
+              if (CameraISP(kCamera, buffers.raw.data(), buffers.out.data(), width_, height_,
+                            KXCAM_FORMAT_COLOR) != 0) {
+                throw std::runtime_error("CameraISP failed");
+              }
+            }};
+  }
+
+  /// From the ring of a camera to the caller.
+  Contender whole_query(Scene scene) const {
+    const auto camera = open_camera();
+    const std::string task =
+        scene == Scene::kSmooth ? "whole, query" : fmt::format("whole, query, {}", name_of(scene));
+    return {task, std::string(name_of(cpu_choice().level)), scene,
+            [=, *this](size_t set) {
+              int size = static_cast<int>(3 * pixels());
+              if (CameraQueryImage(kCamera, sets_[set].out.data(), &size, KXCAM_FORMAT_COLOR) != 0)
+                throw std::runtime_error("CameraQueryImage failed");
+            },
+            [=, *this](size_t set) {
+              FrameRing& ring = *camera->stream.ring;
+              const int i = ring.wait_for_free_buffer(camera->stream.running).value();
+              const auto buffer = ring.buffer(i).first(pixels());
+              std::ranges::copy(std::span(sets_[set].raw).first(pixels()), buffer.begin());
+              for (size_t at = 0; at < buffer.size(); at += 64) _mm_clflush(&buffer[at]);
+              ring.mark_ready(i, camera->stream.geometry);
+            }};
+  }
+
+  size_t pixels() const { return static_cast<size_t>(width_) * height_; }
+
+ private:
+  static constexpr int kCamera = 0;
+
+  /// A virtual camera with everything switched on, and with a ring as if it had a device.
+  ContextRef open_camera() const {
     const ISPParam param = {.ccm = {1.62, -0.45, -0.17, -0.28, 1.51, -0.23, -0.04, -0.61, 1.65},
                             .gamma = 1.4,
                             .saturation = 1.2,
@@ -164,27 +205,25 @@ class Frames {
                             .enhancement = 1,
                             .fpn = 1,
                             .denoise = 1};
+    ContextRef camera = context_at(kCamera);
+    const SensorSize size = {width_, height_};
+    if (camera != nullptr && camera->model().SENSOR_ARRAY.width == width_ &&
+        camera->model().SENSOR_ARRAY.height == height_) {
+      return camera;
+    }
     CameraFree(kCamera);
-    const int product = color_model_of_size(width_, height_);
-    if (CameraInitVirtual(kCamera, product, &param) != 0) throw std::runtime_error("no virtual camera");
+    if (CameraInitVirtual(kCamera, color_model_of_size(width_, height_), &param) != 0)
+      throw std::runtime_error("no virtual camera");
     CameraSetSaturation(kCamera, param.saturation);
-    const auto even = fixed_pattern(width_, 1);
-    const auto odd = fixed_pattern(width_, 2);
-    const auto rows = fixed_pattern(height_, 3);
-    set_fpn_data(kCamera, even.data(), odd.data(), rows.data(), width_, height_);
-    return {"whole, CameraISP", std::string(name_of(cpu_choice().level)), Scene::kSmooth,
-            [=, *this](size_t set) {
-              Buffers& buffers = sets_[set];
-              if (CameraISP(kCamera, buffers.raw.data(), buffers.out.data(), width_, height_,
-                            KXCAM_FORMAT_COLOR) != 0) {
-                throw std::runtime_error("CameraISP failed");
-              }
-            }};
+    camera = context_at(kCamera);
+    set_fpn_data(*camera, fixed_pattern(width_, 1).data(), fixed_pattern(width_, 2).data(),
+                 fixed_pattern(height_, 3).data(), width_, height_);
+    camera->stream.ring = std::make_unique<FrameRing>(size.pixels());
+    camera->stream.geometry = FrameGeometry{static_cast<uint16_t>(width_), static_cast<uint16_t>(height_), 1};
+    camera->stream.running = true;
+    return camera;
   }
 
-  size_t pixels() const { return static_cast<size_t>(width_) * height_; }
-
- private:
   static cv::Mat opencv_lut() {
     const ToneCurves curves = tone_curves();
     cv::Mat lut(1, 256, CV_8UC3);
@@ -221,7 +260,11 @@ std::vector<Contender> contenders(int width, int height, std::vector<Buffers>& s
     for (const Task& task : kTasks) all.push_back(frames.develop_with(level, task));
     for (const Scene scene : kScenes) all.push_back(frames.whole_with(level, scene));
   }
-  if (color_model_of_size(width, height) != 0) all.push_back(frames.whole_exported());
+  if (color_model_of_size(width, height) != 0) {
+    all.push_back(frames.whole_exported());
+    all.push_back(frames.whole_query(Scene::kSmooth));
+    all.push_back(frames.whole_query(Scene::kChart));
+  }
   return all;
 }
 

@@ -50,8 +50,8 @@ void flush(const std::vector<uint8_t>& bytes) {
   for (size_t i = 0; i < bytes.size(); i += 64) _mm_clflush(&bytes[i]);
 }
 
-const Timing& timing_of(const std::vector<Contender>& all, const std::vector<Timing>& timings,
-                        const std::string& task) {
+const Timing& timing_of_task(const std::vector<Contender>& all, const std::vector<Timing>& timings,
+                             const std::string& task) {
   const auto found = std::ranges::find(all, task, &Contender::task);
   return timings[static_cast<size_t>(found - all.begin())];
 }
@@ -76,13 +76,14 @@ std::vector<Result> measure_size(const Size& size, bool cold, const Options& opt
   for (uint32_t seed = 1; seed <= (cold ? 3U : 1U); ++seed) sets.emplace_back(size.width, size.height, seed);
   const std::vector<Contender> all = wanted(size, sets, options);
   const auto prepare = [&](const Contender& contender, size_t set) {
-    if (!cold) contender.run(set);
+    if (!cold && !contender.arrange) contender.run(set);
     std::ranges::copy(sets[set].scenes[static_cast<size_t>(contender.scene)], sets[set].raw.begin());
+    if (contender.arrange) contender.arrange(set);
     if (cold) flush(sets[set].raw);
   };
   const std::vector<Timing> timings = measure(all, options.rounds, sets.size(), prepare);
-  const Timing& demosaic = timing_of(all, timings, kDemosaic);
-  const Timing& copy = timing_of(all, timings, kCopyForColor);
+  const Timing& demosaic = timing_of_task(all, timings, kDemosaic);
+  const Timing& copy = timing_of_task(all, timings, kCopyForColor);
   std::vector<Result> results;
   for (size_t i = 0; i < all.size(); ++i) {
     const Timing& own = timings[i];

@@ -16,6 +16,8 @@ struct Contender {
   std::string maker;  ///< by what: "opencv", "memcpy" or a level
   Scene scene;        ///< what the raw frame shows
   std::function<void(size_t set)> run;
+  std::function<void(size_t set)> arrange =
+      nullptr;  ///< not timed: brings the raw frame to where it is read from
 };
 
 struct Timing {
