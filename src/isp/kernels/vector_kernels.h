@@ -164,24 +164,21 @@ class Despeckler {
   }
 
  private:
-  /// A repair counts for the sample two further on: as long as one of those is bright enough to be a speckle,
-  /// the vector is made anew with its own repairs.
+  /// A repair counts for the sample two further on, so the vector is made anew with its own repairs until
+  /// these stay as they are.
   [[gnu::always_inline]] Bytes repaired(Bytes samples, Bytes right, Bytes up, Bytes down,
                                         Bytes wanted) const {
-    const Bytes zero = V::set8(0);
-    const Bytes least = V::set8(kLeastSpeckle - 1);
     const Pair<V> column(V::complement(up), V::complement(down));
     const Bytes other = V::complement(right);
     const Bytes candidates = V::bit_and(samples, wanted);
-    const Bytes bright = V::select_above(candidates, least, V::set8(0xFF), zero);
     Bytes result = samples;
     for (;;) {
       const Pair<V> across(V::complement(V::from_left(before_, result)), other);
       const Bytes mean = V::complement(mean_of_four(across, column));
-      const Bytes limit = V::maximum(V::add_saturated(mean, V::set8(kSpeckleTolerance)), least);
+      const Bytes limit =
+          V::maximum(V::add_saturated(mean, V::set8(kSpeckleTolerance)), V::set8(kLeastSpeckle - 1));
       const Bytes next = V::select_above(candidates, limit, mean, samples);
-      const Bytes change = V::from_left(zero, V::bit_xor(next, result));
-      if (!V::any_above(V::bit_and(change, bright), zero)) return next;
+      if (V::same(next, result)) return result;
       result = next;
     }
   }
