@@ -34,7 +34,7 @@ check_pie_supported()
 add_link_options(LINKER:-z,relro,-z,now)
 if(KXCAM_HARDEN)
   # Options of the folder: those of a target come after them.
-  add_compile_options(-fstack-protector-strong -fstack-clash-protection -fcf-protection)
+  add_compile_options(-fstack-protector-strong -fstack-clash-protection)
   add_compile_options($<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE$<SEMICOLON>-D_FORTIFY_SOURCE=2>)
 endif()
 if(CMAKE_CXX_COMPILER_ID STREQUAL Clang)
