@@ -9,7 +9,7 @@
 #include "kxcam/kxcam.h"
 
 // How a call comes in and its result goes out. Every export is one of these calls around one operation: the
-// camera is looked up here, once, in the order index (code 1), argument (2), presence (3), and nothing is
+// camera is looked up here, once, in the order index (INDEX), argument (ARGUMENT), presence (NOT_OPEN), and nothing is
 // ever thrown into a C program.
 namespace kxcam::api {
 

@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "sync/crwlockimpl.h"
+#include "sync/empty_locks.h"
 
 namespace kxcam {
 

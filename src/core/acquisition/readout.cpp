@@ -26,7 +26,7 @@ std::optional<ShortReply> inquire(const CameraContext& camera, bridge::GeometryI
   return ask_bridge(camera, bridge::kGeometryInquiry, index, static_cast<uint16_t>(value));
 }
 
-/// The geometry in a reply; nothing, with code 10, when no frame of this sensor can have it.
+/// The geometry in a reply; nothing, with READ_REQUEST, when no frame of this sensor can have it.
 std::optional<FrameGeometry> plausible_geometry(const CameraContext& context, const ShortReply& reply) {
   const uint16_t bytes = little_endian(reply, 4);
   const FrameGeometry geometry{little_endian(reply, 0), little_endian(reply, 2), bytes};
@@ -111,7 +111,7 @@ bool write_window(libusb_device_handle* handle, const SensorWindow& window) {
          fail(KXCAM_ERROR_WRITE_REQUEST);
 }
 
-/// Bytes per raw sample in the new window; nothing, with code 10, when the camera did not take it.
+/// Bytes per raw sample in the new window; nothing, with READ_REQUEST, when the camera did not take it.
 std::optional<uint8_t> confirm_window(libusb_device_handle* handle, const SensorWindow& window) {
   const auto reply = read_short(handle, bridge::kRegionOfInterest, window.y, window.x);
   if (!reply || (*reply)[0] < 1 || (*reply)[0] > 2) {

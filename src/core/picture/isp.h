@@ -25,7 +25,7 @@ namespace kxcam {
 bool isp(CameraContext& ctx, uint8_t* in, uint8_t* out, int width, int height, int format);
 
 /// The same for a frame of known geometry: a map of another one, after a change in another thread, is
-/// code 2 and no garbled picture. An exposure that could not be written fails no frame.
+/// ARGUMENT and no garbled picture. An exposure that could not be written fails no frame.
 bool isp_raw_frame(CameraContext& ctx, uint8_t* in, uint8_t* out, const FrameGeometry& geometry, int format);
 
 /// What is in force for the next frame of a camera.

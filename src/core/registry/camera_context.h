@@ -20,8 +20,7 @@
 #include "isp/frame_memory.h"
 #include "isp/index_map.h"
 #include "isp/tone_curves.h"
-#include "sync/cmylock.h"
-#include "sync/crwlockimpl.h"
+#include "sync/empty_locks.h"
 #include "sync/published.h"
 #include "sync/relaxed.h"
 
@@ -105,7 +104,8 @@ struct PicturePart {
 
 /// Everything the library keeps of one camera, open or virtual. Shared by the table of contexts, the
 /// calls that are running and the reader thread; fields are either set before the context is
-/// published, or Relaxed, Published or atomic, or guarded by a lock of their own.
+/// published, or Relaxed, Published or atomic, or guarded by a lock of their own. docs/architecture.md gives
+/// the order of all locks.
 struct CameraContext {
   /// A camera of that row of model_table with every setting at its default.
   explicit CameraContext(int32_t model_row);
@@ -120,6 +120,7 @@ struct CameraContext {
   SensorPart sensor;
   PicturePart picture;
 
+  // Exclude nothing: see sync/empty_locks.h.
   CRWLockImpl context_lock;
   std::array<CMyLock, 3> aux_lock;
 };

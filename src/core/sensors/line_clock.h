@@ -14,7 +14,7 @@ int32_t half_periods_per_second(const CameraContext& camera);
 /// How many lines one half-period holds, of a clock with that many ticks per second and per line.
 int32_t lines_per_half_period(const CameraContext& camera, double ticks_per_second, double ticks_per_line);
 
-/// Nothing, with code 10: the sensor reported an impossible line length or clock.
+/// Nothing, with READ_REQUEST: the sensor reported an impossible line length or clock.
 std::optional<LineTiming> impossible_timing();
 
 /// Timing of a line of that many clocks; impossible below one clock. The second form is for sensors whose

@@ -78,11 +78,11 @@ struct SensorFamily {
   void (*write_delay)(CameraContext& camera, int32_t lines) = nullptr;
   void (*switch_global_reset)(CameraContext& camera, bool on) = nullptr;
 
-  /// Between free run and trigger mode; `snap_mode` still holds the old mode. Code 8 when the sensor does not
-  /// answer, 10 when the bridge refuses. Null: the sensor cannot be triggered.
+  /// Between free run and trigger mode; `snap_mode` still holds the old mode. NOT_SUPPORTED when the sensor
+  /// does not answer, READ_REQUEST when the bridge refuses. Null: the sensor cannot be triggered.
   bool (*switch_trigger)(CameraContext& camera, bool triggered) = nullptr;
-  /// The sensor's own strobe line, and its polarity (`active_high` or low). Code 8 when the sensor does not
-  /// answer. Null: the line, if any, is the trigger unit's.
+  /// The sensor's own strobe line, and its polarity (`active_high` or low). NOT_SUPPORTED when the sensor
+  /// does not answer. Null: the line, if any, is the trigger unit's.
   bool (*switch_strobe)(CameraContext& camera, bool on) = nullptr;
   bool (*switch_strobe_polarity)(CameraContext& camera, bool active_high) = nullptr;
 };

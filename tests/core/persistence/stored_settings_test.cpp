@@ -211,8 +211,8 @@ TEST_F(StoredSettings, BytesThatMeanSomethingElse) {
       {0x36, {0xFF, 0xFF}, [] { return value_of(CameraGetStrobeDelay); }, 0},
       {0x38, {0xFF, 0xFF}, [] { return value_of(CameraGetStrobeDuration); }, 0},
       {0x3A, {0xFF, 0xFF}, [] { return value_of(CameraGetDebouncerTime); }, 0},
-      {0x3E, {0xFF}, [] { return value_of(CameraGetExposure); }, 5},
-      {0x3E, {0xFE}, [] { return value_of(CameraGetExposure); }, 0xFE0005},
+      {0x3E, {0xFF}, [] { return value_of(CameraGetExposure); }, 840},
+      {0x3E, {0xFE}, [] { return value_of(CameraGetExposure); }, 0xFE0000 | 840},
       {0x10, {0, 20, 0, 20}, [] { return value_of(CameraGetAETarget); }, 0},
       {0x10, {0, 20, 0, 70}, [] { return value_of(CameraGetAETarget); }, 50},
       // Refused: the setting in force stays, and the rest loads.
