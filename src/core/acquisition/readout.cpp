@@ -9,7 +9,6 @@
 #include "core/control/exposure.h"
 #include "core/control/frame_timing.h"
 #include "core/control/registers.h"
-#include "core/registry/contexts.h"
 #include "core/sensors/sensor_family.h"
 #include "usb/bridge.h"
 #include "usb/last_error.h"

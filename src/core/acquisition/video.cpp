@@ -3,7 +3,7 @@
 
 #include <algorithm>
 
-#include "core/registry/contexts.h"
+#include "core/control/registers.h"
 #include "usb/bridge.h"
 #include "usb/requests.h"
 

@@ -8,7 +8,6 @@
 #include "core/control/exposure.h"
 #include "core/control/registers.h"
 #include "core/control/trigger.h"
-#include "core/registry/contexts.h"
 #include "core/sensors/sensor_family.h"
 #include "usb/bridge.h"
 #include "usb/last_error.h"

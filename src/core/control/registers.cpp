@@ -2,7 +2,6 @@
 #include "core/control/registers.h"
 
 #include "core/registry/camera_context.h"
-#include "core/registry/contexts.h"
 #include "core/sensors/sensor_family.h"
 #include "sync/clock.h"
 #include "usb/bridge.h"
@@ -43,6 +42,12 @@ bool is_reserved_for_strobe(const CameraContext& camera, int pins) {
 }
 
 }  // namespace
+
+DeviceHandle find_device(const CameraContext& camera) {
+  DeviceHandle handle = camera.device.usb_handle.load();
+  if (handle == nullptr) set_last_error(KXCAM_ERROR_NO_DEVICE);
+  return handle;
+}
 
 std::optional<ShortReply> ask_bridge(const CameraContext& camera, uint8_t request, uint16_t index,
                                      uint16_t value) {

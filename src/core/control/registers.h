@@ -4,11 +4,13 @@
 #include <cstdint>
 #include <optional>
 
+#include "core/registry/camera_context.h"
 #include "usb/requests.h"
 
 namespace kxcam {
 
-struct CameraContext;
+/// The device of a camera; null with NO_DEVICE when it has none.
+DeviceHandle find_device(const CameraContext& camera);
 
 // What an open camera keeps in registers and memory cells, one request each. All fail with NO_DEVICE, reads
 // with READ_REQUEST and writes with WRITE_REQUEST.

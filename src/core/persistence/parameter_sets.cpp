@@ -13,13 +13,13 @@
 #include "core/control/auto_exposure.h"
 #include "core/control/exposure.h"
 #include "core/control/frame_timing.h"
+#include "core/control/registers.h"
 #include "core/control/trigger.h"
 #include "core/persistence/parameter_block.h"
 #include "core/persistence/stored_tables.h"
 #include "core/picture/correction_settings.h"
 #include "core/picture/tone_settings.h"
 #include "core/picture/white_balance_settings.h"
-#include "core/registry/contexts.h"
 
 namespace kxcam {
 

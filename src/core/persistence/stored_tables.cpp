@@ -11,7 +11,6 @@
 
 #include "core/control/registers.h"
 #include "core/persistence/eeprom.h"
-#include "core/registry/contexts.h"
 #include "core/sensors/sensor_family.h"
 #include "isp/saturating_cast.h"
 #include "usb/bridge.h"

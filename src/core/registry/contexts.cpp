@@ -50,12 +50,6 @@ ContextRef find_camera_if(int index, bool argument_in_range) {
   return context_at(index);
 }
 
-DeviceHandle find_device(const CameraContext& camera) {
-  DeviceHandle handle = camera.device.usb_handle.load();
-  if (handle == nullptr) set_last_error(KXCAM_ERROR_NO_DEVICE);
-  return handle;
-}
-
 bool is_occupied(int index) {
   Slots& all = slots();
   const std::lock_guard lock(all.mutex);

@@ -23,9 +23,6 @@ ContextRef find_camera(int index);
 /// The same with the test of an argument between the two: false gives ARGUMENT.
 ContextRef find_camera_if(int index, bool argument_in_range);
 
-/// The device of a camera; null with NO_DEVICE when it has none.
-DeviceHandle find_device(const CameraContext& camera);
-
 /// Whether anything is open at a valid index.
 bool is_occupied(int index);
 

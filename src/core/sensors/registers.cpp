@@ -2,7 +2,6 @@
 #include "core/sensors/registers.h"
 
 #include "core/control/trigger.h"
-#include "core/registry/contexts.h"
 #include "usb/last_error.h"
 
 namespace kxcam {
