@@ -6,6 +6,7 @@ command -v hardening-check >/dev/null || { echo "skipped: there is no hardening-
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 for package in "$1"/*.deb; do dpkg-deb -x "$package" "$work"; done
+# shellcheck disable=SC2046 # several words
 set -- "$work/usr/bin/kxcam" "$work/usr/bin/kxsim" $(find "$work/usr/lib" -type f -name '*.so*')
 [ $# -eq 4 ]
 # Debian's C library is not built for control flow integrity, and marks each program so.
