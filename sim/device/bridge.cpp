@@ -2,6 +2,7 @@
 #include "device/bridge.h"
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <utility>
 
@@ -16,7 +17,34 @@ using Answer = Bridge::Answer;
 
 constexpr uint16_t kCpuControl = 0xE600;
 constexpr uint8_t kTriggerLine = 0x08;
-constexpr uint16_t kIspFrameCount = 5;
+
+// Registers of the image processor.
+constexpr uint16_t kIspVersion = 0x00;
+constexpr uint16_t kIspRestart = 0x01;
+constexpr uint16_t kIspTriggerPolarity = 0x03;
+constexpr uint16_t kIspStrobe = 0x04;
+constexpr uint16_t kIspFrameCount = 0x05;
+constexpr uint16_t kIspDebouncer = 0x06;
+constexpr uint16_t kIspFixedRate = 0x08;
+constexpr uint16_t kIspTenthsPerSecond = 0x09;
+constexpr uint16_t kIspTriggerDelay = 0x0C;
+constexpr uint16_t kIspStrobeDelay = 0x0D;
+constexpr uint16_t kIspStrobeDuration = 0x0E;
+constexpr uint16_t kIspLoop = 0x19;
+constexpr uint16_t kIspLoopTarget = 0x1A;
+constexpr uint16_t kIspGlobalReset = 0x1C;
+/// With the shutter at 0x0A and 0x0B, and the length of a frame at 0x14, 0x15 and 0x1E.
+constexpr std::array<uint16_t, 19> kIspRegisters = {
+    kIspVersion,      kIspRestart,     kIspTriggerPolarity, kIspStrobe, kIspFrameCount,
+    kIspDebouncer,    kIspFixedRate,   kIspTenthsPerSecond, 0x0A,       0x0B,
+    kIspTriggerDelay, kIspStrobeDelay, kIspStrobeDuration,  0x14,       0x15,
+    kIspLoop,         kIspLoopTarget,  kIspGlobalReset,     0x1E};
+/// The first version with an exposure loop.
+constexpr uint16_t kVersionWithLoop = 0x0104;
+constexpr uint16_t kFeatureTriggerUnit = 0x01;
+constexpr uint16_t kFeatureExposureLoop = 0x02;
+constexpr uint8_t kLineScanMode = 3;
+constexpr uint16_t kDigitalGain = 2;  // the one parameter of the firmware
 constexpr uint16_t kLineHeight = 1;
 constexpr uint16_t kLineTrigger = 3;
 constexpr uint16_t kLineSnapCount = 4;
@@ -24,6 +52,9 @@ constexpr size_t kLongestFlashTransfer = 4096;
 
 Answer stall() {
   return {.stalled = true};
+}
+Answer unknown_request() {
+  return {.stalled = true, .unknown = true};
 }
 Answer acknowledge(Bridge::Effect effect = Bridge::Effect::kNone) {
   return {.reply = {1}, .effect = effect};
@@ -42,6 +73,10 @@ std::vector<uint8_t> big_endian(uint32_t word) {
           static_cast<uint8_t>(word)};
 }
 
+bool knows_isp_register(uint16_t address) {
+  return std::ranges::find(kIspRegisters, address) != kIspRegisters.end();
+}
+
 std::optional<uint16_t> find(const std::map<uint16_t, uint16_t>& registers, uint16_t address) {
   const auto found = registers.find(address);
   return found == registers.end() ? std::nullopt : std::optional(found->second);
@@ -53,7 +88,7 @@ Bridge::Bridge(const CameraOptions& options)
     : options_(options),
       sensor_model_(find_sensor_model(options.model->sensor_id)),
       eeprom_(options.serial),
-      geometry_(*options.model) {
+      geometry_(options) {
   restart();
   if (!options.blank) program_factory_settings(*options.model, factory_exposure(), eeprom_, flash_);
   if (!options.name.empty()) eeprom_.set_user_name(options.name);
@@ -71,12 +106,14 @@ uint32_t Bridge::factory_exposure() const {
 }
 
 void Bridge::restart() {
-  geometry_ = ReadoutGeometry(*options_.model);
+  geometry_ = ReadoutGeometry(options_);
   requested_region_.reset();
   files_ = sensor_model_ != nullptr ? sensor_model_->power_up : RegisterFiles{};
   if (const auto trigger = sensor_trigger(options_.model->sensor_id)) {
     files_.sensor[trigger->address] = trigger->power_up;
   }
+  if (has_exposure_loop()) files_.bridge[kIspVersion] = kVersionWithLoop;
+  loop_exposure_ms_.reset();
   line_settings_.clear();
   gpio_ = 0;
   readout_mode_ = 0;
@@ -104,7 +141,7 @@ Answer Bridge::read(const ControlSetup& setup) {
     case kGetGpio:
       return {.reply = {gpio_}};
     case kSensorRead:
-      return register_reply(sensor_register(setup.index));
+      return register_reply(sensor_register(setup.index), knows_sensor_register(setup.index));
     case kFeatures:
       return options_.firmware > 0x8000 ? Answer{.reply = little_endian({options_.features})} : stall();
     case kTrueProductId:
@@ -127,11 +164,11 @@ Answer Bridge::read(const ControlSetup& setup) {
     case kLineSettings:
       return set_line(setup.index, setup.value);
     case kIspRead:
-      return has_isp() ? register_reply(isp_register(setup.index)) : stall();
+      return has_isp() ? register_reply(isp_register(setup.index), knows_isp_register(setup.index)) : stall();
     case kFlashRead:
       return {.reply = flash_.read(setup.index, std::min<size_t>(setup.length, kLongestFlashTransfer))};
     default:
-      return stall();
+      return unknown_request();
   }
 }
 
@@ -145,21 +182,20 @@ Answer Bridge::write(const ControlSetup& setup, std::span<const uint8_t> data) {
       return write_sensor(setup.index, setup.value);
     case kParameterWrite:
       files_.parameters[setup.index] = setup.value;
-      return {};
+      return {.unknown = setup.index != kDigitalGain};
     case kRegionOfInterest:
       return request_region(setup, data);
     case kEepromWrite:
       return {.stalled = !eeprom_.write(setup.index, static_cast<uint8_t>(setup.value))};
     case kIspWrite:
       if (!has_isp()) return stall();
-      files_.bridge[setup.index] = setup.value;
-      return {};
+      return write_isp(setup.index, setup.value);
     case kFlashWrite:
       return write_flash(setup, data);
     case kFlashPrepare:
       return prepare_flash(setup);
     default:
-      return stall();
+      return unknown_request();
   }
 }
 
@@ -183,9 +219,9 @@ Answer Bridge::pulse_trigger() {
   return std::exchange(restart_pending_, false) ? acknowledge() : acknowledge(Effect::kTriggerPulse);
 }
 
-Answer Bridge::register_reply(uint16_t value) const {
-  if (options_.byte_replies) return {.reply = {static_cast<uint8_t>(value)}};
-  return {.reply = {static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)}};
+Answer Bridge::register_reply(uint16_t value, bool known) const {
+  if (options_.byte_replies) return {.unknown = !known, .reply = {static_cast<uint8_t>(value)}};
+  return {.unknown = !known, .reply = {static_cast<uint8_t>(value >> 8), static_cast<uint8_t>(value)}};
 }
 
 Answer Bridge::query_resolution(uint16_t what, uint16_t value) {
@@ -226,7 +262,7 @@ Answer Bridge::confirm_region() {
   if (!region || !geometry_.select_window(region->x, region->y, region->width, region->height)) {
     return {.reply = {0}};
   }
-  // Bytes per pixel on the wire: one on every model here, even where a preset reports two.
+  // Bytes per pixel: the firmware says one on every model here, even where a preset reports two.
   return {.reply = {1}, .effect = Effect::kGeometryChanged};
 }
 
@@ -259,12 +295,32 @@ Answer Bridge::write_fx2(uint16_t address, std::span<const uint8_t> data) {
 }
 
 Answer Bridge::write_sensor(uint16_t address, uint16_t value) {
+  const bool unknown = !knows_sensor_register(address);
   if (sensor_model_ != nullptr &&
-      std::ranges::find(sensor_model_->apart, address) != sensor_model_->apart.end())
+      std::ranges::find(sensor_model_->apart, address) != sensor_model_->apart.end()) {
+    files_.apart[address] = value;
     return {};
+  }
   const bool triggered = waits_for_trigger();
   files_.sensor[address] = value;
-  return {.effect = after_trigger_switch(triggered) ? Effect::kStreamChanged : Effect::kNone};
+  return {.unknown = unknown,
+          .effect = after_trigger_switch(triggered) ? Effect::kStreamChanged : Effect::kNone};
+}
+
+bool Bridge::knows_sensor_register(uint16_t address) const {
+  return sensor_model_ != nullptr &&
+         std::ranges::find(sensor_model_->registers, address) != sensor_model_->registers.end();
+}
+
+Answer Bridge::write_isp(uint16_t address, uint16_t value) {
+  if (address == kIspVersion) return {};  // can only be read
+  files_.bridge[address] = value;
+  if (address == kIspLoop) {
+    loop_exposure_ms_.reset();
+    const bool on = (value & 1) != 0 && has_exposure_loop();
+    if (const auto now = shutter(); on && now) loop_exposure_ms_ = now->exposure_ms;
+  }
+  return {.unknown = !knows_isp_register(address)};
 }
 
 /// Whether the mode did change.
@@ -296,6 +352,76 @@ bool Bridge::has_isp() const {
   return options_.firmware >= 0x8300;
 }
 
+bool Bridge::has_trigger_unit() const {
+  return has_isp() && (options_.features & kFeatureTriggerUnit) != 0;
+}
+
+bool Bridge::has_exposure_loop() const {
+  const bool always = sensor_model_ != nullptr && sensor_model_->bridge_exposes;
+  return has_isp() && (always || (options_.features & kFeatureExposureLoop) != 0);
+}
+
+bool Bridge::scans_lines() const {
+  return readout_mode_ == kLineScanMode && sensor_model_ != nullptr && sensor_model_->scans_lines;
+}
+
+Readout Bridge::readout() const {
+  Readout window = geometry_.current();
+  window.scan = scans_lines();
+  return window;
+}
+
+std::chrono::nanoseconds Bridge::frame_period() const {
+  using Milliseconds = std::chrono::duration<double, std::milli>;
+  if (options_.frame_rate <= 0) return {};
+  double ms = 1000 / options_.frame_rate;
+  if (has_isp() && (isp_register(kIspFixedRate) & 1) != 0) {
+    ms = std::max(ms, 10'000.0 / std::max<int>(isp_register(kIspTenthsPerSecond), 1));
+  }
+  if (const auto state = shutter()) {
+    ms += state->extra_lines * state->line_ms;
+    // In line scan a frame is so many exposures of the same line.
+    const int exposures = scans_lines() ? geometry_.current().height : 1;
+    ms = std::max(ms, exposures * state->exposure_ms);
+  }
+  constexpr double kLongest = 3600e3;  // longer ones would overflow the arithmetic and nobody waits for them
+  return std::chrono::duration_cast<std::chrono::nanoseconds>(Milliseconds(std::min(ms, kLongest)));
+}
+
+std::chrono::microseconds Bridge::trigger_delay() const {
+  return std::chrono::microseconds(has_trigger_unit() ? 10 * isp_register(kIspTriggerDelay) : 0);
+}
+
+std::chrono::microseconds Bridge::debouncer_time() const {
+  return std::chrono::microseconds(has_trigger_unit() ? isp_register(kIspDebouncer) : 0);
+}
+
+std::optional<Strobe> Bridge::strobe() const {
+  if (!has_trigger_unit()) return std::nullopt;
+  // Off, the line rests at the level that the polarity says.
+  const uint16_t line = isp_register(kIspStrobe);
+  if ((line & 0x8000) == 0) return std::nullopt;
+  return Strobe{.active_high = (line & 1) != 0,
+                .delay = std::chrono::microseconds(10 * isp_register(kIspStrobeDelay)),
+                .duration = std::chrono::microseconds(10 * isp_register(kIspStrobeDuration))};
+}
+
+int Bridge::pulses_per_frame() const {
+  if (!scans_lines() || line_setting(kLineTrigger).value_or(0) == 0) return 1;
+  const int lines = std::max<int>(line_setting(kLineSnapCount).value_or(1), 1);
+  return (geometry_.current().height + lines - 1) / lines;
+}
+
+void Bridge::follow_level(double mean) {
+  if (!loop_exposure_ms_) return;
+  constexpr double kFullScale = 4096;  // of the target
+  constexpr double kLongestMs = 1000;
+  const double target = isp_register(kIspLoopTarget) / kFullScale;
+  const double step = std::clamp(target / std::max(mean, 0.001), 0.25, 4.0);
+  const double line_ms = std::max(shutter()->line_ms, 0.001);
+  *loop_exposure_ms_ = std::clamp(*loop_exposure_ms_ * step, line_ms, kLongestMs);
+}
+
 bool Bridge::waits_for_trigger() const {
   const auto trigger = sensor_trigger(options_.model->sensor_id);
   if (!trigger) return bridge_triggered_;
@@ -311,10 +437,14 @@ PixelClock Bridge::pixel_clock() const {
 
 std::optional<ShutterState> Bridge::shutter() const {
   if (sensor_model_ == nullptr) return std::nullopt;
-  return shutter_state(*sensor_model_, files_, geometry_.current().width, pixel_clock());
+  const Readout& window = geometry_.current();
+  auto state = shutter_state(*sensor_model_, files_, window.width, window.height, pixel_clock());
+  if (loop_exposure_ms_) state.exposure_ms = *loop_exposure_ms_;
+  return state;
 }
 
 uint16_t Bridge::snap_count() const {
+  if (pulses_per_frame() > 1) return 1;
   const auto lines = line_setting(kLineSnapCount);
   return std::max<uint16_t>(1, lines ? *lines : isp_register(kIspFrameCount));
 }

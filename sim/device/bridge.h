@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -16,6 +17,15 @@
 
 namespace kxsim {
 
+/// What the strobe line does with each frame.
+struct Strobe {
+  bool active_high = false;
+  std::chrono::microseconds delay{0};  ///< after the exposure has begun
+  std::chrono::microseconds duration{0};
+
+  bool operator==(const Strobe&) const = default;
+};
+
 /// The bridge's firmware: executes vendor requests on its own state, the sensor's registers, the image
 /// processor, the EEPROM and the flash. Knows no time and no frames. Not thread-safe.
 class Bridge {
@@ -25,6 +35,7 @@ class Bridge {
 
   struct Answer {
     bool stalled = false;
+    bool unknown = false;             ///< there is no such request or register
     std::vector<uint8_t> reply = {};  ///< of an IN request; the host may have asked for less
     Effect effect = Effect::kNone;
   };
@@ -41,9 +52,23 @@ class Bridge {
   /// Frames per trigger pulse, at least 1.
   uint16_t snap_count() const;
   const ReadoutGeometry& geometry() const { return geometry_; }
+  Readout readout() const;
 
   /// Nothing for a sensor whose exposure is fixed.
   std::optional<ShutterState> shutter() const;
+  /// From one frame to the next; 0 when the host decides.
+  std::chrono::nanoseconds frame_period() const;
+  /// From the trigger's pulse to the exposure.
+  std::chrono::microseconds trigger_delay() const;
+  /// Shorter pulses on the external line are disturbances.
+  std::chrono::microseconds debouncer_time() const;
+  /// Nothing while it is off.
+  std::optional<Strobe> strobe() const;
+  /// Trigger pulses that make up a frame, one for each line that it counts.
+  int pulses_per_frame() const;
+  bool exposes_itself() const { return loop_exposure_ms_.has_value(); }
+  /// The bridge's own exposure loop looks at a frame of that mean level, 0 to 1.
+  void follow_level(double mean);
   /// As of a sensor and a bridge that have nothing in their registers.
   void erase_registers() { files_ = {}; }
   /// What the sensor itself has in a register.
@@ -73,7 +98,7 @@ class Bridge {
 
   Answer switch_stream(bool on);
   Answer drive_gpio(uint16_t pins, uint16_t levels);
-  Answer register_reply(uint16_t value) const;
+  Answer register_reply(uint16_t value, bool known) const;
   Answer query_resolution(uint16_t what, uint16_t value);
   Answer select_resolution(const ControlSetup& setup);
   Answer confirm_region();
@@ -85,11 +110,16 @@ class Bridge {
   Answer pulse_trigger();
   PixelClock pixel_clock() const;
   Answer write_sensor(uint16_t address, uint16_t value);
+  Answer write_isp(uint16_t address, uint16_t value);
   Answer request_region(const ControlSetup& setup, std::span<const uint8_t> data);
   Answer write_flash(const ControlSetup& setup, std::span<const uint8_t> data);
   Answer prepare_flash(const ControlSetup& setup);
 
   bool has_isp() const;
+  bool has_trigger_unit() const;
+  bool has_exposure_loop() const;
+  bool scans_lines() const;
+  bool knows_sensor_register(uint16_t address) const;
   uint32_t factory_exposure() const;
   bool after_trigger_switch(bool was_triggered);
 
@@ -110,7 +140,8 @@ class Bridge {
   bool high_speed_ = false;
   bool streaming_ = false;
   bool bridge_triggered_ = false;
-  bool restart_pending_ = false;  ///< the sensor takes the next trigger pulse for itself
+  std::optional<double> loop_exposure_ms_;  ///< while the bridge's exposure loop runs
+  bool restart_pending_ = false;            ///< the sensor takes the next trigger pulse for itself
 };
 
 }  // namespace kxsim

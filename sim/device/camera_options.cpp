@@ -123,6 +123,8 @@ constexpr CameraOption kOptions[] = {
     {"wp", "[=0|1]", "write-protect the EEPROM", [](O& o, S k, S v) { o.write_protect = flag(k, v); }},
     {"bytes", "[=0|1]", "answer register reads with one byte instead of two",
      [](O& o, S k, S v) { o.byte_replies = flag(k, v); }},
+    {"half", "[=0|1]", "12-bit model: the bridge ends a frame after half of its bytes",
+     [](O& o, S k, S v) { o.half_frames = flag(k, v); }},
     {"noise", "=0|1", "sensor noise", [](O& o, S k, S v) { o.noise = flag(k, v); }},
     {"fpn", "=NUMBER", "fixed pattern: deviation of row and column gains, e.g. 0.02",
      [](O& o, S k, S v) { o.fixed_pattern = real(k, v, 1); }},

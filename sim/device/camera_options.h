@@ -22,8 +22,11 @@ struct CameraOptions {
   std::string name;    ///< user-given name; empty = none
   uint32_t firmware = default_firmware(*default_model());
   uint16_t features = 0;
-  bool generic_id = false;     ///< enumerates as 0x3FF0; the true id must be asked for
-  bool byte_replies = false;   ///< register reads answer one byte instead of two
+  bool generic_id = false;    ///< enumerates as 0x3FF0; the true id must be asked for
+  bool byte_replies = false;  ///< register reads answer one byte instead of two
+  /// Of a 12-bit model: the bridge ends a frame after width x height bytes, half of it, as it counts samples
+  /// as if they were bytes.
+  bool half_frames = false;
   bool blank = false;          ///< nothing but the serial number was ever written to it
   bool write_protect = false;  ///< the EEPROM refuses writes
   double frame_rate = 10.0;    ///< frames a second; 0 = as fast as the host reads

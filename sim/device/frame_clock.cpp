@@ -4,18 +4,15 @@
 #include <algorithm>
 
 namespace kxsim {
-namespace {
-
-std::chrono::nanoseconds period_of(double frame_rate) {
-  // At most an hour: longer ones would overflow the arithmetic and nobody waits for them.
-  constexpr double kLongest = 3600e9;
-  return std::chrono::nanoseconds(frame_rate > 0 ? static_cast<int64_t>(std::min(1e9 / frame_rate, kLongest))
-                                                 : 0);
+void FrameClock::set_period(std::chrono::nanoseconds period, Time now) {
+  if (period == period_) return;
+  if (mode_ == Mode::kFree) {
+    missed_ += passed_by(now);
+    next_ = 1;
+    origin_ = now;
+  }
+  period_ = period;
 }
-
-}  // namespace
-
-FrameClock::FrameClock(double frame_rate) : period_(period_of(frame_rate)) {}
 
 void FrameClock::run_free(Time now) {
   mode_ = Mode::kFree;

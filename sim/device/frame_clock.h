@@ -14,8 +14,11 @@ class FrameClock {
  public:
   using Time = std::chrono::steady_clock::time_point;
 
-  /// Frames a second; 0 = a frame whenever the host reads.
-  explicit FrameClock(double frame_rate);
+  /// From one frame to the next; 0 = a frame whenever the host reads.
+  explicit FrameClock(std::chrono::nanoseconds period) : period_(period) {}
+
+  /// Holds from the next frame on.
+  void set_period(std::chrono::nanoseconds period, Time now);
 
   void stop() { mode_ = Mode::kStopped; }
   void run_free(Time now);

@@ -5,9 +5,10 @@
 
 namespace kxsim {
 
-ReadoutGeometry::ReadoutGeometry(const Model& model)
-    : sensor_{.width = model.width, .height = model.height},
-      bytes_per_pixel_(sample_bytes(model.color)),
+ReadoutGeometry::ReadoutGeometry(const CameraOptions& options)
+    : sensor_{.width = options.model->width, .height = options.model->height},
+      bytes_per_pixel_(sample_bytes(options.model->color)),
+      half_frames_(options.half_frames),
       current_(sensor_) {}
 
 std::optional<Readout> ReadoutGeometry::preset(int number) const {

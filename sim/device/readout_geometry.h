@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <optional>
 
-#include "device/model.h"
+#include "device/camera_options.h"
 #include "scene/sensor.h"
 
 namespace kxsim {
@@ -15,7 +15,7 @@ class ReadoutGeometry {
   /// 0 = full sensor, 1 = half size by skipping, 2 = centred window of at most 640 x 480.
   static constexpr int kPresets = 3;
 
-  explicit ReadoutGeometry(const Model& model);
+  explicit ReadoutGeometry(const CameraOptions& options);
 
   std::optional<Readout> preset(int number) const;
   bool select_preset(int number);
@@ -23,14 +23,16 @@ class ReadoutGeometry {
   bool select_window(int x, int y, int width, int height);
 
   const Readout& current() const { return current_; }
-  /// Bytes on the wire. The bridge ends a frame after width x height bytes on the 12-bit model too: it
-  /// counts samples as if they were bytes.
-  size_t frame_bytes() const { return static_cast<size_t>(current_.width) * current_.height; }
+  /// Bytes on the wire.
+  size_t frame_bytes() const {
+    return static_cast<size_t>(current_.width) * current_.height * (half_frames_ ? 1 : bytes_per_pixel_);
+  }
   int bytes_per_pixel() const { return bytes_per_pixel_; }
 
  private:
   Readout sensor_;  ///< all of it
   int bytes_per_pixel_;
+  bool half_frames_;
   Readout current_;
 };
 

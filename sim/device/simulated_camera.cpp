@@ -60,6 +60,20 @@ std::vector<uint8_t> distort(const RequestFault& fault, std::vector<uint8_t> byt
   }
 }
 
+/// Of some of the samples, as a part of full scale.
+double mean_level(std::span<const uint8_t> frame, ColorMode mode) {
+  constexpr size_t kSamples = 4096;
+  const bool two_bytes = mode == ColorMode::kMono12;
+  const size_t size = two_bytes ? 2 : 1;
+  const size_t stride = std::max<size_t>(frame.size() / size / kSamples, 1) * size;
+  uint64_t sum = 0;
+  size_t count = 0;
+  for (size_t at = 0; at + size <= frame.size(); at += stride, ++count) {
+    sum += two_bytes ? frame[at] | frame[at + 1] << 8 : frame[at];
+  }
+  return static_cast<double>(sum) / (std::max<size_t>(count, 1) * (two_bytes ? 4095.0 : 255.0));
+}
+
 void shape(WireFrame& frame, const FrameFault& fault) {
   const size_t size = frame.bytes.size();
   switch (fault.action) {
@@ -86,7 +100,7 @@ SimulatedCamera::SimulatedCamera(CameraOptions options)
       maker_(options_),
       bridge_(options_),
       pipe_(bulk_packet_size(options_.speed)),
-      clock_(options_.frame_rate),
+      clock_(bridge_.frame_period()),
       thread_([this] { run(); }) {}
 
 SimulatedCamera::~SimulatedCamera() {
@@ -171,6 +185,8 @@ void SimulatedCamera::execute(const ControlSetup& setup, Transfer& transfer,
   if (fault && fault->action == RequestFault::Action::kStall)
     return transfer.finished(TransferStatus::kStalled);
   auto answer = bridge_.execute(setup, transfer.data);
+  if (answer.unknown) ++counters_.unknown;
+  clock_.set_period(bridge_.frame_period(), Clock::now());
   if (answer.stalled && !fault) return transfer.finished(TransferStatus::kStalled);
   if (fault) answer.reply = distort(*fault, std::move(answer.reply), counters_.requests);
   if (setup.device_to_host()) {
@@ -268,13 +284,20 @@ void SimulatedCamera::apply(Bridge::Effect effect) {
       wake_.notify_all();
       return;
     case Bridge::Effect::kTriggerPulse:
-      clock_.pulse(Clock::now(), bridge_.snap_count());
-      wake_.notify_all();
-      return;
+      return pulse();
   }
 }
 
+void SimulatedCamera::pulse() {
+  if (++pulses_ < bridge_.pulses_per_frame()) return;
+  pulses_ = 0;
+  clock_.pulse(Clock::now() + bridge_.trigger_delay(), bridge_.snap_count());
+  wake_.notify_all();
+}
+
 void SimulatedCamera::restart_clock() {
+  pulses_ = 0;
+  clock_.set_period(bridge_.frame_period(), Clock::now());
   if (!powered_ || !bridge_.streaming()) {
     clock_.stop();
   } else if (bridge_.waits_for_trigger()) {
@@ -337,9 +360,9 @@ void SimulatedCamera::on_plug_event(std::function<void(SimulatedCamera&, const P
   listener_ = std::move(listener);
 }
 
-void SimulatedCamera::trigger() {
+void SimulatedCamera::trigger(std::chrono::microseconds width) {
   const std::lock_guard lock(mutex_);
-  apply(Bridge::Effect::kTriggerPulse);
+  if (width >= bridge_.debouncer_time()) apply(Bridge::Effect::kTriggerPulse);
 }
 
 void SimulatedCamera::set_gpio_inputs(uint8_t levels) {
@@ -409,7 +432,7 @@ bool SimulatedCamera::streaming() const {
   return inspect([](const Bridge& bridge) { return bridge.streaming(); });
 }
 Readout SimulatedCamera::readout() const {
-  return inspect([](const Bridge& bridge) { return bridge.geometry().current(); });
+  return inspect([](const Bridge& bridge) { return bridge.readout(); });
 }
 size_t SimulatedCamera::frame_bytes() const {
   return inspect([](const Bridge& bridge) { return bridge.geometry().frame_bytes(); });
@@ -508,7 +531,7 @@ bool SimulatedCamera::frame_work(Lock& lock) {
   const auto fault = faults_.next_frame();
   if (fault) ++counters_.faults;
   const FrameRequest request{
-      .number = frame_number_++, .readout = bridge_.geometry().current(), .shutter = bridge_.shutter()};
+      .number = frame_number_++, .readout = bridge_.readout(), .shutter = bridge_.shutter()};
   if (fault && fault->action == FrameFault::Action::kMissing) {
     pause_until_ = now + kMissingFramePause;
     return true;
@@ -519,6 +542,7 @@ bool SimulatedCamera::frame_work(Lock& lock) {
     ++void_frames_;
     return true;
   }
+  if (bridge_.exposes_itself()) bridge_.follow_level(mean_level(frame->bytes, model().color));
   pipe_.send(std::move(*frame));
   count_sent_frames();
   return true;

@@ -41,6 +41,7 @@ struct LoggedRequest {
 /// made or waits for the host.
 struct CameraCounters {
   uint64_t requests = 0;          ///< vendor requests, answered or not
+  uint64_t unknown = 0;           ///< of those: requests, or registers, that the camera does not have
   uint64_t bulk_reads = 0;        ///< submitted by the host
   uint64_t cut_reads = 0;         ///< of those: given up by the host with part of a frame in them
   uint64_t frames_made = 0;       ///< pixels rendered
@@ -98,7 +99,7 @@ class SimulatedCamera {
   void set_exposure(const Exposure& exposure) { maker_.set_exposure(exposure); }
   void set_lighting(const std::optional<Lighting>& lighting) { maker_.set_lighting(lighting); }
   /// A pulse on the external trigger line.
-  void trigger();
+  void trigger(std::chrono::microseconds width = std::chrono::seconds(1));
   void set_gpio_inputs(uint8_t levels);
 
   // What goes wrong.
@@ -152,6 +153,7 @@ class SimulatedCamera {
   std::optional<std::vector<uint8_t>> descriptor(uint16_t value) const;
   void log(const ControlSetup& setup, std::span<const uint8_t> data);
   void apply(Bridge::Effect effect);
+  void pulse();
   void restart_clock();
   void count_sent_frames();
   void power_up_locked();
@@ -187,6 +189,7 @@ class SimulatedCamera {
   std::optional<Clock::time_point> replug_at_;
   std::optional<int> replug_port_;
   Clock::time_point pause_until_;
+  int pulses_ = 0;      // towards a frame of lines
   uint64_t epoch_ = 0;  // changes whenever a frame being made becomes void
   uint64_t frame_number_ = 0;
   uint64_t counted_frames_ = 0;  // of those the pipe has sent

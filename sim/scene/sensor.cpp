@@ -58,6 +58,10 @@ int64_t site_of(int64_t start, int64_t step, int64_t index) {
   return start + index / 2 * 2 * step + (index & 1);
 }
 
+int64_t sensor_row(const Readout& readout, int64_t row) {
+  return site_of(readout.y, readout.step, readout.scan ? row & 1 : row);
+}
+
 /// The inverse of `site_of`, or -1 for a site that is skipped or lies before the start.
 int64_t index_of(int64_t start, int64_t step, int64_t site) {
   const int64_t distance = site - start;
@@ -142,7 +146,7 @@ Chain Sensor::Impl::chain_for(const Exposure& exposure) const {
 void Sensor::Impl::prepare_rows(const Readout& readout, int64_t rows) {
   std::vector<int> wanted;
   for (int64_t row = 0; row < rows; ++row) {
-    const int64_t y = site_of(readout.y, readout.step, row);
+    const int64_t y = sensor_row(readout, row);
     if (y >= description.height) break;
     if (y >= 0) wanted.push_back(static_cast<int>(y));
   }
@@ -152,7 +156,7 @@ void Sensor::Impl::prepare_rows(const Readout& readout, int64_t rows) {
 /// The light of `light.size()` samples of a row from `column` on, with the fixed pattern in it.
 void Sensor::Impl::collect(const Readout& readout, int64_t row, int64_t column,
                            std::span<float> light) const {
-  const int64_t y = site_of(readout.y, readout.step, row);
+  const int64_t y = sensor_row(readout, row);
   if (y < 0 || y >= description.height) {
     std::ranges::fill(light, 0.0F);
     return;
@@ -189,15 +193,18 @@ void Sensor::Impl::store(const Chain& chain, const float* light, const float* no
 void Sensor::Impl::stick(const Readout& readout, size_t samples, std::span<uint8_t> out) const {
   for (const StuckPixel& pixel : stuck) {
     const int64_t column = index_of(readout.x, readout.step, pixel.x);
-    const int64_t row = index_of(readout.y, readout.step, pixel.y);
-    if (column < 0 || column >= readout.width || row < 0 || row >= readout.height) continue;
-    const auto place = static_cast<size_t>(row * readout.width + column);
-    if (place >= samples) continue;
-    if (sample_size() == 1) {
-      out[place] = pixel.hot ? 0xFF : 0;
-    } else {
-      out[2 * place] = pixel.hot ? 0xFF : 0;
-      out[2 * place + 1] = pixel.hot ? 0x0F : 0;
+    const int64_t first = index_of(readout.y, readout.step, pixel.y);
+    const int64_t rows = readout.scan ? 2 : readout.height;
+    if (column < 0 || column >= readout.width || first < 0 || first >= rows) continue;
+    for (int64_t row = first; row < readout.height; row += readout.scan ? 2 : readout.height) {
+      const auto place = static_cast<size_t>(row * readout.width + column);
+      if (place >= samples) break;
+      if (sample_size() == 1) {
+        out[place] = pixel.hot ? 0xFF : 0;
+      } else {
+        out[2 * place] = pixel.hot ? 0xFF : 0;
+        out[2 * place + 1] = pixel.hot ? 0x0F : 0;
+      }
     }
   }
 }

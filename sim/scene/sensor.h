@@ -20,6 +20,8 @@ struct Readout {
   int width = 0;
   int height = 0;
   int step = 1;
+  bool scan =
+      false;  ///< the two uppermost rows over and over: what a line scan sees of a scene that stands still
 };
 
 /// How the sensor is made. Everything random in it follows from `seed`.

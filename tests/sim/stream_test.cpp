@@ -64,10 +64,15 @@ TEST(Stream, AReadThatEndsWithinAPacketOverflows) {
   EXPECT_EQ(host.read(kStreamRoom).bytes.size(), kWindow - 1024) << "the packet is lost";
 }
 
-TEST(Stream, TheTwelveBitModelSendsAByteASample) {
-  Host host("0x369B,fps=0,noise=0");
-  host.ask(kStartStream);
-  EXPECT_EQ(host.read(2 * 720 * 540 + 1024).bytes.size(), 720U * 540);
+TEST(Stream, TwelveBitsTakeTwoBytesUnlessTheBridgeSendsHalf) {
+  for (const auto& [description, size] :
+       {std::pair{"369B,fps=0,noise=0", 2 * 720U * 540}, {"369B,fps=0,noise=0,half", 720U * 540}}) {
+    Host host(description);
+    host.ask(kStartStream);
+    const auto frame = host.read(2 * 720 * 540 + 1024).bytes;
+    ASSERT_EQ(frame.size(), size);
+    for (size_t i = 1; i < frame.size(); i += 2) ASSERT_LT(frame[i], 16) << i;
+  }
 }
 
 TEST(Stream, TheSensorMakesThePixels) {

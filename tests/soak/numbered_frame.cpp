@@ -89,12 +89,10 @@ std::variant<uint64_t, std::string> read_numbered_frame(uint32_t camera, std::sp
 
 bool is_plain(std::span<const uint8_t> picture, const PictureShape& shape) {
   const size_t pixels = picture.size() / shape.channels;
-  const size_t allowed = shape.marked + (shape.half ? pixels / 2 : 0);
-  // Off the middle, where the end of a half frame may lie; with half a frame one of them meets it.
   const std::array<size_t, 4> samples = {pixels / 2 + pixels / 7, pixels / 3, pixels * 2 / 9,
                                          pixels * 7 / 9 + 11};
   return std::ranges::any_of(samples, [&](size_t at) {
-    return pixels_unlike(picture, shape.channels, picture.data() + at * shape.channels) <= allowed;
+    return pixels_unlike(picture, shape.channels, picture.data() + at * shape.channels) <= shape.marked;
   });
 }
 

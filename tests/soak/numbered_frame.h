@@ -24,7 +24,6 @@ std::variant<uint64_t, std::string> read_numbered_frame(uint32_t camera, std::sp
 struct PictureShape {
   size_t channels = 1;  ///< bytes per pixel; 4: the fourth is not looked at
   size_t marked = 0;    ///< pixels that the marks and the borders may colour differently
-  bool half = false;    ///< only one half of the picture is a frame, as on the 12-bit model
 };
 
 /// Whether a picture that the pipeline made of one numbered frame has one colour, as such a picture must

@@ -124,8 +124,6 @@ void PictureTaker::take_wrong_size() {
 }
 
 void PictureTaker::check_raw(std::span<const uint8_t> frame) {
-  // The 12-bit bridge sends as many bytes as there are samples, the first half of what a query copies.
-  if (camera().model().color == kxsim::ColorMode::kMono12) frame = frame.first(frame.size() / 2);
   const uint32_t number_of_camera = camera().number();
   const auto result = read_numbered_frame(number_of_camera, frame);
   if (const auto* fault = std::get_if<std::string>(&result))
@@ -147,8 +145,7 @@ void PictureTaker::check_picture(std::span<const uint8_t> picture, const Query& 
   // No shape of that many pixels that is in use has a longer border.
   const size_t border = kBorderPixels * (pixels / 128 + 128);
   const PictureShape shape{.channels = query.channels,
-                           .marked = kMarkedPixels + std::min(border, pixels / 4),
-                           .half = camera().model().color == kxsim::ColorMode::kMono12};
+                           .marked = kMarkedPixels + std::min(border, pixels / 4)};
   if (!is_plain(picture, shape))
     stage_.violations.add(fmt::format("camera {}: a picture of format {:#x} and {} bytes is not of one frame",
                                       camera().number(), query.format, picture.size()));

@@ -8,11 +8,6 @@ namespace kxsim {
 
 namespace {
 
-uint32_t sensor_value(const RegisterFiles& files, uint16_t address) {
-  const auto found = files.sensor.find(address);
-  return found == files.sensor.end() ? 0 : found->second;
-}
-
 double by_tenths_of_decibel(double tenths) {
   return std::pow(10.0, tenths / 200.0);
 }

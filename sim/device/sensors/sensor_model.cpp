@@ -9,15 +9,6 @@ namespace kxsim {
 
 namespace {
 
-uint32_t value_in(const Registers& registers, uint16_t address) {
-  const auto found = registers.find(address);
-  return found == registers.end() ? 0 : found->second;
-}
-
-uint32_t sensor_value(const RegisterFiles& files, uint16_t address) {
-  return value_in(files.sensor, address);
-}
-
 /// Pixel clocks in MHz for each PixelClock; 0 where no such camera was built.
 struct Clocks {
   double older = 0;
@@ -145,86 +136,149 @@ double line_0920(const LineConditions& at) {
   return shared_line(at, 125.6, 720, 57.6);
 }
 
+double above(double value, double least) {
+  return std::max(value - least, 0.0);
+}
+
+double pause_in_06(const RegisterFiles& files, int /*width*/, int /*height*/) {
+  return above(sensor_value(files, 0x06), 45);
+}
+
+template <int kLeast>
+double pause_in_300a(const RegisterFiles& files, int /*width*/, int height) {
+  return above(sensor_value(files, 0x300A), height + kLeast);
+}
+
+double pause_in_04(const RegisterFiles& files, int /*width*/, int /*height*/) {
+  return above(value_in(files.apart, 0x04) & 0xFFF, 112);
+}
+
+double pause_3130(const RegisterFiles& files, int /*width*/, int /*height*/) {
+  return above(sensor_value(files, 0x320E) << 8 | sensor_value(files, 0x320F), 526);
+}
+
+double pause_0410(const RegisterFiles& files, int width, int height) {
+  const int wide = std::max(width - 2048, 0) * 556 / 640;
+  const int least = height == 1520 ? 1786 + wide : height > 1200 ? 1786 : 1658;
+  return above(sensor_value(files, 0x320E) << 8 | sensor_value(files, 0x320F), least);
+}
+
+/// The whole frame in lines of a microsecond; in line scan each line has its own.
+double pause_in_c8(const RegisterFiles& files, int width, int height) {
+  return above(sensor_value(files, 0xC8), width / 8 * 8 * height * 0.003515625 + 80);
+}
+
 const RegisterNumber kBridgeFrame = {{0x14, 0, true}, {0x1E, 16, true}};
+template <int kLeast>
+double pause_of_frame(const RegisterFiles& files, int /*width*/, int /*height*/) {
+  return above(number_in(files, kBridgeFrame), kLeast);
+}
+
 const RegisterNumber kBridgeShutter = {{0x0A, 0, true}, {0x0B, 16, true}};
 
 // Every sensor powers up at an exposure of a few hundred lines.
 const std::vector<SensorModel> kModels = {
     {.ids = {0x030},
+     .registers = {0x05, 0x06, 0x07, 0x0B, 0x1B, 0x35, 0xAF},
      .power_up = {.sensor = {{0x05, 94}, {0x0B, 481}, {0x35, 16}}},
      .lines = {{0x0B}},
      .lines_offset = -1,
      .gain = gain_in_sixteenths,
-     .line_ms = line_0030},
+     .line_ms = line_0030,
+     .extra_lines = pause_in_06},
     {.ids = {0x130},
+     .registers = {0x05, 0x06, 0x09, 0x0B, 0x1E, 0x35},
      .power_up = {.sensor = {{0x05, 19}, {0x09, 400}, {0x35, 8}}},
      .lines = {{0x09}},
      .gain = gain_in_three_ranges,
-     .line_ms = line_0130},
+     .line_ms = line_0130,
+     .extra_lines = pause_in_06},
     {.ids = {0x300},
+     .registers = {0x05, 0x06, 0x09, 0x0A, 0x0B, 0x0D, 0x1E, 0x35},
      .power_up = {.sensor = {{0x05, 142}, {0x09, 400}, {0x35, 8}}},
      .lines = {{0x09}},
      .gain = gain_with_doubler,
-     .line_ms = line_0300},
+     .line_ms = line_0300,
+     .extra_lines = pause_in_06},
     {.ids = {0x500},
+     .registers = {0x06, 0x09, 0x0B, 0x1E, 0x35},
      .power_up = {.sensor = {{0x09, 400}, {0x35, 8}}},
      .lines = {{0x09}},
      .gain = gain_with_doubler,
-     .line_ms = line_0500},
+     .line_ms = line_0500,
+     .extra_lines = pause_in_06},
     {.ids = {0x120},
+     .registers = {0x300C, 0x3012, 0x301A, 0x3046, 0x305E, 0x30B0},
      .power_up = {.sensor = {{0x300C, 1650}, {0x3012, 400}, {0x305E, 32}}},
      .lines = {{0x3012}},
      .gain = gain_in_32nds,
      .factory_gain = 0.5,
      .line_ms = line_0120},
     {.ids = {0x200},
+     .registers = {0x300C, 0x3012, 0x301A, 0x305E, 0x3060},
      .power_up = {.sensor = {{0x300C, 2200}, {0x3012, 400}, {0x305E, 128}}},
      .lines = {{0x3012}},
      .gain = gain_in_128ths,
      .line_ms = line_0200},
     {.ids = {0xA00},
+     .registers = {0x300A, 0x300C, 0x3012, 0x301A, 0x305E},
      .power_up = {.sensor = {{0x300C, 9352}, {0x3012, 400}, {0x305E, 6208}}},
      .lines = {{0x3012}},
      .gain = gain_of_columns,
-     .line_ms = line_0A00},
+     .line_ms = line_0A00,
+     .extra_lines = pause_in_300a<143>},
     {.ids = {0xE00},
+     .registers = {0x300A, 0x300C, 0x3012, 0x305E},
      .power_up = {.sensor = {{0x300C, 5024}, {0x3012, 400}, {0x305E, 6208}}},
      .lines = {{0x3012}},
      .gain = gain_of_columns,
-     .line_ms = line_0E00},
+     .line_ms = line_0E00,
+     .extra_lines = pause_in_300a<146>},
     {.ids = {0x180},
+     .registers = {0x0340, 0x300A, 0x300C, 0x3012, 0x301A, 0x305E},
      .power_up = {.sensor = {{0x300C, 10664}, {0x3012, 400}, {0x305E, 0x2040}}},
      .lines = {{0x3012}},
      .gain = gain_of_range_and_digits,
-     .line_ms = line_0180},
+     .line_ms = line_0180,
+     .extra_lines = pause_in_300a<116>},
     {.ids = {0x510},
+     .registers = {0x300A, 0x300C, 0x3012, 0x301A, 0x305E},
      .power_up = {.sensor = {{0x300C, 3204}, {0x3012, 400}, {0x305E, 0x3000}}},
      .lines = {{0x3012}},
      .gain = gain_of_product,
      .factory_gain = 1.47,
-     .line_ms = line_0510},
+     .line_ms = line_0510,
+     .extra_lines = pause_in_300a<100>},
     {.ids = {0xE60},
+     .registers = {0x04, 0x0B, 0x0E, 0x11},
      .power_up = {.sensor = {{0x04, 105}, {0x0E, 400}, {0x11, 0x080}}},
      .lines = {{0x0E}},
      .gain = gain_from_128,
      .factory_gain = 1.06,
      .line_ms = line_0E60,
+     .extra_lines = pause_in_04,
      .apart = {0x04}},
     {.ids = {0xE70},
+     .registers = {0x04, 0x0B, 0x0E, 0x11},
      .power_up = {.sensor = {{0x04, 125}, {0x0E, 400}, {0x11, 0x080}}},
      .lines = {{0x0E}},
      .gain = gain_from_128,
      .factory_gain = 1.06,
      .line_ms = line_0E70,
+     .extra_lines = pause_in_04,
      .apart = {0x04}},
     {.ids = {0x3130},
+     .registers = {0x320C, 0x320D, 0x320E, 0x320F, 0x3234, 0x3E01, 0x3E02, 0x3E08, 0x3E09},
      .power_up = {.sensor = {{0x320C, 0x06}, {0x320D, 0x40}, {0x3E01, 25}, {0x3E08, 3}, {0x3E09, 32}}},
      .lines = {{0x3E01, 4}, {0x3E02, -4}},
      .gain = gain_of_powers,
      .factory_gain = 1.22,
      .line_ms = line_3130,
+     .extra_lines = pause_3130,
      .restarts_on_first_pulse = true},
     {.ids = {0x400},
+     .registers = {0x320C, 0x320D, 0x3222, 0x3230, 0x3231, 0x3800, 0x3E00, 0x3E01, 0x3E02, 0x3E06, 0x3E07,
+                   0x3E08, 0x3E09},
      .power_up = {.sensor = {{0x320C, 0x05}, {0x320D, 0x46}, {0x3E01, 25}, {0x3E08, 3}, {0x3E09, 64}}},
      .lines = {{0x3E00, 12}, {0x3E01, 4}, {0x3E02, -4}},
      .gain = gain_of_stages,
@@ -232,21 +286,28 @@ const std::vector<SensorModel> kModels = {
      .line_ms = line_0400,
      .restarts_on_first_pulse = true},
     {.ids = {0x410},
+     .registers = {0x320C, 0x320D, 0x320E, 0x320F, 0x3222, 0x3230, 0x3231, 0x36EA, 0x3800, 0x3E00, 0x3E01,
+                   0x3E02, 0x3E08, 0x3E09},
      .power_up =
          {.sensor =
               {{0x320C, 0x05}, {0x320D, 0x46}, {0x36EA, 0x0A}, {0x3E01, 25}, {0x3E08, 0}, {0x3E09, 168}}},
      .lines = {{0x3E00, 12}, {0x3E01, 4}, {0x3E02, -4}},
      .gain = gain_in_168ths,
      .line_ms = line_0410,
+     .extra_lines = pause_0410,
      .restarts_on_first_pulse = true},
     {.ids = {0xA30, 0xB10, 0xB20, 0xB50},
+     .registers = {0xC0, 0xC8, 0xC9, 0xCD},
      .power_up = {.sensor = {{0xC9, 2000}, {0xCD, 192}}},
      .lines = {{0xC9}},
      .gain = gain_in_192nds,
      .line_ms = fixed_line<1000>,
+     .extra_lines = pause_in_c8,
      .rolling = false,
-     .light = 4},
+     .light = 4,
+     .scans_lines = true},
     {.ids = {0x600, 0x610, 0x620, 0x630, 0x650, 0x680, 0x710},
+     .registers = {0x3204, 0x3205},
      .power_up = {.bridge = {{0x0A, 4000}}},
      .lines = kBridgeShutter,
      .lines_divisor = 10,
@@ -255,42 +316,53 @@ const std::vector<SensorModel> kModels = {
      .line_ms = fixed_line<10000>,
      .rolling = false},
     {.ids = {0xC30, 0xC50, 0xC80},
+     .registers = {0x13, 0x14, 0x15, 0x17, 0x19, 0x1B},
      .power_up = {.bridge = {{0x0A, 4000}}},
      .lines = kBridgeShutter,
      .lines_divisor = 10,
      .gain = gain_of_ramp_1024,
      .line_ms = fixed_line<10000>,
-     .rolling = false},
+     .rolling = false,
+     .bridge_exposes = true},
     {.ids = {0x860},
+     .registers = {0x3007, 0x301B, 0x301F, 0x3034, 0x3035, 0x3036},
      .power_up = {.sensor = {{0x3034, 0x23}, {0x3035, 0x07}}, .bridge = {{0x14, 2227}, {0x15, 2227}}},
      .lines = kBridgeFrame,
      .idle_lines = {{0x3034}, {0x3035, 8}, {0x3036, 16}},
      .gain = gain_in_decibels_301f,
      .factory_gain = 1.19,
-     .line_ms = line_0860},
+     .line_ms = line_0860,
+     .extra_lines = pause_of_frame<2227>},
     {.ids = {0x3200},
+     .registers = {0x3014, 0x3020, 0x3021},
      .power_up = {.sensor = {{0x3020, 0xD7}, {0x3021, 0x02}}, .bridge = {{0x14, 1128}, {0x15, 1128}}},
      .lines = kBridgeFrame,
      .idle_lines = {{0x3020}, {0x3021, 8}},
      .lines_offset = -1,
      .gain = gain_in_decibels_3014,
      .factory_gain = 1.23,
-     .line_ms = fixed_line<7385>},
+     .line_ms = fixed_line<7385>,
+     .extra_lines = pause_of_frame<1128>},
     {.ids = {0x910},
+     .registers = {0x09, 0x0A, 0x0B, 0x0C, 0x11, 0x0352, 0x0353},
      .power_up = {.sensor = {{0x0B, 0x19}, {0x0C, 0x0C}}, .bridge = {{0x14, 3500}}},
      .lines = kBridgeFrame,
      .idle_lines = {{0x0B}, {0x0C, 8}},
      .lines_offset = -3,
      .gain = gain_of_ramp_2048,
-     .line_ms = line_0910},
+     .line_ms = line_0910,
+     .extra_lines = pause_of_frame<3500>},
     // The bridge ends the exposure of this one.
     {.ids = {0x920},
+     .registers = {0x08, 0x09, 0x0A, 0x0B, 0x0C, 0x11, 0x45},
      .power_up = {.bridge = {{0x0A, 399}, {0x14, 4705}, {0x15, 4705}}},
      .lines = kBridgeShutter,
      .lines_offset = 1,
      .gain = gain_of_ramp_2048,
-     .line_ms = line_0920},
+     .line_ms = line_0920,
+     .extra_lines = pause_of_frame<4705>},
     {.ids = {0xDC0},
+     .registers = {0x0E, 0x0F, 0x15, 0x16, 0x18, 0x1A, 0x1C, 0x1E, 0x1F, 0x20, 0x21},
      .power_up = {.sensor = {{0x0E, 0x01}, {0x0F, 0x90}, {0x15, 0}, {0x20, 0x12}, {0x21, 0xC0}}},
      .lines = {{0x0E, 8}, {0x0F}},
      .gain = gain_of_ramp_256,
@@ -317,7 +389,7 @@ const SensorModel* find_sensor_model(uint32_t sensor_id) {
   return found == kModels.end() ? nullptr : &*found;
 }
 
-ShutterState shutter_state(const SensorModel& model, const RegisterFiles& files, int width,
+ShutterState shutter_state(const SensorModel& model, const RegisterFiles& files, int width, int height,
                            PixelClock clock) {
   const double count =
       static_cast<double>(number_in(files, model.lines)) - number_in(files, model.idle_lines);
@@ -326,6 +398,7 @@ ShutterState shutter_state(const SensorModel& model, const RegisterFiles& files,
   return {.line_ms = line_ms,
           .exposure_ms = lines * line_ms,
           .gain = model.gain(files),
+          .extra_lines = model.extra_lines != nullptr ? model.extra_lines(files, width, height) : 0,
           .rolling = model.rolling};
 }
 
