@@ -34,8 +34,25 @@ void BulkPipe::clear_halt() {
   pump();
 }
 
-void BulkPipe::send(WireFrame frame) {
+size_t BulkPipe::wanted() const {
+  const Transfer& transfer = *reads_.front().transfer;
+  return std::min(segment_end(), sent_ + transfer.data.size() - transfer.transferred);
+}
+
+void BulkPipe::arrive(size_t bytes) {
+  arrived_ = bytes;
+  pump();
+}
+
+void BulkPipe::lose(size_t place, size_t bytes) {
+  auto& all = frame_->bytes;
+  const auto first = all.begin() + static_cast<ptrdiff_t>(std::min(place, all.size()));
+  all.erase(first, first + static_cast<ptrdiff_t>(std::min<size_t>(bytes, all.end() - first)));
+}
+
+void BulkPipe::send(WireFrame frame, size_t arrived) {
   frame_ = std::move(frame);
+  arrived_ = arrived;
   sent_ = 0;
   segment_start_ = 0;
   pump();
@@ -111,7 +128,9 @@ void BulkPipe::copy(Transfer& transfer, size_t length) {
 bool BulkPipe::move_bytes(Transfer& transfer) {
   const size_t left = segment_end() - sent_;
   const size_t room = transfer.data.size() - transfer.transferred;
-  copy(transfer, std::min(left, room));
+  const size_t here = std::max(arrived_, sent_) - sent_;
+  copy(transfer, std::min({left, room, here}));
+  if (here < std::min(left, room)) return false;
   if (left <= room) return end_segment(transfer);
   if (room % packet_size_ != 0) {
     // The packet that did not fit is lost as a whole.

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <deque>
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -33,9 +34,21 @@ class BulkPipe {
   void clear_halt();
 
   bool wants_frame() const { return !reads_.empty() && !frame_; }
+  bool holds_frame() const { return frame_.has_value(); }
+  /// Reads wait for bytes of the frame that is here.
+  bool waits_for_bytes() const { return frame_ && !reads_.empty(); }
+  bool has_reads() const { return !reads_.empty(); }
+  /// Bytes of the frame that the host has.
+  size_t sent() const { return sent_; }
+  /// Bytes of the frame that there must be to finish the first read.
+  size_t wanted() const;
+  /// So much of the frame is here; all of it if nobody says so.
+  void arrive(size_t bytes);
+  /// Takes bytes out of the frame.
+  void lose(size_t place, size_t bytes);
   /// A frame is here of which the host has nothing yet.
   bool holds_untouched_frame() const { return frame_ && sent_ == 0; }
-  void send(WireFrame frame);
+  void send(WireFrame frame, size_t arrived = std::numeric_limits<size_t>::max());
   void drop_frame();
   /// Ends the frame where it is: a host that has part of it gets no more than a short packet.
   void cut_frame();
@@ -73,6 +86,7 @@ class BulkPipe {
   bool halted_ = false;
   std::optional<WireFrame> frame_;
   size_t sent_ = 0;           // bytes of frame_
+  size_t arrived_ = 0;        // of the sensor's
   size_t segment_start_ = 0;  // where the current segment of frame_ began
   Counters counters_;
   std::vector<uint8_t> spare_;

@@ -41,6 +41,18 @@ Number integer(std::string_view key, std::string_view value) {
   return *number;
 }
 
+/// With K or M behind it in units of 1024 or of their square.
+size_t byte_count(std::string_view key, std::string_view value) {
+  constexpr uint32_t kMost = 1U << 30;
+  uint32_t unit = 1;
+  if (value.ends_with('K')) unit = 1U << 10;
+  if (value.ends_with('M')) unit = 1U << 20;
+  const auto number = read_integer<uint32_t>(unit == 1 ? value : value.substr(0, value.size() - 1));
+  if (!number || *number == 0 || *number > kMost / unit)
+    refuse(key, value, "1 to 1024M bytes, such as 65536 or 64K");
+  return size_t{*number} * unit;
+}
+
 double real(std::string_view key, std::string_view value, double maximum) {
   double number = 0;
   const auto [end, error] = std::from_chars(value.data(), value.data() + value.size(), number);
@@ -115,6 +127,8 @@ constexpr CameraOption kOptions[] = {
      [](O& o, S k, S v) { o.generic_id = flag(k, v); }},
     {"fps", "=NUMBER", "frames a second; 0 = as fast as the program reads",
      [](O& o, S k, S v) { o.frame_rate = real(k, v, 100000); }},
+    {"fifo", "=BYTES", "room for what the sensor sends meanwhile, such as 64K (default: a frame)",
+     [](O& o, S k, S v) { o.fifo = byte_count(k, v); }},
     {"speed", "=high|super", "speed of the USB link", [](O& o, S k, S v) { o.speed = speed(k, v); }},
     {"eeprom", "=FILE", "keep the EEPROM in a file",
      [](O& o, S k, S v) { o.eeprom_file = text_up_to(4096, k, v); }},
@@ -223,6 +237,11 @@ CameraOptions parse_camera_options(std::string_view text) {
     option->set(options, key, value);
   }
   return options;
+}
+
+std::optional<Lighting> with_light(CameraOptions options, std::string_view value) {
+  set_light(options, "light", value);
+  return options.lighting;
 }
 
 std::string camera_options_help() {

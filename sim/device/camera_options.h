@@ -30,6 +30,8 @@ struct CameraOptions {
   bool blank = false;          ///< nothing but the serial number was ever written to it
   bool write_protect = false;  ///< the EEPROM refuses writes
   double frame_rate = 10.0;    ///< frames a second; 0 = as fast as the host reads
+  /// Bytes that the bridge holds while the host asks for nothing; 0 = a whole frame, until the next.
+  size_t fifo = 0;
   UsbSpeed speed = UsbSpeed::kSuper;
   std::filesystem::path eeprom_file;  ///< keeps the EEPROM between runs; empty = none
   bool noise = true;
@@ -59,6 +61,10 @@ class BadCameraOptions : public std::runtime_error {
 /// Reads "MODEL[,key=value]...", where MODEL is a product id in hexadecimal or a model's name, with or
 /// without the word "Model". Throws BadCameraOptions.
 CameraOptions parse_camera_options(std::string_view text);
+
+/// The lighting of such a camera with what the option `light` would make of that value. Throws
+/// BadCameraOptions.
+std::optional<Lighting> with_light(CameraOptions options, std::string_view value);
 
 /// The keys and what they mean, a line each.
 std::string camera_options_help();

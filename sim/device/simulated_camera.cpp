@@ -101,6 +101,7 @@ SimulatedCamera::SimulatedCamera(CameraOptions options)
       bridge_(options_),
       pipe_(bulk_packet_size(options_.speed)),
       clock_(bridge_.frame_period()),
+      fifo_(options_.fifo),
       thread_([this] { run(); }) {}
 
 SimulatedCamera::~SimulatedCamera() {
@@ -312,8 +313,12 @@ bool SimulatedCamera::submit_bulk(Transfer& transfer) {
   const std::lock_guard lock(mutex_);
   if (!powered_) return false;
   ++counters_.bulk_reads;
+  if (fifo_.limited() && !pipe_.has_reads()) {
+    asked_at_ = Clock::now();
+    overflow(asked_at_);
+  }
   // The bridge holds one frame; a newer one has overwritten it meanwhile.
-  if (pipe_.holds_untouched_frame() && clock_.newer_frame(Clock::now())) {
+  if (!fifo_.limited() && pipe_.holds_untouched_frame() && clock_.newer_frame(Clock::now())) {
     pipe_.drop_frame();
     ++stale_frames_;
   }
@@ -322,7 +327,38 @@ bool SimulatedCamera::submit_bulk(Transfer& transfer) {
   pipe_.read(transfer, fault);
   if (fault == BulkFault::Action::kUnplug) pull(UnplugFault());
   count_sent_frames();
-  if (pipe_.wants_frame()) wake_.notify_all();
+  if (fifo_.limited() || pipe_.wants_frame()) wake_.notify_all();
+  return true;
+}
+
+/// The host has asked for nothing until then.
+void SimulatedCamera::overflow(Clock::time_point until) {
+  if (!pipe_.holds_frame()) return;
+  const size_t lost = fifo_.overflow(until, pipe_.sent());
+  if (lost == 0) return;
+  pipe_.lose(pipe_.sent() + fifo_.depth(), lost);
+  counters_.bytes_lost += lost;
+  counters_.frames_cut += cut_ ? 0 : 1;
+  cut_ = true;
+}
+
+/// Passes on what has come of the frame.
+void SimulatedCamera::feed(Clock::time_point now) {
+  if (!pipe_.waits_for_bytes()) return;
+  const size_t kept = fifo_.kept(now);
+  pipe_.arrive(kept);
+  if (!pipe_.holds_frame()) {
+    taken_at_ = now;
+  } else if (!pipe_.has_reads()) {
+    fifo_.taken_all(now, pipe_.sent());
+  }
+  count_sent_frames();
+}
+
+bool SimulatedCamera::fifo_work() {
+  const auto now = Clock::now();
+  if (!fifo_.limited() || !pipe_.waits_for_bytes() || now < fifo_.when(pipe_.wanted())) return false;
+  feed(now);
   return true;
 }
 
@@ -485,7 +521,7 @@ void SimulatedCamera::run() {
 }
 
 bool SimulatedCamera::work(Lock& lock) {
-  return plug_work(lock) || frame_work(lock);
+  return plug_work(lock) || fifo_work() || frame_work(lock);
 }
 
 std::optional<SimulatedCamera::Clock::time_point> SimulatedCamera::next_work() const {
@@ -496,6 +532,7 @@ std::optional<SimulatedCamera::Clock::time_point> SimulatedCamera::next_work() c
   if (!powered_) return next;
   if (const auto timed = faults_.next_timed()) consider(powered_since_ + *timed);
   if (const auto due = frame_due()) consider(due);
+  if (fifo_.limited() && pipe_.waits_for_bytes()) consider(fifo_.when(pipe_.wanted()));
   return next;
 }
 
@@ -518,7 +555,9 @@ bool SimulatedCamera::plug_work(Lock& lock) {
 }
 
 std::optional<SimulatedCamera::Clock::time_point> SimulatedCamera::frame_due() const {
-  if (!pipe_.wants_frame() || faults_.stream_ended()) return std::nullopt;
+  // A sensor behind a FIFO does not wait for the host.
+  const bool room = fifo_.limited() ? !pipe_.holds_frame() : pipe_.wants_frame();
+  if (!room || faults_.stream_ended()) return std::nullopt;
   const auto due = clock_.next_due();
   return due ? std::optional(std::max(*due, pause_until_)) : std::nullopt;
 }
@@ -543,7 +582,14 @@ bool SimulatedCamera::frame_work(Lock& lock) {
     return true;
   }
   if (bridge_.exposes_itself()) bridge_.follow_level(mean_level(frame->bytes, model().color));
-  pipe_.send(std::move(*frame));
+  if (!fifo_.limited()) {
+    pipe_.send(std::move(*frame));
+  } else {
+    cut_ = false;
+    fifo_.begin(std::max(*due, taken_at_), frame->bytes.size(), bridge_.frame_period() * 9 / 10);
+    pipe_.send(std::move(*frame), 0);
+    if (pipe_.has_reads()) overflow(asked_at_);
+  }
   count_sent_frames();
   return true;
 }

@@ -19,6 +19,7 @@
 #include "device/fault_injector.h"
 #include "device/frame_clock.h"
 #include "device/frame_maker.h"
+#include "device/sensor_fifo.h"
 #include "device/transfer.h"
 
 namespace kxsim {
@@ -50,6 +51,8 @@ struct CameraCounters {
   uint64_t frames_withdrawn = 0;  ///< made, then void by a reset, an unplugging, a stop or a new geometry
   uint64_t frames_stale = 0;      ///< made, then replaced by a newer one because the host did not read
   uint64_t frames_dropped = 0;    ///< lost because the host did not read, made or not
+  uint64_t frames_cut = 0;        ///< of those sent: without bytes that the FIFO had no room for
+  uint64_t bytes_lost = 0;        ///< of those frames
   uint64_t resets = 0;            ///< bus resets
   uint64_t faults = 0;            ///< requests, bulk reads and frames that went wrong by a fault
 };
@@ -167,6 +170,9 @@ class SimulatedCamera {
   std::optional<Clock::time_point> frame_due() const;
   bool plug_work(Lock& lock);
   bool frame_work(Lock& lock);
+  bool fifo_work();
+  void overflow(Clock::time_point until);
+  void feed(Clock::time_point now);
   std::optional<WireFrame> make_frame(Lock& lock, const FrameRequest& request,
                                       const std::optional<FrameFault>& fault);
 
@@ -179,6 +185,10 @@ class SimulatedCamera {
   Bridge bridge_;
   BulkPipe pipe_;
   FrameClock clock_;
+  SensorFifo fifo_;
+  Clock::time_point asked_at_;  // when the host last asked after a pause
+  Clock::time_point taken_at_;  // when the frame before was taken
+  bool cut_ = false;            // something of the frame is lost
   FaultInjector faults_;
   bool open_denied_ = false;
   bool claim_busy_ = false;

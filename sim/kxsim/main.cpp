@@ -49,7 +49,7 @@ int dispatch(int argc, char** argv) {
   run->add_option("command", run_options.command, "The command and its arguments, after --")->required();
 
   kxsim::ServeOptions serve_options;
-  auto* const serve = app.add_subcommand("serve", "Lend simulated cameras to virtual machines");
+  auto* const serve = app.add_subcommand("serve", "Export simulated cameras to virtual machines");
   add_camera_options(*serve, serve_options);
   serve->add_option("-d,--directory", serve_options.folder, "Where the sockets camera1.sock, ... are put")
       ->check(CLI::ExistingDirectory)

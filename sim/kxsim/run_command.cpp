@@ -4,6 +4,8 @@
 #include <cstdlib>
 #include <stdexcept>
 
+#include <unistd.h>
+
 #include "device/camera_options.h"
 #include "device/view.h"
 #include "kxsim/child_process.h"
@@ -50,6 +52,8 @@ int run_command(const RunOptions& options) {
   set_variable("KXSIM_FAULTS", read_fault_option(options.faults));
   const auto module = find_companion("libkxsim-usbfs.so");
   set_variable("KXUSB_CONF", (options.conf.empty() ? find_companion("kxsim.conf") : options.conf).string());
+  // An abstract name, of which nothing is left when the program ends.
+  setenv("KXSIM_SOCKET", ("@kxsim-" + std::to_string(getpid())).c_str(), 0);
   preload(module);
   return run_child(options.command);
 }

@@ -15,10 +15,10 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include "device/console.h"
 #include "device/fault_script.h"
 #include "device/view.h"
 #include "kxsim/fault_option.h"
-#include "kxsim/serve_console.h"
 #include "usbredir/camera_port.h"
 
 namespace kxsim {
@@ -88,8 +88,31 @@ Ports open_ports(const ServeOptions& options) {
   return ports;
 }
 
+const char* state_name(CameraPort::State state) {
+  switch (state) {
+    case CameraPort::State::kUnplugged:
+      return "unplugged";
+    case CameraPort::State::kNoHost:
+      return "no host";
+    case CameraPort::State::kAttached:
+      return "attached";
+  }
+  return "?";
+}
+
+Console make_console(const Ports& ports) {
+  std::vector<ConsoleCamera> cameras;
+  for (const auto& port : ports) {
+    cameras.push_back({.camera = port->camera(),
+                       .plug = [&port] { port->plug(); },
+                       .unplug = [&port] { port->unplug(); },
+                       .state = [&port] { return state_name(port->state()); }});
+  }
+  return Console(std::move(cameras));
+}
+
 void serve(const Ports& ports, const EndSignals& signals) {
-  ServeConsole console(ports);
+  auto console = make_console(ports);
   InputLines input;
   std::vector<pollfd> descriptors;
   while (!console.quit()) {

@@ -14,7 +14,7 @@ struct ServeOptions {
   std::filesystem::path folder = ".";  ///< of the sockets camera1.sock, camera2.sock, ...
 };
 
-/// Lends the cameras to virtual machines, and takes commands from standard input, until a signal or a
+/// Exports the cameras to virtual machines, and takes commands from standard input, until a signal or a
 /// command ends it. Returns the exit status. Throws std::runtime_error for options that make no sense.
 int serve_command(const ServeOptions& options);
 

@@ -151,14 +151,34 @@ TEST(FaultScript, MistakesAreNamedWithTheirPlace) {
   EXPECT_THAT(script_complaint("bulk 1 stall\n\nrequest 1 stal"),
               AllOf(HasSubstr("line 3"), HasSubstr("'stal'"), HasSubstr("timeout")));
   EXPECT_THAT(script_complaint("frame 1 short"), AllOf(HasSubstr("bytes"), HasSubstr("end of the line")));
-  for (const char* bad :
-       {"explode", "request", "request 0 stall", "request x stall", "request 5-3 stall", "request -3 stall",
-        "request 1 of stall", "request 1 of 0x100 stall", "request 1 stall now", "request 1 reply",
-        "request 1 reply zz", "bulk 1 short 3", "frame 1 split 0", "frame 1 short -1",
-        "frame 1 short 99999999999999999999", "stream ends", "eeprom lives", "unplug", "unplug at 5",
-        "unplug after 0 frames", "unplug after 5 cats", "unplug at 1s back",
-        "unplug at 1s back after 1s on port 0", "unplug at 1s back after 1s on port 65", "claim idle",
-        "camera 0 open denied", "camera 1", "camera 2 bulk 1 stal"}) {
+  for (const char* bad : {"explode",
+                          "request",
+                          "request 0 stall",
+                          "request x stall",
+                          "request 5-3 stall",
+                          "request -3 stall",
+                          "request 1 of stall",
+                          "request 1 of 0x100 stall",
+                          "request 1 stall now",
+                          "request 1 reply",
+                          "request 1 reply zz",
+                          "bulk 1 short 3",
+                          "frame 1 split 0",
+                          "frame 1 short -1",
+                          "frame 1 short 99999999999999999999",
+                          "stream ends",
+                          "eeprom lives",
+                          "unplug",
+                          "unplug at 5",
+                          "unplug after 0 frames",
+                          "unplug after 5 cats",
+                          "unplug at 1s back",
+                          "unplug at 1s back after 1s on port 0",
+                          "unplug at 1s back after 1s on port 65",
+                          "claim idle",
+                          "camera 0 open denied",
+                          "camera 1",
+                          "camera 2 bulk 1 stal"}) {
     EXPECT_THAT(script_complaint(bad), HasSubstr("expected")) << bad;
   }
 }

@@ -105,6 +105,17 @@ TEST_F(KxsimRun, ListingProgramsShowNames) {
               AllOf(HasSubstr("1 kxsim\n"), HasSubstr("2 Model 5MP-C\n")));
 }
 
+// As a test of an application does it: the cable of the camera that it has open is pulled from outside.
+TEST_F(KxsimRun, ARunningProgramsCamerasTakeCommands) {
+  constexpr const char* kScript =
+      "run -c 3500 -c 0500 -- sh -c '" PROBE " wait & while ! " PROBE
+      " tell status >/dev/null 2>&1; do sleep 0.01; done; " PROBE " tell unplug 1; " PROBE
+      " tell unplug; " PROBE " tell status; " PROBE " tell plug 1; wait'";
+  EXPECT_THAT(kxsim(kScript).output,
+              testing::MatchesRegex("ok\nerror: expected the number of a camera, 1 to 2\n"
+                                    "camera 1: unplugged, .*\ncamera 2: plugged in, .*\nok\nback\n"));
+}
+
 TEST_F(KxsimRun, TheExitStatusIsTheCommands) {
   EXPECT_EQ(kxsim("run -- sh -c 'exit 42'").status, 42);
   EXPECT_EQ(kxsim("run -- sh -c 'kill -9 $$'").status, 128 + 9);
@@ -150,11 +161,11 @@ TEST(Kxsim, WrongOptionsAreNamedAndNothingRuns) {
 
 TEST(Kxsim, ServedCamerasTakeCommands) {
   const std::string folder = testing::TempDir() + "kxsim-serve";
-  const auto result =
-      shell("mkdir -p " + folder + " && cd " + folder +
-            " && printf 'status\\nunplug 2\\nunplug\\nunplug 3\\nfault bulk 1 melt\\nfault bulk 1 "
-            "stall\\nmend\\nstatus\\nplug 2\\ndance\\nquit\\n' | " +
-            KXSIM + " serve -c 3500 -c 0500,serial=SECOND000002; ls");
+  const auto result = shell(
+      "mkdir -p " + folder + " && cd " + folder +
+      " && printf 'status\\nunplug 2\\nunplug\\nunplug 3\\nfault bulk 1 melt\\nfault bulk 1 "
+      "stall\\nclear-faults\\nlight 2 0.5\\nlight off\\nlight x\\nstatus\\nplug 2\\ndance\\nquit\\n' | " +
+      KXSIM + " serve -c 3500 -c 0500,serial=SECOND000002; ls");
   EXPECT_EQ(result.status, 0);
   constexpr const char* kOutput =
       "camera 1: Model 5MP-C KXSIM0000001 at ./camera1.sock\n"
@@ -165,7 +176,8 @@ TEST(Kxsim, ServedCamerasTakeCommands) {
       "error: expected the number of a camera, 1 to 2\n"
       "error: expected the number of a camera, 1 to 2\n"
       "error: .*'melt'.*\n"
-      "ok\nok\n"
+      "ok\nok\nok\nok\n"
+      "error: .*'light=x'.*\n"
       "camera 1: no host, .*\n"
       "camera 2: unplugged, .*\n"
       "ok\n"

@@ -118,6 +118,23 @@ TEST(Stream, TheRateHoldsAndUnreadFramesAreCounted) {
   EXPECT_LT(steady_clock::now() - late, milliseconds(100)) << "the latest frame is there at once";
 }
 
+TEST(Stream, AFifoHoldsWhatComesBetweenTransfersAndNoMore) {
+  for (const auto& [camera, loses] : {std::pair{"3500,fps=20,fifo=1K", true},
+                                      {"3500,fps=20,fifo=1M", false},
+                                      {"3500,fps=0,fifo=1K", false}}) {
+    SCOPED_TRACE(camera);
+    Streaming host(camera);
+    constexpr size_t kPart = 64 * 1024;
+    size_t received = host.read(kPart).bytes.size();
+    EXPECT_EQ(received, kPart);
+    std::this_thread::sleep_for(milliseconds(20));
+    received += host.read(kStreamRoom).bytes.size();
+    const auto counters = host.camera.counters();
+    EXPECT_EQ(received + counters.bytes_lost, kWindow);
+    EXPECT_EQ(counters.frames_cut, loses ? 1U : 0U);
+  }
+}
+
 TEST(Stream, ACancelledReadKeepsWhatItHas) {
   Streaming host("0x3500,fps=0");
   FaultPlan plan;

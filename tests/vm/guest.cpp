@@ -272,7 +272,7 @@ void unplugged_during_a_request() {
   eventually([&] { return (result = CameraReadUserData(camera.index(), bytes.data(), bytes.size())) != 0; });
   require_code(result, KXCAM_ERROR_READ_REQUEST, "CameraReadUserData");
   wait_for_cameras(0);
-  tell_host("mend");
+  tell_host("clear-faults");
   tell_host("plug 1");
   camera.reconnect();
   camera.numbered_frames(2);
@@ -289,7 +289,7 @@ void no_answer() {
   // Two attempts of 100 ms.
   require(milliseconds_since(begin) > 195 && milliseconds_since(begin) < 5000, "the time of an attempt");
   camera.numbered_frames(8);
-  tell_host("mend");
+  tell_host("clear-faults");
   require(eventually([&] { return camera.answers(); }), "no answer any more");
 }
 
@@ -298,7 +298,7 @@ void no_frames() {
   tell_host("fault camera 1 stream ends after 2");
   const double waited = camera.wait_for_no_frame();
   require(waited > 495 && waited < 5000, "a query waits for " + std::to_string(waited) + " ms");
-  tell_host("mend");
+  tell_host("clear-faults");
   camera.numbered_frames(2);
 }
 
@@ -442,7 +442,7 @@ int main(int argc, char** argv) {
     } catch (const std::exception& error) {
       failure = error.what();
       // The cable may be off and faults in force.
-      tell_host("mend");
+      tell_host("clear-faults");
       tell_host("plug 1");
       std::this_thread::sleep_for(std::chrono::seconds(1));
     }
