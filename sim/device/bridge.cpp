@@ -313,7 +313,6 @@ bool Bridge::knows_sensor_register(uint16_t address) const {
 }
 
 Answer Bridge::write_isp(uint16_t address, uint16_t value) {
-  if (address == kIspVersion) return {};  // can only be read
   files_.bridge[address] = value;
   if (address == kIspLoop) {
     loop_exposure_ms_.reset();

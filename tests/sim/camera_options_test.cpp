@@ -37,36 +37,20 @@ TEST(CameraOptions, ModelsAreFoundByIdAndByName) {
   EXPECT_EQ(find_model_by_text("0x392b").product_id, 0x392BU);
 }
 
-TEST(CameraOptions, DefaultsFollowTheFamily) {
-  const auto newer = parse_camera_options("0x3500");
-  EXPECT_EQ(newer.firmware, 0x8310U);
-  EXPECT_EQ(newer.speed, UsbSpeed::kSuper);
-  const auto older = parse_camera_options("0x0500");
-  EXPECT_EQ(older.firmware, 0x4700U);
-  EXPECT_EQ(older.speed, UsbSpeed::kHigh);
-}
-
 TEST(CameraOptions, EveryKeyIsTaken) {
-  const auto options = parse_camera_options(
+  const auto o = parse_camera_options(
       "5MP-C,serial=ABC,name=my "
-      "cam,fw=0x8312,features=7,generic,bytes=1,blank,wp,fps=2.5,speed=high,eeprom=/x,"
-      "noise=0,fpn=0.02,dead=20,seed=99,light=0.5,flicker=60,step=40:2.5");
-  EXPECT_EQ(options.serial, "ABC");
-  EXPECT_EQ(options.name, "my cam");
-  EXPECT_EQ(options.firmware, 0x8312U);
-  EXPECT_EQ(options.features, 7);
-  EXPECT_TRUE(options.generic_id && options.byte_replies && options.blank && options.write_protect &&
-              !options.noise);
-  EXPECT_EQ(options.frame_rate, 2.5);
-  EXPECT_EQ(options.speed, UsbSpeed::kHigh);
-  EXPECT_EQ(options.eeprom_file, "/x");
-  EXPECT_EQ(options.fixed_pattern, 0.02);
-  EXPECT_EQ(options.dead_pixels, 20);
-  EXPECT_EQ(options.seed, 99U);
-  ASSERT_TRUE(options.lighting);
-  EXPECT_EQ(options.lighting->lamp.mains_hz, 60);
-  EXPECT_EQ(options.lighting->level_at(39), 0.5);
-  EXPECT_EQ(options.lighting->level_at(40), 2.5);
+      "cam,fw=0x8312,features=7,generic,bytes=1,blank,wp,fps=2.5,fifo=64K,speed=high,"
+      "eeprom=/x,half,noise=0,fpn=0.02,dead=20,seed=99,light=0.5,flicker=60,step=40:2.5");
+  EXPECT_EQ(std::tie(o.serial, o.name, o.firmware, o.features), std::tuple("ABC", "my cam", 0x8312U, 7));
+  EXPECT_TRUE(o.generic_id && o.byte_replies && o.blank && o.write_protect && o.half_frames && !o.noise);
+  EXPECT_EQ(std::tie(o.frame_rate, o.fifo, o.speed, o.eeprom_file),
+            std::tuple(2.5, size_t{65536}, UsbSpeed::kHigh, "/x"));
+  EXPECT_EQ(std::tie(o.fixed_pattern, o.dead_pixels, o.seed), std::tuple(0.02, 20, 99U));
+  ASSERT_TRUE(o.lighting);
+  EXPECT_EQ(o.lighting->lamp.mains_hz, 60);
+  EXPECT_EQ(o.lighting->level_at(39), 0.5);
+  EXPECT_EQ(o.lighting->level_at(40), 2.5);
   EXPECT_FALSE(parse_camera_options("3500,light=off").lighting);
 }
 
@@ -74,9 +58,11 @@ TEST(CameraOptions, MistakesAreNamed) {
   EXPECT_THAT(complaint("9MP"), AllOf(HasSubstr("9MP"), HasSubstr("19.9MP-M")));
   EXPECT_THAT(complaint(""), HasSubstr("unknown model"));
   EXPECT_THAT(complaint("0x3500,colour=red"), AllOf(HasSubstr("colour"), HasSubstr("serial")));
-  for (const char* bad : {"fps=fast", "fps=-1", "fps=nan", "fps=1e9", "serial=1234567890123", "serial",
-                          "fw=", "fw=12x", "features=65536", "dead=-1", "speed=low", "noise=yes",
-                          "name=", "light=-1", "flicker=mains", "step=40", "step=4.5:1", "step=4:x"}) {
+  for (const char* bad : {"fps=fast",  "fps=-1",     "fps=nan",  "fps=1e9",        "serial=1234567890123",
+                          "serial",    "fw=",        "fw=12x",   "features=65536", "dead=-1",
+                          "speed=low", "noise=yes",  "name=",    "light=-1",       "flicker=mains",
+                          "step=40",   "step=4.5:1", "step=4:x", "fifo=0",         "fifo=64k",
+                          "fifo=2048M"}) {
     EXPECT_THAT(complaint(std::string("0x3500,") + bad), HasSubstr("expected")) << bad;
   }
 }

@@ -86,31 +86,27 @@ class RedirectionTest : public testing::Test {
 };
 
 TEST_F(RedirectionTest, TheAnnouncementAgreesWithTheDescriptors) {
-  for (const char* description : {"0x3500", "0x0500", "0x392B,generic", "0x3500,speed=high"}) {
+  for (const char* description : {"3500", "0500", "392B,generic", "3500,speed=high"}) {
     SCOPED_TRACE(description);
     start(description);
     const bool super = camera_->options().speed == UsbSpeed::kSuper;
     EXPECT_EQ(host_->device->speed, super ? usb_redir_speed_super : usb_redir_speed_high);
-    const auto device = control(descriptor(1));
-    EXPECT_EQ(device.bytes, device_descriptor(camera_->options()));
-    EXPECT_EQ(int{host_->device->vendor_id}, device.bytes[8] | device.bytes[9] << 8);
-    EXPECT_EQ(int{host_->device->product_id}, device.bytes[10] | device.bytes[11] << 8);
-    EXPECT_EQ(int{host_->device->device_version_bcd}, device.bytes[12] | device.bytes[13] << 8);
-    const auto configuration = control(descriptor(2));
-    ASSERT_THAT(configuration.bytes, SizeIs(testing::Ge(25)));
-    EXPECT_LE(configuration.bytes[8] * (super ? 8 : 2), 500) << "milliamperes";
-    EXPECT_EQ(host_->interfaces->interface_class[0], configuration.bytes[14]);
-    const size_t bulk = 16 + (configuration.bytes[20] & 0x0F);
+    const auto device = control(descriptor(1)).bytes;
+    EXPECT_EQ(device, device_descriptor(camera_->options()));
+    EXPECT_EQ(int{host_->device->vendor_id}, device[8] | device[9] << 8);
+    EXPECT_EQ(int{host_->device->product_id}, device[10] | device[11] << 8);
+    const auto configuration = control(descriptor(2)).bytes;
+    ASSERT_GE(configuration.size(), 25U);
+    EXPECT_LE(configuration[8] * (super ? 8 : 2), 500) << "milliamperes";
+    const size_t bulk = 16 + (configuration[20] & 0x0F);
     EXPECT_EQ(host_->endpoints->type[bulk], usb_redir_type_bulk);
-    EXPECT_EQ(int{host_->endpoints->max_packet_size[bulk]},
-              configuration.bytes[22] | configuration.bytes[23] << 8);
-    EXPECT_EQ(std::ranges::count(host_->endpoints->type, usb_redir_type_invalid), 32 - 3);
+    EXPECT_EQ(int{host_->endpoints->max_packet_size[bulk]}, configuration[22] | configuration[23] << 8);
+    const bool newer_than_2_0 = device[3] > 2 || device[2] > 0;
     const auto store = control(descriptor(15));
-    const bool newer_than_2_0 = device.bytes[3] > 2 || device.bytes[2] > 0;
-    EXPECT_EQ(newer_than_2_0, camera_->model().newer_bridge());
     EXPECT_EQ(store.status, newer_than_2_0 ? usb_redir_success : usb_redir_stall);
     if (newer_than_2_0) {
       EXPECT_EQ(store.bytes[2], store.bytes.size());
+      EXPECT_EQ(store.bytes[8], 0x02) << "link power management";
     }
   }
 }
@@ -133,27 +129,6 @@ TEST_F(RedirectionTest, ControlRequests) {
   EXPECT_EQ(reply_to(host_->set_alt_setting(0, 1))->status, usb_redir_inval);
 }
 
-TEST_F(RedirectionTest, FramesComeWholeOrInParts) {
-  start("0x304B,fps=0");
-  control(kStart);
-  const auto whole = bulk(kFrame + 1024);
-  EXPECT_EQ(whole.status, usb_redir_success);
-  EXPECT_EQ(whole.length, kFrame);
-  EXPECT_EQ(whole.bytes, pattern_frame(0, kFrame));
-  auto parts = bulk(200 * 1024).bytes;
-  EXPECT_THAT(parts, SizeIs(200 * 1024));
-  std::ranges::copy(bulk(200 * 1024).bytes, std::back_inserter(parts));
-  EXPECT_EQ(parts, pattern_frame(1, kFrame));
-}
-
-TEST_F(RedirectionTest, MegabytesInOneTransfer) {
-  start("0x3500,fps=0");
-  control(kStart);
-  const auto frame = bulk(8 << 20);
-  EXPECT_EQ(frame.length, size_t{2592 * 1944});
-  EXPECT_EQ(frame.bytes, pattern_frame(0, 2592 * 1944));
-}
-
 TEST_F(RedirectionTest, WhatIsCancelledIsAnsweredAsCancelled) {
   start("0x304B");
   camera_->inject(parse_fault_script("request 1 of B3 timeout"));
@@ -166,18 +141,6 @@ TEST_F(RedirectionTest, WhatIsCancelledIsAnsweredAsCancelled) {
   host_->cancel(12345);
   EXPECT_EQ(reply_to(unanswered)->status, usb_redir_cancelled);
   EXPECT_EQ(reply_to(read)->status, usb_redir_cancelled);
-}
-
-TEST_F(RedirectionTest, ErrorsOfTheStream) {
-  start("0x304B,fps=0");
-  control(kStart);
-  camera_->inject(parse_fault_script("bulk 1 overflow; bulk 2 error; bulk 3 stall"));
-  EXPECT_EQ(bulk(4096).status, usb_redir_babble);
-  EXPECT_EQ(bulk(4096).status, usb_redir_ioerror);
-  EXPECT_EQ(bulk(4096).status, usb_redir_stall);
-  EXPECT_EQ(bulk(4096).status, usb_redir_stall) << "until the halt is cleared";
-  EXPECT_EQ(control({0x02, 1, 0, 0x81, 0}).status, usb_redir_success);
-  EXPECT_EQ(bulk(4096).status, usb_redir_success);
 }
 
 TEST_F(RedirectionTest, AResetReachesTheCamera) {
@@ -307,18 +270,6 @@ TEST_F(CameraPortTest, OneHostAfterTheOther) {
     host_.reset();
     ASSERT_TRUE(until([&] { return port_->state() == CameraPort::State::kNoHost; }));
     EXPECT_FALSE(port_->camera().powered());
-  }
-}
-
-TEST_F(CameraPortTest, ThePlugIsPulledByHand) {
-  port_->unplug();
-  connect_host();
-  ASSERT_TRUE(until([&] { return host_->interfaces || port_->state() == CameraPort::State::kUnplugged; }));
-  for (int i = 1; i <= 2; ++i) {
-    port_->plug();
-    ASSERT_TRUE(until([&] { return host_->connects == i; }));
-    port_->unplug();
-    ASSERT_TRUE(until([&] { return host_->disconnects == i; }));
   }
 }
 

@@ -36,33 +36,6 @@ TEST_F(Usbfs, DevicesAreListedInTheOrderOfTheirPorts) {
   EXPECT_THROW(bus_.plug(bus_.cameras()[0]), std::runtime_error);
 }
 
-TEST_F(Usbfs, DescriptorsAndSpeed) {
-  const auto handle = open_one(make_camera("0x0500"));
-  ASSERT_TRUE(handle);
-  auto* const device = libusb_get_device(handle.get());
-  EXPECT_EQ(libusb_get_device_speed(device), LIBUSB_SPEED_HIGH);
-  EXPECT_EQ(libusb_get_max_packet_size(device, 0x82), 512);
-  EXPECT_EQ(libusb_get_max_packet_size(device, 0x81), LIBUSB_ERROR_NOT_FOUND);
-  unsigned char text[64];
-  ASSERT_GT(libusb_get_string_descriptor_ascii(handle.get(), 2, text, sizeof text), 0);
-  EXPECT_STREQ(reinterpret_cast<char*>(text), "Model 5MP-C");
-  int configuration = 0;
-  EXPECT_EQ(libusb_get_configuration(handle.get(), &configuration), 0);
-  EXPECT_EQ(configuration, 1);
-  EXPECT_EQ(libusb_kernel_driver_active(handle.get(), 0), 0);
-}
-
-TEST_F(Usbfs, ControlTransfers) {
-  const auto camera = make_camera("0x3500");
-  const auto handle = open_one(camera);
-  ASSERT_TRUE(handle);
-  EXPECT_EQ(ask(handle, kFirmwareVersion), 4);
-  EXPECT_EQ(ask(handle, 0xEE), LIBUSB_ERROR_PIPE);
-  unsigned char data[4] = {64, 0, 32, 0};
-  EXPECT_EQ(libusb_control_transfer(handle.get(), 0x40, kRegionOfInterest, 2, 4, data, 4, 100), 4);
-  EXPECT_THAT(camera->requests().back().data, ElementsAre(64, 0, 32, 0));
-}
-
 TEST_F(Usbfs, TimeOutsAreKept) {
   const auto camera = make_camera("0x3500");
   const auto handle = open_one(camera);
@@ -83,28 +56,6 @@ TEST_F(Usbfs, TimeOutsAreKept) {
   EXPECT_GE(steady_clock::now() - begin, milliseconds(99));
 }
 
-TEST_F(Usbfs, ALargeFrameComesInEightMegabyteReads) {
-  const auto camera = make_camera("0x392B,fps=0");
-  camera->set_frame_source(fill_with_pattern);
-  const auto handle = open_one(camera);
-  ASSERT_TRUE(handle);
-  ASSERT_EQ(ask(handle, kStartStream), 1);
-  constexpr int kChunk = 0x800000;
-  const size_t size = camera->frame_bytes();
-  std::vector<unsigned char> frame(size + kChunk);
-  size_t received = 0;
-  int reads = 0;
-  for (int transferred = kChunk; transferred == kChunk; ++reads) {
-    ASSERT_EQ(libusb_bulk_transfer(handle.get(), 0x81, frame.data() + received, kChunk, &transferred, 5000),
-              0);
-    received += static_cast<size_t>(transferred);
-    ASSERT_LE(received, size);
-  }
-  EXPECT_EQ(reads, 3);
-  frame.resize(received);
-  EXPECT_EQ(frame, pattern_frame(0, size));
-}
-
 TEST_F(Usbfs, ATimeOutCanCarryData) {
   const auto camera = make_camera("0x304B,fps=0");
   camera->set_frame_source(fill_with_pattern);
@@ -118,29 +69,6 @@ TEST_F(Usbfs, ATimeOutCanCarryData) {
       libusb_bulk_transfer(handle.get(), 0x81, data.data(), static_cast<int>(data.size()), &transferred, 300),
       LIBUSB_ERROR_TIMEOUT);
   EXPECT_EQ(transferred, 640 * 480 - 1024);
-}
-
-TEST_F(Usbfs, BulkErrorsAndRecovery) {
-  const auto camera = make_camera("0x304B,fps=0");
-  camera->inject(parse_fault_script("bulk 1 stall; bulk 3 overflow; bulk 4 error"));
-  const auto handle = open_one(camera);
-  ASSERT_TRUE(handle);
-  ask(handle, kStartStream);
-  std::vector<unsigned char> data(640 * 480 + 1024);
-  int transferred = 0;
-  const auto read = [&](unsigned char endpoint) {
-    return libusb_bulk_transfer(handle.get(), endpoint, data.data(), static_cast<int>(data.size()),
-                                &transferred, 3000);
-  };
-  EXPECT_EQ(read(0x81), LIBUSB_ERROR_PIPE);
-  EXPECT_EQ(libusb_clear_halt(handle.get(), 0x81), 0);
-  EXPECT_EQ(read(0x81), 0);
-  EXPECT_EQ(read(0x81), LIBUSB_ERROR_OVERFLOW);
-  EXPECT_EQ(read(0x81), LIBUSB_ERROR_IO);
-  EXPECT_NE(read(0x82), 0) << "no such endpoint";
-  EXPECT_EQ(libusb_reset_device(handle.get()), 0);
-  EXPECT_EQ(camera->counters().resets, 1U);
-  EXPECT_FALSE(camera->streaming());
 }
 
 TEST_F(Usbfs, AResetEndsAPendingRead) {
@@ -216,31 +144,6 @@ TEST_F(Usbfs, PendingReadsShareTheKernelsMemory) {
   bus_.memory().set_limit(64U << 20);
   EXPECT_EQ(submit(), 0);
   while (finished < 2) ASSERT_EQ(libusb_handle_events(context_), 0);
-}
-
-TEST_F(Usbfs, ControlGoesOnWhileAReadPends) {
-  const auto camera = make_camera("0x304B,fps=0");
-  const auto handle = open_one(camera);
-  ASSERT_TRUE(handle);
-  ask(handle, kStartStream);
-  std::atomic<bool> stop{false};
-  std::atomic<int> frames{0};
-  std::thread reader([&] {
-    std::vector<unsigned char> data(640 * 480 + 1024);
-    while (!stop) {
-      int transferred = 0;
-      if (libusb_bulk_transfer(handle.get(), 0x81, data.data(), static_cast<int>(data.size()), &transferred,
-                               3000) == 0) {
-        EXPECT_EQ(transferred, 640 * 480);
-        ++frames;
-      }
-    }
-  });
-  EXPECT_TRUE(eventually([&] { return frames > 0; }));
-  for (int i = 0; i < 500; ++i) EXPECT_EQ(ask(handle, kFirmwareVersion), 4);
-  stop = true;
-  reader.join();
-  EXPECT_GT(frames, 0);
 }
 
 TEST_F(Usbfs, ClosingWithAReadPendingInAnotherThread) {

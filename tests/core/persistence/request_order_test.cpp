@@ -84,7 +84,7 @@ TEST_F(RequestOrder, TheStoredGeometryIsTriedAndThenTheFullSensorTaken) {
 }
 
 TEST_F(RequestOrder, OpeningSucceedsWhateverTheStoredSettingsAre) {
-  const auto camera = plug("3600,blank");
+  const auto camera = plug("3600,blank,fps=0");
   ASSERT_EQ(CameraInit(0), 0U);
   EXPECT_TRUE(get(CameraGetMirrorX, 0)) << "the switches of a blank camera are all on";
   EXPECT_EQ(get(CameraGetGamma, 0), 1.0) << "and values out of range passed over";

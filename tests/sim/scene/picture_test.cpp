@@ -11,14 +11,12 @@
 #include <gtest/gtest.h>
 #include <png.h>
 #include <unistd.h>
-#include <zlib.h>
 
 #include "scene/scene.h"
 
 namespace kxsim {
 namespace {
 
-using ::testing::AllOf;
 using ::testing::HasSubstr;
 using namespace std::string_literals;
 
@@ -117,13 +115,9 @@ TEST_F(Picture, ReadsPng) {
 
 TEST_F(Picture, RefusesAHugePngBeforeDecodingIt) {
   // 32000 x 32000 with a valid checksum, and no image data.
-  const std::string header = "\x89PNG\r\n\x1A\n\0\0\0\x0DIHDR\0\0\x7D\0\0\0\x7D\0\x08\x02\0\0\0"s;
-  const auto* const chunk = reinterpret_cast<const unsigned char*>(header.data()) + 12;
-  std::string checksum;
-  for (int shift = 24; shift >= 0; shift -= 8) {
-    checksum += static_cast<char>((crc32(0, chunk, 17) >> shift) & 0xFF);
-  }
-  EXPECT_THAT(complaint(header + checksum + "\0\0\0\x00IDAT\x35\xAF\x06\x1E"s), HasSubstr("40 million"));
+  EXPECT_THAT(complaint("\x89PNG\r\n\x1A\n\0\0\0\x0DIHDR\0\0\x7D\0\0\0\x7D\0\x08\x02\0\0\0\x0C\xE0\x45\x5A"
+                        "\0\0\0\x00IDAT\x35\xAF\x06\x1E"s),
+              HasSubstr("40 million"));
 }
 
 TEST_F(Picture, IsAveragedWhenShrunkAndInterpolatedWhenStretched) {
@@ -138,25 +132,26 @@ TEST_F(Picture, IsAveragedWhenShrunkAndInterpolatedWhenStretched) {
 }
 
 TEST_F(Picture, SaysWhatIsWrongWithAFile) {
-  EXPECT_THAT(complaint(""), HasSubstr("neither a PNG nor"));
-  EXPECT_THAT(complaint("hello, world"), AllOf(HasSubstr("neither a PNG nor"), HasSubstr(folder_.string())));
-  EXPECT_THAT(complaint("P3 1 1 255\n0 0 0"), HasSubstr("neither a PNG nor"));
-  EXPECT_THAT(complaint("P5"), HasSubstr("no width"));
-  EXPECT_THAT(complaint("P5 # endless comment"), HasSubstr("no width"));
-  EXPECT_THAT(complaint("P5 -4 4 255\n"), HasSubstr("no width"));
-  EXPECT_THAT(complaint("P5 4"), HasSubstr("no height"));
-  EXPECT_THAT(complaint("P5 0 4 255\n"), HasSubstr("width is 0"));
-  EXPECT_THAT(complaint("P5 4 4 65536\n"), HasSubstr("largest sample is over"));
-  EXPECT_THAT(complaint("P5 4 4 0\n"), HasSubstr("largest sample is 0"));
-  EXPECT_THAT(complaint("P5 4 4 255"), HasSubstr("not closed"));
-  EXPECT_THAT(complaint("P5 99999999999999999999 4 255\n"), HasSubstr("width is over"));
-  EXPECT_THAT(complaint("P6 32767 32767 255\n"), HasSubstr("40 million"));
-  EXPECT_THAT(complaint("P6 4 4 255\nshort"), HasSubstr("5 of 48 bytes"));
-  EXPECT_THAT(complaint("P6 4 4 65535\n" + std::string(95, 'x')), HasSubstr("95 of 96 bytes"));
-  EXPECT_EQ(complaint("P6 4 4 65535\n" + std::string(96, 'x')), "none");
-  EXPECT_THROW(load_scene(folder_ / "missing"), std::runtime_error);
-  EXPECT_THROW(load_scene(folder_), std::runtime_error);
-  EXPECT_THROW(load_scene("/dev/zero"), std::runtime_error);
+  const std::pair<std::string, const char*> rows[] = {
+      {"", "neither a PNG nor"},
+      {"hello, world", "neither a PNG nor"},
+      {"P3 1 1 255\n0 0 0", "neither a PNG nor"},
+      {"P5 # endless comment", "no width"},
+      {"P5 -4 4 255\n", "no width"},
+      {"P5 4", "no height"},
+      {"P5 0 4 255\n", "width is 0"},
+      {"P5 4 4 65536\n", "largest sample is over"},
+      {"P5 4 4 0\n", "largest sample is 0"},
+      {"P5 4 4 255", "not closed"},
+      {"P5 99999999999999999999 4 255\n", "width is over"},
+      {"P6 32767 32767 255\n", "40 million"},
+      {"P6 4 4 255\nshort", "5 of 48 bytes"},
+      {"P6 4 4 65535\n" + std::string(95, 'x'), "95 of 96 bytes"},
+      {"P6 4 4 65535\n" + std::string(96, 'x'), "none"}};
+  for (const auto& [content, said] : rows) EXPECT_THAT(complaint(content), HasSubstr(said)) << content;
+  EXPECT_THAT(complaint("hello"), HasSubstr(folder_.string()));
+  for (const auto& path : {folder_ / "missing", folder_, std::filesystem::path("/dev/zero")})
+    EXPECT_THROW(load_scene(path), std::runtime_error);
 }
 
 }  // namespace

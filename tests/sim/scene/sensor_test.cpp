@@ -1,106 +1,221 @@
 // SPDX-License-Identifier: Apache-2.0
+
+// What a sensor makes of a scene.
+
 #include "scene/sensor.h"
 
-#include <array>
+#include <cmath>
 #include <limits>
-#include <map>
-#include <stdexcept>
 #include <string>
+#include <vector>
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "frames.h"
+#include "scene/scene.h"
 
 namespace kxsim {
 namespace {
 
 using ::testing::Each;
+using ::testing::Ne;
+
+constexpr int kHighest = std::numeric_limits<int>::max();
+constexpr int kLowest = std::numeric_limits<int>::min();
+
+SensorDescription quiet(int width, int height, ColorMode mode) {
+  return {.width = width, .height = height, .color_mode = mode, .noise = false};
+}
+
+std::shared_ptr<const Scene> grey(float level) {
+  return make_uniform({level, level, level});
+}
+
+/// One frame, a value for each sample.
+std::vector<int> frame_of(Sensor& sensor, ColorMode mode, const Readout& readout,
+                          const Exposure& exposure = {}, uint64_t number = 0) {
+  const auto size = static_cast<size_t>(sample_bytes(mode));
+  std::vector<uint8_t> bytes(static_cast<size_t>(readout.width) * static_cast<size_t>(readout.height) * size,
+                             0xCD);
+  sensor.expose(readout, exposure, number, bytes);
+  std::vector<int> values;
+  for (size_t i = 0; i < bytes.size(); i += size)
+    values.push_back(size == 2 ? bytes[i] | bytes[i + 1] << 8 : bytes[i]);
+  return values;
+}
+
+/// Golden frames: a wrong bit anywhere between the scene and the bytes shows.
+TEST(Sensor, MakesTheSameFramesEverywhere) {
+  struct Row {
+    const char* name;
+    SensorDescription sensor;
+    std::shared_ptr<const Scene> scene;
+    Exposure exposure;
+    uint64_t hash;
+  };
+  SensorDescription imperfect{.width = 256, .height = 256, .color_mode = ColorMode::kMono12, .seed = 99};
+  imperfect.fixed_pattern = 0.02;
+  imperfect.dead_pixels = 12;
+  SensorDescription chart{.width = 96, .height = 72, .color_mode = ColorMode::kGrbg, .noise = false};
+  SensorDescription warm = chart;
+  warm.color_mode = ColorMode::kMono8;
+  const Row rows[] = {
+      {"noise, pattern and dead pixels", imperfect, grey(0.4F), {1.5, 1.25}, 12239313931345991247U},
+      {"the chart in colour", chart, make_chart(4.0 / 3, {1, 1, 1}), {}, 2523821162294308199U},
+      {"the chart in grey, by its own lamp", warm, make_chart(4.0 / 3), {}, 14559161265373451731U},
+  };
+  for (const Row& row : rows) {
+    Sensor sensor(row.sensor, row.scene);
+    uint64_t hash = 0xCBF29CE484222325;
+    for (const int value : frame_of(sensor, row.sensor.color_mode,
+                                    {0, 0, row.sensor.width, row.sensor.height, 1}, row.exposure, 3)) {
+      hash = (hash ^ static_cast<uint64_t>(value)) * 0x100000001B3;
+    }
+    EXPECT_EQ(hash, row.hash) << row.name;
+  }
+}
 
 TEST(Sensor, SeesEachColourAtItsSitesOfTheCell) {
-  const std::map<ColorMode, std::string> orders = {{ColorMode::kRggb, "RGGB"},
-                                                   {ColorMode::kBggr, "BGGR"},
-                                                   {ColorMode::kGrbg, "GRBG"},
-                                                   {ColorMode::kGbrg, "GBRG"}};
-  const std::map<char, Light> lights = {{'R', {1, 0, 0}}, {'G', {0, 1, 0}}, {'B', {0, 0, 1}}};
+  const Light lights[] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
+  const std::pair<ColorMode, const char*> orders[] = {{ColorMode::kRggb, "RGGB"},
+                                                      {ColorMode::kBggr, "BGGR"},
+                                                      {ColorMode::kGrbg, "GRBG"},
+                                                      {ColorMode::kGbrg, "GBRG"}};
   for (const auto& [mode, order] : orders) {
-    for (const auto& [colour, light] : lights) {
-      Sensor sensor(quiet(8, 6, mode), make_uniform(light));
-      const std::vector<int> frame = frame_of(sensor, {0, 0, 8, 6, 1});
-      for (int y = 0; y < 6; ++y) {
-        for (int x = 0; x < 8; ++x) {
-          const bool lit = order[(y % 2) * 2 + x % 2] == colour;
-          EXPECT_EQ(frame[y * 8 + x], lit ? 217 : 0) << order << ' ' << colour << ' ' << x << ',' << y;
+    for (size_t color = 0; color < 3; ++color) {
+      Sensor sensor(quiet(8, 6, mode), make_uniform(lights[color]));
+      const auto frame = frame_of(sensor, mode, {0, 0, 8, 6, 1});
+      for (size_t i = 0; i < frame.size(); ++i) {
+        const bool lit = order[i / 8 % 2 * 2 + i % 2] == "RGB"[color];
+        EXPECT_EQ(frame[i], lit ? 217 : 0) << order << ' ' << color << ' ' << i;
+      }
+    }
+  }
+}
+
+TEST(Sensor, IsLinearUpToSaturation) {
+  constexpr double kInfinity = std::numeric_limits<double>::infinity();
+  constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+  struct Row {
+    ColorMode mode;
+    float light;
+    double exposure;
+    double gain;
+    int level;
+  };
+  using enum ColorMode;
+  constexpr Row kRows[] = {
+      {kMono8, 1, 1, 1, 217},        {kMono12, 1, 1, 1, 3481},      {kMono12, 9, 1, 1, 4095},
+      {kRggb, 0.2F, 0, 1, 0},        {kRggb, 0.2F, 1, 0, 0},        {kRggb, 0.2F, 1, 1, 43},
+      {kRggb, 0.2F, 2, 1, 87},       {kRggb, 0.2F, 1, 2, 87},       {kRggb, 0.2F, 5.8, 1, 251},
+      {kRggb, 0.2F, 6, 1, 255},      {kRggb, 0.2F, 1000, 0.5, 191},  // the full well
+      {kRggb, 1, kInfinity, 1, 255}, {kRggb, 1, 1e300, 1, 255},     {kRggb, 1, -1, 1, 0},
+      {kRggb, 1, kNan, 1, 0},        {kRggb, 1, 1, kNan, 0},        {kRggb, 1e30F, 1, 1, 255},
+      {kRggb, -5, 1, 1, 0},
+  };
+  for (const Row& row : kRows) {
+    Sensor sensor(quiet(4, 4, row.mode), grey(row.light));
+    EXPECT_THAT(frame_of(sensor, row.mode, {0, 0, 4, 4, 1}, {row.exposure, row.gain}), Each(row.level))
+        << row.light << ' ' << row.exposure << ' ' << row.gain;
+  }
+  EXPECT_THROW(Sensor(quiet(0, 4, kRggb), grey(1)), std::invalid_argument);
+  EXPECT_THROW(Sensor(quiet(100'000, 4, kRggb), grey(1)), std::invalid_argument);
+  EXPECT_THROW(Sensor(quiet(4, 4, kRggb), nullptr), std::invalid_argument);
+}
+
+/// Noise has the mean and the variance that the electrons have, and is another in each frame.
+TEST(Sensor, CountsElectrons) {
+  constexpr Readout kAll{0, 0, 256, 256, 1};
+  SensorDescription noisy{.width = 256, .height = 256, .color_mode = ColorMode::kMono12, .seed = 3};
+  for (const float level : {0.1F, 0.6F}) {
+    Sensor sensor(noisy, grey(level));
+    const auto frame = frame_of(sensor, ColorMode::kMono12, kAll, {}, 1);
+    double sum = 0;
+    double squares = 0;
+    for (const int value : frame) sum += value;
+    const double mean = sum / static_cast<double>(frame.size());
+    for (const int value : frame) squares += (value - mean) * (value - mean);
+    const double electrons = level * 8500;
+    EXPECT_NEAR(mean, electrons * 0.4095, 0.5);
+    EXPECT_NEAR(squares / static_cast<double>(frame.size()) / ((electrons + 400) * 0.4095 * 0.4095), 1, 0.04);
+    EXPECT_EQ(frame_of(sensor, ColorMode::kMono12, kAll, {}, 1), frame);
+    EXPECT_NE(frame_of(sensor, ColorMode::kMono12, kAll, {}, 2), frame);
+  }
+}
+
+/// Light that is different at every site and in every channel.
+class Slope final : public Scene {
+ public:
+  Light at(float u, float v, float /*size_u*/, float /*size_v*/) const override {
+    return {0.1F + 0.4F * u + 0.5F * v, 0.2F + 0.3F * u * v, 0.9F - 0.5F * u - 0.3F * v};
+  }
+};
+
+TEST(Sensor, EveryReadoutIsAPartOfTheFullFrame) {
+  for (const ColorMode mode : {ColorMode::kGrbg, ColorMode::kMono12}) {
+    SensorDescription description = quiet(64, 48, mode);
+    description.fixed_pattern = 0.05;
+    description.dead_pixels = 300;
+    Sensor sensor(description, std::make_shared<Slope>());
+    const Readout windows[] = {{10, 6, 20, 9, 1},       {7, 30, 33, 18, 1},
+                               {8, 4, 14, 10, 2},       {0, 0, 32, 24, 2},
+                               {2, 2, 10, 8, 3},        {-3, -2, 72, 57, 1},
+                               {64, 0, 9, 9, 1},        {4, 4, 20, 20, 0},
+                               {6, 8, 30, 20, 1, true}, {kLowest, kHighest, 9, 9, kHighest}};
+    for (const Readout& window : windows) {
+      // Windows first, so that rows are looked at one after the other and not as a whole.
+      const auto part = frame_of(sensor, mode, window);
+      const auto full = frame_of(sensor, mode, {0, 0, 64, 48, 1});
+      const int64_t step = std::max(window.step, 1);
+      for (int y = 0; y < window.height; ++y) {
+        for (int x = 0; x < window.width; ++x) {
+          const int row = window.scan ? y % 2 : y;
+          const int64_t site_x = window.x + x / 2 * 2 * step + x % 2;
+          const int64_t site_y = window.y + row / 2 * 2 * step + row % 2;
+          const bool inside = site_x >= 0 && site_x < 64 && site_y >= 0 && site_y < 48;
+          ASSERT_EQ(part[y * window.width + x], inside ? full[site_y * 64 + site_x] : 0) << x << ',' << y;
         }
       }
     }
   }
 }
 
-TEST(Sensor, SeesLumaWithoutColourFilters) {
-  const auto level = [](ColorMode mode, Light light) {
-    Sensor sensor(quiet(4, 4, mode), make_uniform(light));
-    const std::vector<int> frame = frame_of(sensor, {0, 0, 4, 4, 1}, {}, 0, mode == ColorMode::kMono12);
-    EXPECT_THAT(frame, Each(frame.front()));
-    return frame.front();
+TEST(Sensor, WritesNoFurtherThanItShould) {
+  constexpr size_t kGuard = 64;
+  constexpr uint8_t kUntouched = 0xA5;
+  struct Row {
+    Readout readout;
+    size_t room;
+    size_t written;
   };
-  EXPECT_EQ(level(ColorMode::kMono8, {1, 1, 1}), 217);
-  EXPECT_EQ(level(ColorMode::kMono8, {1, 0, 0}), 46);
-  EXPECT_EQ(level(ColorMode::kMono8, {0, 1, 0}), 155);
-  EXPECT_EQ(level(ColorMode::kMono8, {0, 0, 1}), 16);
-  EXPECT_EQ(level(ColorMode::kMono12, {1, 1, 1}), 3481);
-  EXPECT_EQ(level(ColorMode::kMono12, {9, 9, 9}), 4095);
+  constexpr Row kRows[] = {{{0, 0, 16, 4, 1}, 158, 128},
+                           {{0, 0, 16, 4, 1}, 47, 46},
+                           {{0, 0, 16, 4, 1}, 0, 0},
+                           {{0, 0, kHighest, kHighest, 1}, 10'000, 10'000},
+                           {{0, 0, 16, -4, 1}, 100, 0}};
+  SensorDescription description = quiet(64, 48, ColorMode::kMono12);
+  description.dead_pixels = 200;
+  Sensor sensor(description, grey(0.9F));
+  for (const Row& row : kRows) {
+    std::vector<uint8_t> bytes(row.room + 2 * kGuard, kUntouched);
+    sensor.expose(row.readout, {}, 0, std::span(bytes).subspan(kGuard, row.room));
+    const std::span<const uint8_t> seen(bytes);
+    EXPECT_THAT(seen.first(kGuard), Each(kUntouched));
+    EXPECT_THAT(seen.subspan(kGuard, row.written), Each(Ne(kUntouched)));
+    EXPECT_THAT(seen.subspan(kGuard + row.written), Each(kUntouched));
+  }
 }
 
-TEST(Sensor, IsLinearUpToSaturation) {
-  Sensor sensor(quiet(4, 4, ColorMode::kRggb), make_uniform({0.2F, 0.2F, 0.2F}));
-  const auto level = [&](double exposure, double gain) {
-    return frame_of(sensor, {0, 0, 4, 4, 1}, {exposure, gain}).front();
-  };
-  EXPECT_EQ(level(0, 1), 0);
-  EXPECT_EQ(level(1, 0), 0);
-  EXPECT_EQ(level(1, 1), 43);
-  EXPECT_EQ(level(2, 1), 87);
-  EXPECT_EQ(level(1, 2), 87);
-  EXPECT_EQ(level(1.5, 2), 130);
-  EXPECT_EQ(level(5.8, 1), 251);
-  EXPECT_EQ(level(6, 1), 255);
-  EXPECT_EQ(level(1, 1000), 255);
-  // A full well holds half as much again as full scale at gain 1, so a small gain does not reach it.
-  EXPECT_EQ(level(1000, 0.5), 191);
-}
-
-TEST(Sensor, BearsAnyFactorAndLight) {
-  constexpr double kInfinity = std::numeric_limits<double>::infinity();
-  constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
-  Sensor sensor(quiet(4, 4, ColorMode::kRggb), make_uniform({1, 1, 1}));
-  const auto level = [&](const Exposure& exposure) {
-    return frame_of(sensor, {0, 0, 4, 4, 1}, exposure).front();
-  };
-  EXPECT_EQ(level({kInfinity, kInfinity}), 255);
-  EXPECT_EQ(level({1e300, 1}), 255);
-  EXPECT_EQ(level({-1, 1}), 0);
-  EXPECT_EQ(level({kNan, 1}), 0);
-  EXPECT_EQ(level({1, kNan}), 0);
-  sensor.set_scene(make_uniform({1e30F, 1e30F, 1e30F}));
-  EXPECT_EQ(level({}), 255);
-  sensor.set_scene(make_uniform({-5, -5, -5}));
-  EXPECT_EQ(level({}), 0);
-}
-
-TEST(Sensor, ShowsANewScene) {
-  Sensor sensor(quiet(4, 4, ColorMode::kRggb), make_uniform({1, 1, 1}));
-  EXPECT_EQ(frame_of(sensor, {0, 0, 4, 4, 1}).back(), 217);
-  sensor.set_scene(make_uniform({0.5F, 0.5F, 0.5F}));
-  EXPECT_EQ(frame_of(sensor, {0, 0, 4, 4, 1}).back(), 108);
-}
-
-TEST(Sensor, RefusesWhatCannotBeBuilt) {
-  const auto scene = make_uniform({1, 1, 1});
-  EXPECT_THROW(Sensor(quiet(0, 4, ColorMode::kRggb), scene), std::invalid_argument);
-  EXPECT_THROW(Sensor(quiet(4, -4, ColorMode::kRggb), scene), std::invalid_argument);
-  EXPECT_THROW(Sensor(quiet(100'000, 4, ColorMode::kRggb), scene), std::invalid_argument);
-  EXPECT_THROW(Sensor(quiet(4, 4, ColorMode::kRggb), nullptr), std::invalid_argument);
+TEST(Chart, BearsAnyAspectAndSpot) {
+  for (const double aspect : {0.0, -1.0, std::nan(""), 1e-9, 1e9}) {
+    const auto chart = make_chart(aspect);
+    for (const float size : {0.0F, 1e-9F, 1.0F, 100.0F}) {
+      for (const float position : {-1.0F, 0.5F, 2.0F}) {
+        const Light light = chart->at(position, position, size, size);
+        EXPECT_TRUE(std::isfinite(light.r) && std::isfinite(light.g) && std::isfinite(light.b));
+      }
+    }
+  }
 }
 
 }  // namespace
