@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "usb/fx2_firmware.h"
-
 #include <array>
 #include <cstdio>
 #include <cstring>
 #include <memory>
 
 #include "sync/clock.h"
+#include "usb/bridge.h"
 #include "usb/kxusb.h"
 
 namespace kxcam {
@@ -14,7 +13,6 @@ namespace kxcam {
 namespace {
 
 constexpr uint8_t kVendorOut = LIBUSB_REQUEST_TYPE_VENDOR;
-constexpr uint8_t kInternalRam = 0xA0;
 constexpr uint16_t kCpuControl = 0xE600;
 constexpr uint32_t kTimeoutMs = 1000;
 constexpr int kSettleMs = 1000;
@@ -67,7 +65,7 @@ bool send(libusb_device_handle* handle, uint8_t request, uint16_t address, uint8
 }
 
 bool hold_cpu(libusb_device_handle* handle, uint8_t hold) {
-  return send(handle, kInternalRam, kCpuControl, &hold, 1);
+  return send(handle, bridge::kInternalRam, kCpuControl, &hold, 1);
 }
 
 /// Total of bytes, or -1 when a record was not taken.

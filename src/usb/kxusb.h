@@ -76,6 +76,11 @@ int kxusb_get_descriptor(libusb_device_handle* handle, uint8_t type, uint8_t ind
 int kxusb_get_string_descriptor(libusb_device_handle* handle, uint8_t index, uint16_t language, void* buffer,
                                 int length);
 
+/// Loads an Intel HEX file into the RAM of an FX2-style bridge with `request`, while its CPU is held in
+/// reset. Takes about two seconds and always returns 0; messages go to standard output. Check sums are not
+/// verified, and every record but an end record counts as data.
+int kxusb_download_fx2(libusb_device_handle* handle, const char* path, uint8_t request);
+
 /// Prints the text for a libusb code to standard error.
 void kxusb_error(int code);
 

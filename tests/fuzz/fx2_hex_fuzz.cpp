@@ -9,7 +9,7 @@
 #include "input.h"
 #include "memory_file.h"
 #include "require.h"
-#include "usb/fx2_firmware.h"
+#include "usb/kxusb.h"
 
 namespace kxcam {
 namespace {

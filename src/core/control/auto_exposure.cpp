@@ -47,62 +47,6 @@ bool has_flag(const CameraContext& camera, uint16_t flag) {
   return (camera.parameter.isp_flags & flag) != 0;
 }
 
-}  // namespace
-
-bool set_aec(CameraContext& camera, bool on) {
-  if (bridge_has_loop(camera)) switch_bridge_loop(camera, on);
-  postpone_next_run(camera);
-  camera.parameter.isp_flags.set_bits(kAutoExposure, on);
-  return true;
-}
-
-int get_aec(const CameraContext& camera) {
-  return has_flag(camera, kAutoExposure) ? 1 : 0;
-}
-
-bool set_agc(CameraContext& camera, bool on) {
-  if (const auto prepare = camera.family.prepare_auto_gain) prepare(camera);
-  postpone_next_run(camera);
-  camera.parameter.isp_flags.set_bits(kAutoGain, on);
-  return true;
-}
-
-int get_agc(const CameraContext& camera) {
-  return has_flag(camera, kAutoGain) ? 1 : 0;
-}
-
-bool is_ae_target(int level) {
-  return level >= 0 && level <= kHighestTarget;
-}
-
-bool set_ae_target(CameraContext& camera, int level) {
-  if (!is_ae_target(level)) return fail(KXCAM_ERROR_ARGUMENT);
-  camera.parameter.ae_target = level;
-  return !bridge_has_loop(camera) ||
-         isp_write(camera, bridge::kAutoExposureTarget, static_cast<uint32_t>(level) << kTargetFractionBits);
-}
-
-int get_ae_target(const CameraContext& camera) {
-  return std::max(camera.parameter.ae_target.load(), 0);
-}
-
-int get_avg(const CameraContext& camera) {
-  return std::max(camera.picture.mean_level.load(), 0);
-}
-
-bool set_anti_flicker(CameraContext& camera, int mode) {
-  camera.parameter.isp_flags.set_bits(kAntiFlicker50Hz, mode == 1);
-  camera.parameter.isp_flags.set_bits(kAntiFlicker60Hz, mode == 2);
-  return true;
-}
-
-int get_anti_flicker(const CameraContext& camera) {
-  if (has_flag(camera, kAntiFlicker50Hz)) return 1;
-  return has_flag(camera, kAntiFlicker60Hz) ? 2 : 0;
-}
-
-namespace {
-
 constexpr uint32_t kFramesPerRun = 4;
 constexpr int32_t kDeadBand = 5;
 constexpr int32_t kDeadBandAntiFlicker = 30;
@@ -192,6 +136,58 @@ bool take_step(CameraContext& camera, const Loop& loop, int32_t step) {
 }
 
 }  // namespace
+
+bool set_aec(CameraContext& camera, bool on) {
+  if (bridge_has_loop(camera)) switch_bridge_loop(camera, on);
+  postpone_next_run(camera);
+  camera.parameter.isp_flags.set_bits(kAutoExposure, on);
+  return true;
+}
+
+int get_aec(const CameraContext& camera) {
+  return has_flag(camera, kAutoExposure) ? 1 : 0;
+}
+
+bool set_agc(CameraContext& camera, bool on) {
+  if (const auto prepare = camera.family.prepare_auto_gain) prepare(camera);
+  postpone_next_run(camera);
+  camera.parameter.isp_flags.set_bits(kAutoGain, on);
+  return true;
+}
+
+int get_agc(const CameraContext& camera) {
+  return has_flag(camera, kAutoGain) ? 1 : 0;
+}
+
+bool is_ae_target(int level) {
+  return level >= 0 && level <= kHighestTarget;
+}
+
+bool set_ae_target(CameraContext& camera, int level) {
+  if (!is_ae_target(level)) return fail(KXCAM_ERROR_ARGUMENT);
+  camera.parameter.ae_target = level;
+  return !bridge_has_loop(camera) ||
+         isp_write(camera, bridge::kAutoExposureTarget, static_cast<uint32_t>(level) << kTargetFractionBits);
+}
+
+int get_ae_target(const CameraContext& camera) {
+  return std::max(camera.parameter.ae_target.load(), 0);
+}
+
+int get_avg(const CameraContext& camera) {
+  return std::max(camera.picture.mean_level.load(), 0);
+}
+
+bool set_anti_flicker(CameraContext& camera, int mode) {
+  camera.parameter.isp_flags.set_bits(kAntiFlicker50Hz, mode == 1);
+  camera.parameter.isp_flags.set_bits(kAntiFlicker60Hz, mode == 2);
+  return true;
+}
+
+int get_anti_flicker(const CameraContext& camera) {
+  if (has_flag(camera, kAntiFlicker50Hz)) return 1;
+  return has_flag(camera, kAntiFlicker60Hz) ? 2 : 0;
+}
 
 bool AutoExposure(CameraContext& camera) {
   const Loop loop = read_settings(camera);

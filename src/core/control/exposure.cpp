@@ -9,6 +9,8 @@ namespace kxcam {
 
 namespace {
 
+constexpr int kHighestGain = 255;
+
 ReadoutSize readout_size(const CameraContext& camera, int width, int height) {
   if (width > 0 && height > 0) return {width, height};
   const FrameGeometry geometry = camera.stream.geometry;
@@ -63,10 +65,6 @@ double get_exposure_unit(const CameraContext& camera) {
 
 double get_exposure_time(const CameraContext& camera) {
   return camera.parameter.exposure * camera.sensor.line_time_ms;
-}
-
-namespace {
-constexpr int kHighestGain = 255;
 }
 
 bool is_gain(int gain) {

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <array>
 #include <functional>
+#include <string_view>
 #include <variant>
 
 #include "core/acquisition/line_scan.h"
@@ -65,14 +66,38 @@ bool load_matrix(CameraContext& camera) {
   return read;
 }
 
+using ByteMember = Relaxed<uint8_t> CameraParameter::*;
+using WordMember = Relaxed<uint16_t> CameraParameter::*;
+
+struct Property {
+  std::string_view key;
+  std::variant<ByteMember, WordMember> member;
+};
+
+constexpr std::array<Property, 7> kProperties = {{
+    {"image_format", &CameraParameter::image_format},
+    {"resolution_index", &CameraParameter::resolution_index},
+    {"enable_roi", &CameraParameter::enable_roi},
+    {"roi_offset_x", &CameraParameter::roi_offset_x},
+    {"roi_offset_y", &CameraParameter::roi_offset_y},
+    {"roi_width", &CameraParameter::roi_width},
+    {"roi_height", &CameraParameter::roi_height},
+}};
+
+const Property* find_property(std::string_view key) {
+  const auto found = std::ranges::find(kProperties, key, &Property::key);
+  return found == kProperties.end() ? nullptr : &*found;
+}
+
+template <class T>
+void store_low_bits(Relaxed<T>& member, int value) {
+  member = static_cast<T>(value);
+}
+
 void copy_properties(const CameraParameter& from, CameraParameter& to) {
-  to.image_format = from.image_format;
-  to.resolution_index = from.resolution_index;
-  to.enable_roi = from.enable_roi;
-  to.roi_offset_x = from.roi_offset_x;
-  to.roi_offset_y = from.roi_offset_y;
-  to.roi_width = from.roi_width;
-  to.roi_height = from.roi_height;
+  for (const Property& property : kProperties) {
+    std::visit([&](auto member) { to.*member = from.*member; }, property.member);
+  }
 }
 
 /// Hands every setting to its setter, whatever becomes of the others. Some setters undo or need what others
@@ -127,34 +152,6 @@ void restore_readout(CameraContext& camera) {
   }
   if (live.resolution_index > kLastPreset) live.resolution_index = 0;
   set_resolution(camera, live.resolution_index, nullptr, nullptr, nullptr);
-}
-
-using ByteMember = Relaxed<uint8_t> CameraParameter::*;
-using WordMember = Relaxed<uint16_t> CameraParameter::*;
-
-struct Property {
-  std::string_view key;
-  std::variant<ByteMember, WordMember> member;
-};
-
-constexpr std::array<Property, 7> kProperties = {{
-    {"image_format", &CameraParameter::image_format},
-    {"resolution_index", &CameraParameter::resolution_index},
-    {"enable_roi", &CameraParameter::enable_roi},
-    {"roi_offset_x", &CameraParameter::roi_offset_x},
-    {"roi_offset_y", &CameraParameter::roi_offset_y},
-    {"roi_width", &CameraParameter::roi_width},
-    {"roi_height", &CameraParameter::roi_height},
-}};
-
-const Property* find_property(std::string_view key) {
-  const auto found = std::ranges::find(kProperties, key, &Property::key);
-  return found == kProperties.end() ? nullptr : &*found;
-}
-
-template <class T>
-void store_low_bits(Relaxed<T>& member, int value) {
-  member = static_cast<T>(value);
 }
 
 }  // namespace

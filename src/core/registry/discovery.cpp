@@ -25,22 +25,6 @@ std::mutex& transport_mutex() {
   return mutex;
 }
 
-}  // namespace
-
-Enumeration::Enumeration() : exclusive_(transport_mutex()), result_(kxusb_open()) {
-  struct Close {
-    void operator()(libusb_device_handle* handle) const { kxusb_close(handle); }
-  };
-  // Every handle has an owner before the first allocation, which may fail.
-  std::array<std::unique_ptr<libusb_device_handle, Close>, kMaxUsbDevices> opened;
-  const int count = kxusb_opened_count();
-  for (int i = 0; i < count; ++i) opened[static_cast<size_t>(i)].reset(kxusb_gethandle(i));
-  devices_.reserve(static_cast<size_t>(count));
-  std::move(opened.begin(), opened.begin() + count, std::back_inserter(devices_));
-}
-
-namespace {
-
 constexpr int kLongestName = 30;
 
 using UserName = std::array<char, 32>;
@@ -109,6 +93,18 @@ void store(int* output, int value) {
 }
 
 }  // namespace
+
+Enumeration::Enumeration() : exclusive_(transport_mutex()), result_(kxusb_open()) {
+  struct Close {
+    void operator()(libusb_device_handle* handle) const { kxusb_close(handle); }
+  };
+  // Every handle has an owner before the first allocation, which may fail.
+  std::array<std::unique_ptr<libusb_device_handle, Close>, kMaxUsbDevices> opened;
+  const int count = kxusb_opened_count();
+  for (int i = 0; i < count; ++i) opened[static_cast<size_t>(i)].reset(kxusb_gethandle(i));
+  devices_.reserve(static_cast<size_t>(count));
+  std::move(opened.begin(), opened.begin() + count, std::back_inserter(devices_));
+}
 
 void get_api_version(int* major, int* minor) {
   store(major, kApiMajor);
