@@ -79,7 +79,7 @@ class Reader {
     }
     in_rows_ = vendor != "</VPD>";
     if (!in_rows_ || product.empty()) return true;
-    VpdRow& row = file_.devices.emplace_back(hexadecimal(vendor), hexadecimal(product));
+    VpdRow& row = file_.devices.emplace_back(VpdRow{hexadecimal(vendor), hexadecimal(product), {}});
     description.copy(row.description.data(), row.description.size() - 1);
     return true;
   }
