@@ -604,7 +604,13 @@ struct Color {
 template <class V>
 struct PaddedColor {
   static constexpr int kBytes = 4;
-  [[gnu::always_inline]] static void put(uint8_t* to, const Channels<V>& c) { V::put4(to, c); }
+  [[gnu::always_inline]] static void put(uint8_t* to, const Channels<V>& c) {
+    // The lines have to be read first, for the sake of the fourth bytes.
+    constexpr int kAhead = 2048;
+#pragma GCC unroll 8
+    for (int i = 0; i < 8 * V::kBytes; i += 64) __builtin_prefetch(to + kAhead + i, 1);
+    V::put4(to, c);
+  }
 };
 
 /// Lets lines leave past the caches.
