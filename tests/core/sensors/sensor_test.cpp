@@ -58,6 +58,12 @@ Traffic parse_traffic(const std::string& line) {
   for (const std::string& mid : words_of(part))
     traffic.mids.push_back(static_cast<uint32_t>(std::stoul(mid, nullptr, 16)));
   while (std::getline(parts, part, '|')) {
+    if (part.starts_with(" set: ")) {
+      const size_t equals = part.find('=');
+      traffic.registers.emplace_back(std::stoul(part.substr(6), nullptr, 16),
+                                     std::stoul(part.substr(equals + 1), nullptr, 16));
+      continue;
+    }
     std::string requests;
     for (const std::string& word : words_of(part.substr(part.find(':') + 1)))
       requests += (requests.empty() ? "" : " ") + word;

@@ -26,6 +26,7 @@ struct Traffic {
     std::string requests;
   };
   std::vector<uint32_t> mids;
+  std::vector<std::pair<uint16_t, uint16_t>> registers;  ///< as they are before, with their values
   std::vector<Case> cases;
 };
 

@@ -11,67 +11,13 @@ namespace {
 
 constexpr uint16_t kTriggerUnitFeature = 0x1;
 
-/// What the switch into trigger mode and back sends, from registers as given.
-struct Switch {
-  std::vector<uint32_t> mids;
-  uint16_t reg;
-  uint16_t value;
-  const char* to_trigger;
-  const char* to_free_run;
-};
-
-const std::vector<Switch> kSwitches = {
-    {{0x0500, 0x050B, 0x0130, 0x013B, 0x0300}, 0x1E, 0x8000, "r1E w1E=8100", "r1E w1E=8000 wB=1"},
-    {{0x0030, 0x003B}, 0x07, 0x0388, "r7 w7=398", "r7 w7=388"},
-    {{0x0200, 0x020B}, 0x301A, 0x10DC, "r301A w301A=10D8", "r301A w301A=11DC"},
-    {{0x0400, 0x040B, 0x0410, 0x041B}, 0, 0, "w3222=3 g8=8", "w3222=1 g8=8"},
-    {{0x0A00, 0x0A0B, 0x0180, 0x018B, 0x0510, 0x051B},
-     0x301A,
-     0x10DC,
-     "r301A w301A=10D8 B4=1",
-     "r301A w301A=10DC B4=0"},
-    {{0x0E00}, 0, 0, "B4=1", "B4=0"},
-    {{0x0120, 0x012B}, 0, 0, "w301A=1D8", "w301A=1DC"},
-    {{0x0E60, 0x0E6B, 0x0E70, 0x0E7B}, 0, 0, "wB=104", "wB=6"},
-    {{0x3130, 0x313B}, 0, 0, "w3E01=20 w3E02=80 w3234=B0 B4=1 g8=8", "w3234=30 B4=0 g8=8"},
-    {{0x0A30, 0x0A3B, 0x0B20, 0x0B2B, 0x0B10, 0x0B1B, 0x0B50, 0x0B5B},
-     0xC0,
-     0x0081,
-     "rC0 wC0=91 B4=1",
-     "rC0 wC0=81 B4=0"},
-    {{0x0600, 0x060B, 0x0620, 0x062B, 0x0630, 0x063B, 0x0650, 0x065B, 0x0680, 0x068B,
-      0x0710, 0x071B, 0x0C30, 0x0C3B, 0x0C50, 0x0C5B, 0x0C80, 0x0C8B, 0x0DC0, 0x0DCB},
-     0,
-     0,
-     "B4=1 W1=1",
-     "B4=0"},
-    {{0x3200, 0x320B, 0x0860, 0x086B, 0x0910, 0x091B}, 0, 0, "B4=1", "B4=0"},
-    {{0x0920, 0x092B}, 0, 0, "B4=1 w8=1", "B4=0 w8=1"},
-};
-
 constexpr uint32_t kUntriggerable[] = {0x0100, 0x004B, 0x0010, 0x001B, 0x0320, 0x032B};
-
-/// Sensors that drive their strobe themselves: what off and on send, and then polarities 0 and 1.
-struct StrobeLine {
-  std::vector<uint32_t> mids;
-  uint16_t reg;
-  uint16_t value;
-  const char* off_and_on;
-  const char* low_and_high;
-};
-
-const std::vector<StrobeLine> kLines = {
-    {{0x0500, 0x050B}, 0x1E, 0x8138, "r1E w1E=8128 r1E w1E=8138", "r1E w1E=8118 r1E w1E=8138"},
-    {{0x0130, 0x013B, 0x0300}, 0x1E, 0x8630, "r1E w1E=8030 r1E w1E=8630", "r1E w1E=8610 r1E w1E=8630"},
-    {{0x0030, 0x003B}, 0x1B, 0x0012, "r1B w1B=13 r1B w1B=12", "r1B w1B=10 r1B w1B=12"},
-    {{0x0120, 0x012B}, 0x3046, 0x0780, "r3046 w3046=680 r3046 w3046=780", "r3046 w3046=700 r3046 w3046=780"},
-};
 
 class TriggerTest : public SensorTest {
  protected:
-  void open_for(const Switch& expected, uint32_t mid) {
-    open(mid).parameter.exposure = 1000;
-    if (expected.reg != 0) preset_sensor(expected.reg, expected.value);
+  void open_for(const Traffic& traffic, uint32_t mid, uint16_t features = 0) {
+    open(mid, features).parameter.exposure = 1000;
+    for (const auto& [reg, value] : traffic.registers) preset_sensor(reg, value);
   }
   void open_triggered(uint32_t mid) { open(mid).parameter.snap_mode = 2; }
   static bool strobe_off_and_on() {
@@ -83,38 +29,39 @@ class TriggerTest : public SensorTest {
 };
 
 TEST_F(TriggerTest, EverySensorIsSwitchedAndBack) {
-  size_t sensors = std::size(kUntriggerable);
-  for (const Switch& expected : kSwitches) {
-    for (const uint32_t mid : expected.mids) {
+  expect_complete("trigger mode");
+  for (const Traffic& traffic : traffic_of("trigger mode")) {
+    for (const uint32_t mid : traffic.mids) {
       SCOPED_TRACE(testing::Message() << std::hex << mid);
-      ++sensors;
-      open_for(expected, mid);
-      EXPECT_EQ(CameraSetSnapMode(kCamera, 2), 0U);
-      EXPECT_EQ(requests(), expected.to_trigger);
-      EXPECT_EQ(get(CameraGetSnapMode, kCamera), 2);
-      EXPECT_EQ(CameraSetSnapMode(kCamera, 1), 0U);
-      EXPECT_EQ(requests(), expected.to_free_run);
-      EXPECT_EQ(get(CameraGetSnapMode, kCamera), 1);
+      open_for(traffic, mid);
+      for (const Traffic::Case& mode : traffic.cases) {
+        EXPECT_EQ(CameraSetSnapMode(kCamera, mode.argument), 0U);
+        EXPECT_EQ(requests(), mode.requests);
+        EXPECT_EQ(get(CameraGetSnapMode, kCamera), mode.argument);
+      }
+      if (traffic.cases.empty()) {
+        EXPECT_EQ(code_of(CameraSetSnapMode, kCamera, 2), KXCAM_ERROR_NOT_SUPPORTED);
+      }
     }
   }
-  EXPECT_EQ(sensors, 70U) << "sensor ids of the model table";
 }
 
 TEST_F(TriggerTest, WithoutTheSensorsOrTheBridgesAnswerTheModeStays) {
-  for (const Switch& expected : kSwitches) {
-    const uint32_t mid = expected.mids.front();
+  for (const Traffic& traffic : traffic_of("trigger mode")) {
+    if (traffic.cases.empty()) continue;
+    const uint32_t mid = traffic.mids.front();
     SCOPED_TRACE(testing::Message() << std::hex << mid);
-    const std::string sent = expected.to_trigger;
+    const std::string sent = traffic.cases.front().requests;
     const auto expect_switch = [](int error) {
       EXPECT_EQ(code_of(CameraSetSnapMode, kCamera, 2), error);
       EXPECT_EQ(get(CameraGetSnapMode, kCamera), error != 0 ? 1 : 2);
     };
-    open_for(expected, mid);
+    open_for(traffic, mid);
     break_requests(kxsim::kSensorRead);
     break_requests(kxsim::kSensorWrite);
     expect_switch(sent.starts_with('r') ? KXCAM_ERROR_NOT_SUPPORTED : 0);
 
-    open_for(expected, mid);
+    open_for(traffic, mid);
     break_requests(kxsim::kTriggerMode);
     const bool answer_ignored = sent.starts_with("B4") && mid != 0x0E00;
     expect_switch(sent.find("B4") != std::string::npos && !answer_ignored ? KXCAM_ERROR_READ_REQUEST : 0);
@@ -244,27 +191,37 @@ TEST_F(TriggerTest, UnitTimesAreKeptHereAndSentToCameraZero) {
 }
 
 TEST_F(TriggerTest, StrobeOfTheSensor) {
-  for (const StrobeLine& line : kLines) {
-    for (const uint32_t mid : line.mids) {
+  for (const Traffic& traffic : traffic_of("strobe")) {
+    for (const uint32_t mid : traffic.mids) {
       SCOPED_TRACE(testing::Message() << std::hex << mid);
-      open(mid, kTriggerUnitFeature);
-      preset_sensor(line.reg, line.value);
-      EXPECT_TRUE(strobe_off_and_on());
-      EXPECT_EQ(requests(), line.off_and_on);
-      EXPECT_TRUE(polarity_low_and_high());
-      EXPECT_EQ(requests(), line.low_and_high);
-
+      open_for(traffic, mid, kTriggerUnitFeature);
+      for (const Traffic::Case& expected : traffic.cases) {
+        EXPECT_EQ(CameraEnableStrobe(kCamera, expected.argument != 0), 0U);
+        EXPECT_EQ(requests(), expected.requests);
+      }
       break_requests(kxsim::kSensorWrite);
       EXPECT_EQ(CameraEnableStrobe(kCamera, false), 0U) << "the write does not matter";
-      EXPECT_EQ(code_of(CameraSetStrobePolarity, kCamera, 0), KXCAM_ERROR_WRITE_REQUEST);
-      EXPECT_EQ(get(CameraGetStrobePolarity, kCamera), 0);
       break_requests(kxsim::kSensorRead);
       EXPECT_EQ(code_of(CameraEnableStrobe, kCamera, true), KXCAM_ERROR_NOT_SUPPORTED);
       EXPECT_FALSE(get(CameraGetStrobe, kCamera)) << "the switch stays";
-      EXPECT_EQ(code_of(CameraSetStrobePolarity, kCamera, 1), KXCAM_ERROR_NOT_SUPPORTED);
-      EXPECT_EQ(get(CameraGetStrobePolarity, kCamera), 1);
       lose_device();
       EXPECT_EQ(code_of(CameraEnableStrobe, kCamera, true), KXCAM_ERROR_NO_DEVICE);
+    }
+  }
+  for (const Traffic& traffic : traffic_of("strobe polarity")) {
+    for (const uint32_t mid : traffic.mids) {
+      SCOPED_TRACE(testing::Message() << std::hex << mid);
+      open_for(traffic, mid, kTriggerUnitFeature);
+      for (const Traffic::Case& expected : traffic.cases) {
+        EXPECT_EQ(CameraSetStrobePolarity(kCamera, expected.argument), 0U);
+        EXPECT_EQ(requests(), expected.requests);
+      }
+      break_requests(kxsim::kSensorWrite);
+      EXPECT_EQ(code_of(CameraSetStrobePolarity, kCamera, 0), KXCAM_ERROR_WRITE_REQUEST);
+      EXPECT_EQ(get(CameraGetStrobePolarity, kCamera), 0);
+      break_requests(kxsim::kSensorRead);
+      EXPECT_EQ(code_of(CameraSetStrobePolarity, kCamera, 1), KXCAM_ERROR_NOT_SUPPORTED);
+      EXPECT_EQ(get(CameraGetStrobePolarity, kCamera), 1);
     }
   }
   for (const auto& [mode, sent] : {std::pair<uint8_t, const char*>(1, "wB=46 wB=46"), {2, "wB=144 wB=144"}}) {
