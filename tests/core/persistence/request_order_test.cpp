@@ -64,23 +64,25 @@ TEST_F(RequestOrder, TheStoredGeometryIsTriedAndThenTheFullSensorTaken) {
     });
     return found;
   };
-  program(*camera, kSet0 + 0x1D, std::array<uint8_t, 9>{1, 0, 16, 0, 32, 0, 64, 0, 48});
-  ASSERT_EQ(CameraInit(0), 0U);
-  EXPECT_EQ(geometry_requests(), (Requests{{0xAD, 32, 16}, {0xAD, 32, 16}, {0xAC, 3, 0}}));
-  EXPECT_EQ(image_size(), std::pair(720, 540));
-  CameraFree(0);
-
-  // An odd region is refused before the camera is asked.
-  program(*camera, kSet0 + 0x1D, std::array<uint8_t, 3>{1, 0, 17});
-  camera->clear_requests();
-  ASSERT_EQ(CameraInit(0), 0U);
-  EXPECT_EQ(geometry_requests(), (Requests{{0xAC, 3, 0}, {0xAC, 3, 0}}));
-  CameraFree(0);
-
-  program(*camera, kSet0 + 0x1C, std::array<uint8_t, 2>{1, 0});
-  camera->clear_requests();
-  ASSERT_EQ(CameraInit(0), 0U);
-  EXPECT_EQ(geometry_requests(), (Requests{{0xAC, 3, 1}, {0xAC, 3, 0}}));
+  // Preset, region on, x, y, width and height as they are stored.
+  const struct {
+    Bytes stored;
+    Requests asked;
+  } rows[] = {
+      {{0, 1, 0, 16, 0, 32, 0, 64, 0, 48}, {{0xAD, 32, 16}, {0xAD, 32, 16}, {0xAC, 3, 0}}},
+      {{0, 2, 0, 16, 0, 32, 0, 64, 0, 48}, {{0xAC, 3, 0}, {0xAC, 3, 0}}},  // only 1 is on
+      {{0, 1, 0, 17, 0, 32, 0, 64, 0, 48},
+       {{0xAC, 3, 0}, {0xAC, 3, 0}}},  // refused before the camera is asked
+      {{1, 0, 0, 16, 0, 32, 0, 64, 0, 48}, {{0xAC, 3, 1}, {0xAC, 3, 0}}},
+  };
+  for (const auto& row : rows) {
+    program(*camera, kSet0 + 0x1C, row.stored);
+    camera->clear_requests();
+    ASSERT_EQ(CameraInit(0), 0U);
+    EXPECT_EQ(geometry_requests(), row.asked);
+    EXPECT_EQ(image_size(), std::pair(720, 540));
+    CameraFree(0);
+  }
 }
 
 TEST_F(RequestOrder, OpeningSucceedsWhateverTheStoredSettingsAre) {
