@@ -130,6 +130,9 @@ TEST_F(RequestOrder, OfApplyingLiveSettingsAgain) {
                              {0xB4, 0, 0},
                              {0xAD, 32, 16},
                              {0xAD, 32, 16},
+                             {0xB7, 8, 0},
+                             {0xB6, 8, 0},
+                             {0xB6, 3, 1},
                              {0xA2, 0, 0}}));
 }
 
