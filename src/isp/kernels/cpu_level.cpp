@@ -3,8 +3,6 @@
 
 #include <cstdlib>
 
-#include "isp/kernels/row_kernels.h"
-
 namespace kxcam {
 namespace {
 
@@ -57,19 +55,6 @@ CpuChoice cpu_choice() {
     return choose_cpu_level(wish != nullptr ? wish : "");
   }();
   return choice;
-}
-
-const RowKernels* kernels_of(CpuLevel level) {
-  switch (level) {
-    case CpuLevel::kSsse3:
-      return &kSsse3Kernels;
-    case CpuLevel::kAvx2:
-      return &kAvx2Kernels;
-    case CpuLevel::kAvx512:
-      return &kAvx512Kernels;
-    default:
-      return nullptr;
-  }
 }
 
 }  // namespace kxcam
