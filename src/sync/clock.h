@@ -13,11 +13,18 @@ inline void sysdelay(int ms) {
   nanosleep(&time, nullptr);
 }
 
-/// Milliseconds of the monotonic clock.
-inline uint64_t GetTickCount() {
+inline constexpr int64_t kNsPerMs = 1'000'000;
+
+/// Nanoseconds of the monotonic clock.
+inline int64_t monotonic_ns() {
   timespec now{};
   clock_gettime(CLOCK_MONOTONIC, &now);
-  return static_cast<uint64_t>(now.tv_sec) * 1000 + static_cast<uint64_t>(now.tv_nsec) / 1'000'000;
+  return int64_t{now.tv_sec} * 1000 * kNsPerMs + now.tv_nsec;
+}
+
+/// Milliseconds of the monotonic clock.
+inline uint64_t GetTickCount() {
+  return static_cast<uint64_t>(monotonic_ns() / kNsPerMs);
 }
 
 }  // namespace kxcam

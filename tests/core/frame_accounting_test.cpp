@@ -14,7 +14,7 @@ using Action = kxsim::FrameFault::Action;
 
 class FrameAccounting : public CameraBus {
  protected:
-  static FrameCounters& counters() { return context_at(0)->stream.ring->counters(); }
+  static FrameCounters counters() { return context_at(0)->stream.ring->counters(); }
 
   /// Opens a camera that sends nothing yet: frames during the open may be void, and would count too.
   std::shared_ptr<kxsim::SimulatedCamera> open_silent(const char* options) {

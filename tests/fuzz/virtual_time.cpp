@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <ctime>
 #include <list>
+#include <mutex>
 #include <system_error>
 #include <utility>
 #include <vector>
@@ -17,11 +18,12 @@
 #include "core/acquisition/frame_reader.h"
 #include "core/registry/camera_context.h"
 #include "require.h"
+#include "sync/clock.h"
+#include "sync/condition.h"
 
 namespace kxcam {
 namespace {
 
-constexpr int64_t kNsPerMs = 1'000'000;
 constexpr int64_t kNsPerSecond = 1'000'000'000;
 constexpr size_t kStackSize = 1 << 18;
 
@@ -157,6 +159,15 @@ extern "C" {
 int __wrap_nanosleep(const timespec* time, timespec* /*left*/) {
   kxcam::sleep_ns(time->tv_sec * kxcam::kNsPerSecond + time->tv_nsec);
   return 0;
+}
+
+/// Wakes for no reason once a millisecond.
+void __wrap__ZN5kxcam9Condition4waitERSt11unique_lockISt5mutexEl(kxcam::Condition* /*self*/,
+                                                                 std::unique_lock<std::mutex>& lock,
+                                                                 int64_t deadline_ns) {
+  lock.unlock();
+  kxcam::sleep_ns(std::clamp<int64_t>(deadline_ns - kxcam::now, 0, kxcam::kNsPerMs));
+  lock.lock();
 }
 
 int __wrap_clock_gettime(clockid_t /*clock*/, timespec* time) {

@@ -21,7 +21,7 @@ uint64_t HostBook::total() const {
 }
 
 HostBook read_book(FrameRing& ring) {
-  const FrameCounters& counters = ring.counters();
+  const FrameCounters counters = ring.counters();
   return {.delivered = counters.delivered,
           .not_delivered = counters.not_delivered,
           .flushed = counters.flushed,
@@ -29,7 +29,7 @@ HostBook read_book(FrameRing& ring) {
           .short_frames = counters.short_frames,
           .long_frames = counters.long_frames,
           .timed_out = counters.timed_out,
-          .waiting = static_cast<uint64_t>(ring.waiting())};
+          .waiting = counters.waiting};
 }
 
 DeviceBook read_book(const kxsim::CameraCounters& counters) {

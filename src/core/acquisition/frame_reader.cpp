@@ -34,23 +34,27 @@ class FrameCollector {
   /// One transfer into the buffer that is next.
   void collect() {
     FrameGeometry geometry = context_.stream.geometry.load(std::memory_order_relaxed);
-    const std::optional<int> i = ring_.wait_for_free_buffer(context_.stream.running);
+    const std::optional<int> i = ring_.wait_for_free_buffer();
     if (!i) return;
     if (received_ > 0 && geometry != collecting_) drop_received();
     const int32_t chunk = next_chunk(geometry);
     int transferred = 0;
     const int result = transfer(*i, chunk, transferred);
+    const int64_t arrived_ns = monotonic_ns();
+    context_.stream.counters.bytes.add(static_cast<uint64_t>(transferred));
+    set_gone(result == LIBUSB_ERROR_NO_DEVICE);
     if (result == LIBUSB_SUCCESS) {
       geometry = judged_by(geometry, *i, transferred);
-      count(*i, geometry, chunk, transferred);
+      count(*i, geometry, chunk, transferred, arrived_ns);
       collecting_ = geometry;
       if (transferred != chunk) frame_ended();
     } else if (result == LIBUSB_ERROR_TIMEOUT) {
       if (transferred > 0) fate_ = Fate::kTimedOut;
       if (transferred > 0 && transferred != chunk) frame_ended();
     } else {
-      kxusb_reset_device(handle_.get());
-      sysdelay(kPauseAfterErrorMs);
+      context_.stream.counters.transfer_errors.add(1);
+      if (kxusb_reset_device(handle_.get()) == LIBUSB_SUCCESS) context_.stream.counters.resets.add(1);
+      ring_.pause(kPauseAfterErrorMs);
     }
     // After a time-out or an error the next transfer goes on at the same place.
   }
@@ -72,6 +76,11 @@ class FrameCollector {
     const std::lock_guard bytes(ring_.buffer_mutex(i));
     return kxusb_bulk_transfer(handle_.get(), endpoint_, ring_.buffer(i).data() + received_, chunk,
                                &transferred, kTransferTimeoutMs);
+  }
+
+  void set_gone(bool gone) {
+    if (gone != gone_) ring_.set_gone(gone);
+    gone_ = gone;
   }
 
   void drop_received() {
@@ -98,14 +107,14 @@ class FrameCollector {
     return now;
   }
 
-  void count(int i, FrameGeometry geometry, int32_t chunk, int transferred) {
+  void count(int i, FrameGeometry geometry, int32_t chunk, int transferred, int64_t arrived_ns) {
     const int32_t expected = geometry.pixels();
     const bool two_bytes = geometry.bytes_per_pixel == 2;
     const int32_t longest = two_bytes ? 2 * expected : expected;
     received_ += transferred;
     if (received_ == expected || received_ == longest) {
       if (received_ != longest) clear_rest(i, expected);
-      ring_.mark_ready(i, geometry);
+      ring_.mark_ready(i, geometry, stamp(arrived_ns));
       received_ = 0;
       fate_ = Fate::kReady;
     } else if (received_ > longest || transferred != chunk) {
@@ -113,6 +122,12 @@ class FrameCollector {
         fate_ = Fate::kTooLong;
       received_ = 0;  // too long, or ended early: the buffer is filled anew
     }
+  }
+
+  FrameStamp stamp(int64_t arrived_ns) const {
+    return {.arrived_ns = arrived_ns,
+            .exposure_ns = static_cast<int64_t>(context_.exposure_ms() * kNsPerMs),
+            .gain = context_.parameter.gain};
   }
 
   /// A frame of one byte per pixel where two are handed out.
@@ -123,12 +138,18 @@ class FrameCollector {
 
   /// Counts the frame unless it went into the ring.
   void frame_ended() {
-    FrameCounters& counters = ring_.counters();
-    const Fate fate = std::exchange(fate_, Fate::kUndecided);
-    if (fate == Fate::kUndecided) counters.short_frames.add(1);
-    if (fate == Fate::kTooLong) counters.long_frames.add(1);
-    if (fate == Fate::kTimedOut) counters.timed_out.add(1);
-    if (fate == Fate::kOldGeometry) counters.old_geometry.add(1);
+    switch (std::exchange(fate_, Fate::kUndecided)) {
+      case Fate::kReady:
+        return;
+      case Fate::kUndecided:
+        return ring_.lose(&FrameCounters::short_frames);
+      case Fate::kTooLong:
+        return ring_.lose(&FrameCounters::long_frames);
+      case Fate::kTimedOut:
+        return ring_.lose(&FrameCounters::timed_out);
+      case Fate::kOldGeometry:
+        return ring_.lose(&FrameCounters::old_geometry);
+    }
   }
 
   CameraContext& context_;
@@ -142,6 +163,7 @@ class FrameCollector {
   int32_t received_ = 0;
   FrameGeometry collecting_;  ///< what `received_` belongs to
   Fate fate_ = Fate::kUndecided;
+  bool gone_ = false;  ///< what the ring was told last
 };
 
 }  // namespace
@@ -152,6 +174,7 @@ void reader(CameraContext& context) {
 }
 
 void start_reader(CameraContext& context) {
+  context.stream.ring->set_gone(false);
   context.stream.reader_thread = std::thread([&context] { reader(context); });
 }
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <new>
+#include <utility>
 
 #include "sync/clock.h"
 
@@ -12,14 +13,36 @@ namespace {
 
 constexpr size_t kTransferSlack = 1024;
 constexpr size_t kLargestSample = 2;
-constexpr int kPollMs = 1;
-constexpr int kFlushPollMs = 10;
-constexpr uint64_t kFlushMs = 200;
+constexpr int64_t kFlushMs = 200;
+
+/// monotonic_ns() that many milliseconds from now on; never for less than none.
+int64_t deadline_in(int64_t ms) {
+  const int64_t now = monotonic_ns();
+  return ms < 0 || ms > (kNever - now) / kNsPerMs ? kNever : now + ms * kNsPerMs;
+}
 
 }  // namespace
 
-FrameRing::FrameRing(int32_t sensor_pixels)
-    : buffer_size_(static_cast<size_t>(sensor_pixels) * kLargestSample + kTransferSlack) {
+/// A consumer's place in the queue, from its construction on; hold state_mutex at both ends.
+class FrameRing::Turn {
+ public:
+  explicit Turn(FrameRing& ring) : ring_(ring) { ring_.turns_.push_back(this); }
+  ~Turn() {
+    std::erase(ring_.turns_, this);
+    ring_.for_consumers_.notify_all();
+  }
+  Turn(const Turn&) = delete;
+  Turn& operator=(const Turn&) = delete;
+
+  bool has_come() const { return ring_.turns_.front() == this; }
+
+ private:
+  FrameRing& ring_;
+};
+
+FrameRing::FrameRing(int32_t sensor_pixels, Acquisition acquisition)
+    : acquisition_(acquisition),
+      buffer_size_(static_cast<size_t>(sensor_pixels) * kLargestSample + kTransferSlack) {
   for (Slot& slot : slots_) {
     // calloc leaves pages that are never touched to the kernel: only 12-bit cameras use the second half.
     slot.host_buffer.reset(static_cast<uint8_t*>(std::calloc(buffer_size_, 1)));  // NOLINT: freed by Free
@@ -27,91 +50,181 @@ FrameRing::FrameRing(int32_t sensor_pixels)
   }
 }
 
-std::optional<int> FrameRing::wait_for_free_buffer(const std::atomic<bool>& running) {
+std::optional<int> FrameRing::wait_for_free_buffer() {
   std::unique_lock state(state_mutex_);
   const int i = write_index_;
-  while (slot(i).state != BufferState::kFree) {
-    state.unlock();
-    sysdelay(kPollMs);
-    if (!running) return std::nullopt;
-    state.lock();
-  }
+  if (slot(i).state == BufferState::kFree) return i;
+  full_since_ns_ = monotonic_ns();
+  while (slot(i).state != BufferState::kFree && acquisition_.running) for_reader_.wait(state);
+  full_before_ns_ += monotonic_ns() - std::exchange(full_since_ns_, kNever);
+  if (slot(i).state != BufferState::kFree) return std::nullopt;
   return i;
 }
 
-void FrameRing::mark_ready(int i, FrameGeometry geometry) {
-  const std::lock_guard state(state_mutex_);
-  slot(i).state = BufferState::kReady;
-  slot(i).geometry = geometry;
-  write_index_ = next(i);
+void FrameRing::pause(int ms) {
+  std::unique_lock state(state_mutex_);
+  const int64_t deadline = deadline_in(ms);
+  while (acquisition_.running && monotonic_ns() < deadline) for_reader_.wait(state, deadline);
 }
 
-void FrameRing::drop_oldest() {
+void FrameRing::mark_ready(int i, FrameGeometry geometry, FrameStamp stamp) {
+  {
+    const std::lock_guard state(state_mutex_);
+    stamp.sequence = counters_.ended++;
+    Slot& filled = slot(i);
+    filled.state = BufferState::kReady;
+    filled.geometry = geometry;
+    filled.stamp = stamp;
+    write_index_ = next(i);
+    announce();
+  }
+  for_consumers_.notify_all();
+}
+
+void FrameRing::lose(uint64_t FrameCounters::*cause) {
+  const std::lock_guard state(state_mutex_);
+  ++counters_.ended;
+  ++(counters_.*cause);
+}
+
+void FrameRing::set_gone(bool gone) {
+  const std::lock_guard state(state_mutex_);
+  gone_ = gone;
+  announce();
+  for_consumers_.notify_all();
+}
+
+bool FrameRing::gone() {
+  const std::lock_guard state(state_mutex_);
+  return gone_;
+}
+
+void FrameRing::interrupt(bool on) {
+  const std::lock_guard state(state_mutex_);
+  interrupted_ = on;
+  announce();
+  for_consumers_.notify_all();
+}
+
+void FrameRing::wake() {
+  // Under the lock, or whoever has just looked and is about to wait would miss it.
+  const std::lock_guard state(state_mutex_);
+  announce();
+  for_reader_.notify_all();
+  for_consumers_.notify_all();
+}
+
+void FrameRing::drop_oldest(uint64_t FrameCounters::*cause) {
   slot(read_index_).state = BufferState::kFree;
   read_index_ = next(read_index_);
-  counters_.flushed.add(1);
-}
-
-bool FrameRing::drop_ready() {
-  const std::lock_guard state(state_mutex_);
-  if (slot(read_index_).state != BufferState::kReady) return false;
-  drop_oldest();
-  return true;
+  ++(counters_.*cause);
+  announce();
+  for_reader_.notify_all();
 }
 
 void FrameRing::drop_ready_frames() {
   const std::lock_guard state(state_mutex_);
-  while (slot(read_index_).state == BufferState::kReady) drop_oldest();
+  while (oldest_is_ready()) drop_oldest(&FrameCounters::flushed);
 }
 
-std::optional<int> FrameRing::take_ready(FrameGeometry geometry, const std::atomic<FrameGeometry>& in_force) {
-  const std::lock_guard state(state_mutex_);
-  while (slot(read_index_).state == BufferState::kReady) {
+std::optional<int> FrameRing::take_ready(FrameGeometry geometry, bool newest) {
+  while (oldest_is_ready()) {
     const int i = read_index_;
     const bool wanted = slot(i).geometry == geometry;
     // Whoever waits with a geometry of the past must not throw away the frames of the present.
-    if (!wanted && in_force.load(std::memory_order_relaxed) != geometry) return std::nullopt;
-    read_index_ = next(i);
-    slot(i).state = wanted ? BufferState::kTaken : BufferState::kFree;
-    if (wanted) return i;
-    counters_.old_geometry.add(1);
+    if (!wanted && geometry_in_force() != geometry) return std::nullopt;
+    const Slot& behind = slot(next(i));
+    const bool newer = next(i) != write_index_ && behind.state == BufferState::kReady;
+    if (wanted && !(newest && newer && behind.geometry == geometry)) {
+      read_index_ = next(i);
+      slot(i).state = BufferState::kTaken;
+      announce();
+      return i;
+    }
+    drop_oldest(wanted ? &FrameCounters::passed_over : &FrameCounters::old_geometry);
   }
   return std::nullopt;
 }
 
-std::optional<int> FrameRing::take(FrameGeometry geometry, int64_t limit_ms, const Acquisition& acquisition) {
-  const std::lock_guard query(query_mutex_);
-  // Measured, not counted in polls: on a busy machine each may take many times as long as it asks for. After
-  // the last one the ring is looked at once more.
-  const uint64_t start = GetTickCount();
-  for (bool over = false;;) {
-    if (const std::optional<int> i = take_ready(geometry, acquisition.geometry)) return i;
-    if (over) return std::nullopt;
-    sysdelay(kPollMs);
-    over = static_cast<int64_t>(GetTickCount() - start) > limit_ms || !acquisition.running ||
-           acquisition.geometry.load(std::memory_order_relaxed) != geometry;
+FrameRing::Taken FrameRing::take(FrameGeometry geometry, const Wait& wait) {
+  std::unique_lock state(state_mutex_);
+  const Turn turn(*this);
+  std::optional<int64_t> deadline;
+  if (!wait.counts_from_turn) deadline = deadline_in(wait.limit_ms);
+  for (;;) {
+    if (wait.interruptible && interrupted_) return {.outcome = Outcome::kInterrupted};
+    const bool over = deadline && monotonic_ns() >= *deadline;
+    if (turn.has_come()) {
+      if (!deadline) deadline = deadline_in(wait.limit_ms);
+      if (const std::optional<int> i = take_ready(geometry, wait.newest)) {
+        return {Outcome::kTaken, *i, slot(*i).stamp, count(BufferState::kReady)};
+      }
+      if (!acquisition_.running || geometry_in_force() != geometry) return {};
+    }
+    if (wait.interruptible && gone_ && count(BufferState::kReady) == 0) return {.outcome = Outcome::kGone};
+    if (over) return {};
+    for_consumers_.wait(state, deadline.value_or(kNever));
   }
 }
 
 void FrameRing::release(int i, bool delivered) {
-  (delivered ? counters_.delivered : counters_.not_delivered).add(1);
-  const std::lock_guard state(state_mutex_);
-  slot(i).state = BufferState::kFree;
+  {
+    const std::lock_guard state(state_mutex_);
+    ++(delivered ? counters_.delivered : counters_.not_delivered);
+    slot(i).state = BufferState::kFree;
+  }
+  for_reader_.notify_all();
+}
+
+void FrameRing::flush() {
+  std::unique_lock state(state_mutex_);
+  const Turn turn(*this);
+  std::optional<int64_t> deadline;
+  for (int cleared = 0;;) {
+    if (turn.has_come()) {
+      if (!deadline) deadline = deadline_in(kFlushMs);
+      for (; cleared < kHostBufferCount && oldest_is_ready(); ++cleared) drop_oldest(&FrameCounters::flushed);
+      if (cleared == kHostBufferCount || !acquisition_.running || monotonic_ns() >= *deadline) return;
+    }
+    for_consumers_.wait(state, deadline.value_or(kNever));
+  }
+}
+
+int FrameRing::count(BufferState state) const {
+  return static_cast<int>(std::ranges::count(slots_, state, &Slot::state));
 }
 
 int FrameRing::waiting() {
   const std::lock_guard state(state_mutex_);
-  return static_cast<int>(std::ranges::count(slots_, BufferState::kReady, &Slot::state));
+  return count(BufferState::kReady);
 }
 
-void FrameRing::flush() {
-  const std::lock_guard query(query_mutex_);
-  const uint64_t start = GetTickCount();
-  for (int cleared = 0;;) {
-    while (cleared < kHostBufferCount && drop_ready()) ++cleared;
-    if (cleared == kHostBufferCount || GetTickCount() - start >= kFlushMs) return;
-    sysdelay(kFlushPollMs);
-  }
+FrameCounters FrameRing::counters() {
+  const std::lock_guard state(state_mutex_);
+  FrameCounters now = counters_;
+  now.waiting = static_cast<uint64_t>(count(BufferState::kReady) + count(BufferState::kTaken));
+  return now;
+}
+
+int64_t FrameRing::full_ns() {
+  const std::lock_guard state(state_mutex_);
+  return full_before_ns_ + (full_since_ns_ == kNever ? 0 : monotonic_ns() - full_since_ns_);
+}
+
+int FrameRing::descriptor() {
+  const std::lock_guard state(state_mutex_);
+  if (!readiness_) readiness_.emplace();
+  announce();
+  return readiness_->descriptor();
+}
+
+void FrameRing::announce() {
+  if (!readiness_) return;
+  const FrameGeometry geometry = geometry_in_force();
+  const bool frame = std::ranges::any_of(slots_, [&](const Slot& slot) {
+    return slot.state == BufferState::kReady && slot.geometry == geometry;
+  });
+  readiness_->set(frame || gone_ || interrupted_);
 }
 
 }  // namespace kxcam

@@ -3,9 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <limits>
 #include <mutex>
-#include <optional>
 
 #include "core/acquisition/image_size.h"
 #include "core/picture/isp.h"
@@ -18,10 +16,7 @@ namespace {
 
 /// Milliseconds that a query waits: a long exposure gets at least its own duration.
 int64_t wait_limit(const CameraContext& context) {
-  constexpr double kLongest = std::numeric_limits<int32_t>::max();
-  const double exposure_ms = context.parameter.exposure * context.sensor.line_time_ms;
-  const int32_t exposure = exposure_ms > 0 ? static_cast<int32_t>(std::min(exposure_ms, kLongest)) : 0;
-  return std::max<int32_t>(context.parameter.time_out, exposure);
+  return std::max<int32_t>(context.parameter.time_out, static_cast<int32_t>(context.exposure_ms()));
 }
 
 /// A buffer that a query has taken; goes back into the ring also when making the picture throws.
@@ -53,19 +48,40 @@ bool deliver(CameraContext& context, int i, FrameGeometry geometry, uint8_t* out
 
 }  // namespace
 
-bool query_image2(CameraContext& context, uint8_t* out, const int* size, int* buffer_index, int format) {
+bool query_frame(CameraContext& context, uint8_t* out, size_t size, int format, const FrameRing::Wait& wait,
+                 DeliveredFrame& frame) {
   if (context.stream.ring == nullptr) return fail(KXCAM_ERROR_NO_DEVICE);
+  FrameRing& ring = *context.stream.ring;
   const FrameGeometry geometry = context.stream.geometry;
   if (geometry.pixels() * static_cast<int>(geometry.bytes_per_pixel) < 1) return fail(KXCAM_ERROR_FRAME_SIZE);
-  if (*size != image_bytes(geometry, format)) return fail(KXCAM_ERROR_ARGUMENT);
+  if (size != static_cast<size_t>(image_bytes(geometry, format))) return fail(KXCAM_ERROR_ARGUMENT);
 
-  const std::optional<int> i = context.stream.ring->take(geometry, wait_limit(context),
-                                                         {context.stream.geometry, context.stream.running});
-  if (!i) return fail(KXCAM_ERROR_NO_FRAME);
-  TakenFrame frame(*context.stream.ring, *i);
-  frame.delivered = deliver(context, *i, geometry, out, format);
-  if (frame.delivered && buffer_index != nullptr) *buffer_index = *i;
-  return frame.delivered;
+  frame.taken = ring.take(geometry, wait);
+  switch (frame.taken.outcome) {
+    case FrameRing::Outcome::kTaken:
+      break;
+    case FrameRing::Outcome::kNoFrame:
+      return fail(KXCAM_ERROR_NO_FRAME);
+    case FrameRing::Outcome::kGone:
+      return fail(KXCAM_ERROR_NO_DEVICE);
+    case FrameRing::Outcome::kInterrupted:
+      return false;
+  }
+  TakenFrame taken(ring, frame.taken.buffer);
+  const bool rotated = (context.parameter.isp_flags & kRotate90) != 0;
+  frame.width = rotated ? geometry.frame_height : geometry.frame_width;
+  frame.height = rotated ? geometry.frame_width : geometry.frame_height;
+  taken.delivered = deliver(context, frame.taken.buffer, geometry, out, format);
+  return taken.delivered;
+}
+
+bool query_image2(CameraContext& context, uint8_t* out, const int* size, int* buffer_index, int format) {
+  DeliveredFrame frame;
+  // A size below 0 becomes one that no picture has.
+  const auto bytes = static_cast<size_t>(int64_t{*size});
+  if (!query_frame(context, out, bytes, format, {.limit_ms = wait_limit(context)}, frame)) return false;
+  if (buffer_index != nullptr) *buffer_index = frame.taken.buffer;
+  return true;
 }
 
 bool query_image(CameraContext& context, uint8_t* out, const int* size, int format) {

@@ -1,7 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+
+#include "core/acquisition/frame_ring.h"
 
 namespace kxcam {
 
@@ -19,5 +22,17 @@ bool query_image(CameraContext& camera, uint8_t* out, const int* size, int forma
 
 /// query_image() with `*size` in pixels of four bytes.
 bool query_image_lv(CameraContext& camera, uint32_t* out, const int* size, int format);
+
+/// What is known of a frame that was delivered.
+struct DeliveredFrame {
+  FrameRing::Taken taken;
+  int width = 0;  ///< of the picture
+  int height = 0;
+};
+
+/// query_image2() that waits as it is told. Codes as there; 4 also when the device is gone, and none when the
+/// wait was interrupted, which `frame.taken` tells.
+bool query_frame(CameraContext& context, uint8_t* out, size_t size, int format, const FrameRing::Wait& wait,
+                 DeliveredFrame& frame);
 
 }  // namespace kxcam

@@ -75,7 +75,7 @@ bool set_resolution(CameraContext& camera, int preset, int* width, int* height, 
   if (!reply) return false;
   const std::optional<FrameGeometry> geometry = plausible_geometry(camera, *reply);
   if (!geometry) return false;
-  camera.stream.geometry = *geometry;
+  camera.stream.set_geometry(*geometry);
   UpdateImageIdx(camera);  // at once: frames of that size may be there before the delay is
   hand_out(camera, *geometry, width, height, bytes);
   reapply_delay(camera);
@@ -155,7 +155,7 @@ bool set_ROI(CameraContext& camera, int x, int y, int w, int h) {
 
   // The 12-bit bridge answers 1 for a window; its samples take two bytes there as in every preset.
   const bool twelve_bits = camera.model().COLOR_MODE == kMono12;
-  camera.stream.geometry = FrameGeometry{window->width, window->height, twelve_bits ? 2U : *bytes};
+  camera.stream.set_geometry({window->width, window->height, twelve_bits ? 2U : *bytes});
   UpdateImageIdx(camera);  // at once: frames of the window may be there before the delay is
   reapply_delay(camera);
   CameraParameter& parameter = camera.parameter;

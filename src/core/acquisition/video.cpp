@@ -39,7 +39,7 @@ bool clear_host_buffer(CameraContext& camera) {
 }
 
 void abort_query(CameraContext& camera) {
-  camera.stream.running = false;
+  camera.stream.stop();
 }
 
 bool set_time_out(CameraContext& camera, int ms) {

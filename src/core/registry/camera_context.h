@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <mutex>
 #include <thread>
@@ -67,9 +69,28 @@ struct DevicePart {
   UsbPort port;  ///< guarded by attachment_mutex
 };
 
+/// What the reader met, since the camera was opened.
+struct StreamCounters {
+  Relaxed<uint64_t> bytes = 0;
+  Relaxed<uint64_t> transfer_errors = 0;  ///< time-outs are none
+  Relaxed<uint64_t> resets = 0;
+  Relaxed<uint64_t> reconnects = 0;
+};
+
 /// Frames on their way from the device to the queries.
 struct StreamPart {
+  /// Ends the reader and all waits for frames.
+  void stop() {
+    running = false;
+    if (ring != nullptr) ring->wake();
+  }
+  void set_geometry(FrameGeometry next) {
+    geometry = next;
+    if (ring != nullptr) ring->wake();
+  }
+
   std::unique_ptr<FrameRing> ring;  ///< null without acquisition; set before the camera is published
+  StreamCounters counters;
   Relaxed<uint32_t> frames_delivered = 0;
   std::atomic<bool> running = false;  ///< the reader keeps running and queries may wait
   std::mutex attachment_mutex;        ///< held while the device or the reader changes
@@ -111,6 +132,13 @@ struct CameraContext {
   explicit CameraContext(int32_t model_row);
 
   const CameraModel& model() const { return model_table[model_index]; }
+
+  /// The exposure that is set, in milliseconds that fit an int32_t; 0 while the sensor's timing is not known.
+  double exposure_ms() const {
+    constexpr double kLongest = std::numeric_limits<int32_t>::max();
+    const double ms = parameter.exposure * sensor.line_time_ms;
+    return ms > 0 ? std::min(ms, kLongest) : 0;
+  }
 
   const int32_t model_index;  ///< row of model_table
   const SensorFamily& family;

@@ -47,7 +47,7 @@ void attach_device(CameraContext& context, const DeviceHandle& handle) {
 /// Ends acquisition and the reader and lets go of the device, if there is one. Requests that are running in
 /// other threads keep the handle until they return. Hold the context's attachment_mutex.
 void detach_device(CameraContext& context) {
-  context.stream.running = false;
+  context.stream.stop();
   const DeviceHandle handle = context.device.usb_handle.load();
   if (handle == nullptr) return;
   sysdelay(kQuietTimeMs);
@@ -96,7 +96,8 @@ void prepare_acquisition(CameraContext& context, libusb_device_handle* handle) {
   wake_sensor(context, handle);
   if (context.device.firmware_version > kLastPlainFirmware)
     context.device.feature_bits = read_feature_bits(handle);
-  context.stream.ring = std::make_unique<FrameRing>(sensor.pixels());
+  context.stream.ring = std::make_unique<FrameRing>(
+      sensor.pixels(), FrameRing::Acquisition{context.stream.geometry, context.stream.running});
 }
 
 void start_acquisition(int index, CameraContext& context) {
@@ -149,8 +150,12 @@ DeviceHandle change_device(CameraContext& context) {
   const Enumeration bus;
   DeviceHandle handle =
       find_by_serial(bus, context.parameter.serial_number, context.model().PID, context.device.port);
-  if (handle == nullptr) return nothing(KXCAM_ERROR_NO_DEVICE);
+  if (handle == nullptr) {
+    if (context.stream.ring != nullptr) context.stream.ring->set_gone(true);
+    return nothing(KXCAM_ERROR_NO_DEVICE);
+  }
   attach_device(context, handle);
+  context.stream.counters.reconnects.add(1);
   return handle;
 }
 
@@ -178,6 +183,7 @@ void resume_acquisition(CameraContext& context, libusb_device_handle* handle) {
     start_reader(context);
   } catch (...) {
     detach_device(context);
+    context.stream.ring->set_gone(true);
     throw;
   }
   start_video(context);

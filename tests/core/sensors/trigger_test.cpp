@@ -108,15 +108,15 @@ TEST_F(TriggerTest, ShotsNeedTriggerMode) {
 
 TEST_F(TriggerTest, ShotsAndSwitchesDropTheFramesThatWait) {
   const auto fill_ring = [&](int first, int count) {
-    const std::atomic<bool> running = true;
     for (int i = first; i < first + count; ++i) {
-      ASSERT_EQ(context().stream.ring->wait_for_free_buffer(running), i);
+      ASSERT_EQ(context().stream.ring->wait_for_free_buffer(), i);
       context().stream.ring->mark_ready(i, context().stream.geometry);
     }
     EXPECT_EQ(context().stream.ring->waiting(), count);
   };
   open_triggered(0x0500);
-  context().stream.ring = std::make_unique<FrameRing>(16);
+  StreamPart& stream = context().stream;
+  stream.ring = std::make_unique<FrameRing>(16, FrameRing::Acquisition{stream.geometry, stream.running});
   fill_ring(0, 3);
   EXPECT_EQ(CameraTriggerShot(kCamera), 0U);
   EXPECT_EQ(context().stream.ring->waiting(), 0);
