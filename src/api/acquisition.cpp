@@ -12,7 +12,7 @@ namespace {
 template <class Query>
 uint32_t query(int index, Query operation) {
   const bool possible = index >= 0 && index < kMaxCameras;
-  return possible ? api::with_camera(index, operation) : api::kFailure;
+  return possible ? api::with_camera(index, operation) : api::run([] { return false; });
 }
 
 }  // namespace

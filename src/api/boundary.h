@@ -7,6 +7,7 @@
 
 #include "core/registry/contexts.h"
 #include "kxcam/kxcam.h"
+#include "usb/last_error.h"
 
 // How a call comes in and its result goes out. Every export is one of these calls around one operation: the
 // camera is looked up here, once, in the order index (INDEX), argument (ARGUMENT), presence (NOT_OPEN), and nothing is
@@ -15,6 +16,8 @@ namespace kxcam::api {
 
 inline constexpr uint32_t kSuccess = 0;
 inline constexpr uint32_t kFailure = 1;
+/// What a thread's error is after a failure without a code.
+inline constexpr int kNoCode = -1;
 
 /// A thread that is cancelled in a call ends after it: unwinding half of an operation would leave the camera
 /// in no state at all.
@@ -32,11 +35,18 @@ class CancellationDeferred {
 template <class Operation>
 uint32_t run(Operation operation) noexcept {
   const CancellationDeferred whole_calls;
+  thread_error() = 0;
+  bool succeeded = false;
   try {
-    return operation() ? kSuccess : kFailure;
-  } catch (...) {
-    return kFailure;
+    succeeded = operation();
+  } catch (...) {  // without a code
   }
+  if (succeeded) {
+    thread_error() = 0;
+    return kSuccess;
+  }
+  if (thread_error() == 0) thread_error() = kNoCode;
+  return kFailure;
 }
 
 /// Operation with a boolean result on the camera at that index.

@@ -8,8 +8,10 @@
 using namespace kxcam;
 
 uint32_t CameraGetVersion(int* major, int* minor) {
-  get_api_version(major, minor);
-  return api::kSuccess;
+  return api::run([&] {
+    get_api_version(major, minor);
+    return true;
+  });
 }
 
 uint32_t CameraGetFirmVersion(int camera, int* version) {

@@ -3,10 +3,12 @@
 #include <cstdio>
 #include <cstring>
 #include <memory>
+#include <string>
 
 #include "sync/clock.h"
 #include "usb/bridge.h"
 #include "usb/kxusb.h"
+#include "usb/message.h"
 
 namespace kxcam {
 
@@ -60,7 +62,7 @@ bool is_end_record(const Line& line, size_t length) {
 bool send(libusb_device_handle* handle, uint8_t request, uint16_t address, uint8_t* data, size_t count) {
   const bool moved = kxusb_control_transfer(handle, kVendorOut, request, address, 0, data,
                                             static_cast<uint16_t>(count), kTimeoutMs) != 0;
-  if (!moved) std::printf("Error in control_transfer");
+  if (!moved) say(stdout, "Error in control_transfer");
   return moved;
 }
 
@@ -90,7 +92,7 @@ int kxusb_download_fx2(libusb_device_handle* handle, const char* path, uint8_t r
   sysdelay(kSettleMs);
   const int total = send_records(handle, file.get(), request);
   if (total < 0) return 0;
-  std::printf("Total bytes downloaded = %d\n", total);
+  say(stdout, "Total bytes downloaded = " + std::to_string(total) + "\n");
   sysdelay(kSettleMs);
   hold_cpu(handle, 0);
   return 0;

@@ -10,6 +10,7 @@
 #include <string>
 
 #include "kxcam/kxcam.h"
+#include "usb/message.h"
 
 int last_error = KXCAM_ERROR_NONE_YET;
 char logfile[256] = "";
@@ -109,7 +110,7 @@ int open_listed_devices(std::span<libusb_device*> devices) {
     if (libusb_get_device_descriptor(device, &descriptor) != 0 || !is_listed(descriptor)) continue;
     if (nid == kMaxUsbDevices) break;
     if (!open_device(device)) {
-      std::printf("Error in opening device");
+      say(stdout, "Error in opening device");
       return -5;
     }
   }
@@ -121,7 +122,7 @@ int open_listed_devices(std::span<libusb_device*> devices) {
 bool read_config_file() {
   const std::optional<std::string> text = file_text(config_file_path());
   if (!text) {
-    std::printf("%s file not found. Exiting\n", config_file_path());
+    say(stdout, std::string(config_file_path()) + " file not found. Exiting\n");
     return false;
   }
   const ConfigFile file = parse_config_file(*text, kFirstFileRow + kConfigFileRows - maxdevices);
@@ -130,8 +131,9 @@ bool read_config_file() {
   std::ranges::copy(file.devices, vpd.begin() + static_cast<std::ptrdiff_t>(maxdevices));
   maxdevices += file.devices.size();
   if (file.bad_line != 0) {
-    std::printf("Error in config file %s: %s \n", config_file_path(), file.bad_word.c_str());
-    std::exit(1);
+    say(stdout, std::string("Error in config file ") + config_file_path() + ": " + file.bad_word + " \n");
+    if (!has_message_handler()) std::exit(1);
+    return false;
   }
   return true;
 }
@@ -144,14 +146,14 @@ int kxusb_open() {
   nid = 0;
   if (!read_config_file()) return -1;
   if (!initialise_libusb()) {
-    std::printf("Error in initializing libusb library...");
+    say(stdout, "Error in initializing libusb library...");
     return -2;
   }
   forget_closed_devices();
   libusb_device** list = nullptr;
   const ssize_t numdev = libusb_get_device_list(nullptr, &list);
   if (numdev < 0) {
-    std::printf("Library: Error in enumerating devices...");
+    say(stdout, "Library: Error in enumerating devices...");
     return -4;
   }
   const DeviceList owner(list);
@@ -247,7 +249,7 @@ void kxusb_error(int code) {
   } else if (code == 12) {  // positive, unlike libusb's own code: callers pass -result for this one
     text = "Operation not supported/implemented\n";
   }
-  std::fputs(text, stderr);
+  say(stderr, text);
 }
 
 }  // namespace kxcam

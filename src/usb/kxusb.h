@@ -15,7 +15,8 @@ inline constexpr int kMaxUsbDevices = 16;
 
 /// Reads the configuration file into `logfile`, `pidfile` and the table of devices. The rows are appended to
 /// those of earlier calls until the table is full. False, with a message on standard output, when the file
-/// cannot be read. A malformed line ends the process, with a message. Not thread-safe.
+/// cannot be read. A malformed line ends the process, with a message, or counts as that
+/// where the program takes messages. Not thread-safe.
 bool read_config_file();
 
 /// The rows in use, empty ones (vendor 0) among them.
@@ -26,7 +27,8 @@ std::span<const VpdRow> listed_devices();
 /// Returns the number of open devices, numbered from 0 until the next call; -1 without a configuration file
 /// (a message goes to standard output), -2 when libusb cannot be initialised, -4 when the bus cannot
 /// be listed, -5 when a listed device cannot be opened (messages likewise; those opened before it stay
-/// open and kxusb_opened_count() gives their number). A malformed file ends the process.
+/// open and kxusb_opened_count() gives their number). A malformed file ends the process, or is as an absent
+/// one where the program takes messages.
 ///
 /// Each call opens devices anew: whoever calls it closes the handles. Exclusive with itself and with
 /// the use of the device numbers; core/registry/discovery.h serialises both.

@@ -9,8 +9,15 @@ namespace kxcam {
 
 // The exported word is a plain int for C programs; inside, every access is atomic.
 
+/// The cause of the calling thread's present call: 0 until one is stored, here or by set_last_error().
+inline int& thread_error() {
+  thread_local int code = 0;
+  return code;
+}
+
 /// Stores the cause of a failure in the exported `last_error`.
 inline void set_last_error(kxcam_error code) {
+  thread_error() = code;
   std::atomic_ref(last_error).store(code, std::memory_order_relaxed);
 }
 

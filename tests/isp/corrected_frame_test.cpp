@@ -28,9 +28,8 @@ class CorrectedFrame : public ContextTest {
   /// fixed pattern.
   ContextRef open_imperfect(uint32_t color_mode) {
     ContextRef ctx = open(color_mode, kWidth, kHeight);
-    ctx->parameter.enable_roi = 1;
-    ctx->parameter.roi_offset_x = 10;
-    ctx->parameter.roi_offset_y = 20;
+    ctx->stream.readout.store(std::make_shared<const ReadoutInForce>(
+        ReadoutInForce{.region = RegionInForce{.window = {}, .offset_x = 10, .offset_y = 20}}));
     DeadPixelList list;
     list.dead_pixel_count = 1;
     list.dead_pixels[0] = {10 + 12, 20 + 10};

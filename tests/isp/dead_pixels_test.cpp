@@ -39,12 +39,10 @@ TEST(FramePlacement, FollowsTheRegionOfInterestThenTheReadoutMode) {
   };
   for (const Case& c : kCases) {
     SCOPED_TRACE(testing::Message() << c.width << " x " << c.height << ", mode " << c.mode);
-    CameraParameter parameter;
-    parameter.enable_roi = c.roi ? 1 : 0;
-    parameter.roi_offset_x = 40;
-    parameter.roi_offset_y = 30;
-    parameter.resolution_mode = static_cast<uint8_t>(c.mode);
-    const FramePlacement placement = place_frame(kSensor, parameter, c.width, c.height);
+    std::optional<RegionInForce> region;
+    if (c.roi) region = {.window = {}, .offset_x = 40, .offset_y = 30};
+    const FramePlacement placement =
+        place_frame(kSensor, region, static_cast<uint8_t>(c.mode), c.width, c.height);
     EXPECT_EQ(placement.readout, c.readout);
     EXPECT_EQ(placement.x0, c.x0);
     EXPECT_EQ(placement.y0, c.y0);

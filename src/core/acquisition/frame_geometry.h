@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 namespace kxcam {
 
@@ -14,6 +15,34 @@ struct FrameGeometry {
 
   bool operator==(const FrameGeometry&) const = default;
   constexpr int32_t pixels() const { return int32_t{frame_width} * frame_height; }
+};
+
+/// A window of the sensor in sensor pixels.
+struct SensorWindow {
+  uint16_t x;
+  uint16_t y;
+  uint16_t width;
+  uint16_t height;
+
+  bool operator==(const SensorWindow&) const = default;
+};
+
+/// The region of interest that is read out.
+struct RegionInForce {
+  SensorWindow window;
+  /// Where corrections take its first pixel to be: the offsets it was asked for with, or the window's.
+  uint16_t offset_x;
+  uint16_t offset_y;
+
+  bool operator==(const RegionInForce&) const = default;
+};
+
+/// What is read out, whatever the settings say that were loaded since.
+struct ReadoutInForce {
+  std::optional<RegionInForce> region = {};  ///< or else the preset
+  int preset = 0;
+
+  bool operator==(const ReadoutInForce&) const = default;
 };
 
 }  // namespace kxcam

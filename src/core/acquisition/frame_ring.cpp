@@ -159,10 +159,10 @@ FrameRing::Taken FrameRing::take(FrameGeometry geometry, const Wait& wait) {
       if (const std::optional<int> i = take_ready(geometry, wait.newest)) {
         return {Outcome::kTaken, *i, slot(*i).stamp, count(BufferState::kReady)};
       }
-      if (!acquisition_.running || geometry_in_force() != geometry) return {};
     }
     if (wait.interruptible && gone_ && count(BufferState::kReady) == 0) return {.outcome = Outcome::kGone};
-    if (over) return {};
+    const bool in_vain = !acquisition_.running || geometry_in_force() != geometry;
+    if (over || (in_vain && turn.has_come())) return {};
     for_consumers_.wait(state, deadline.value_or(kNever));
   }
 }

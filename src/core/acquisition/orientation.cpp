@@ -14,9 +14,8 @@ void build_index_map(CameraContext& context) {
   context.stream.index_map.update([&context](IndexMap& map) {
     const FrameGeometry geometry = context.stream.geometry;
     const uint16_t flags = context.parameter.isp_flags;
-    const bool inverted = (context.device.open_flags & kOpenInvertMirrorY) != 0;
     map = IndexMap(geometry.frame_width, geometry.frame_height, (flags & kMirrorX) != 0,
-                   ((flags & kMirrorY) != 0) != inverted, (flags & kRotate90) != 0);
+                   is_mirrored_y(context), (flags & kRotate90) != 0);
   });
 }
 
@@ -40,6 +39,11 @@ bool toggle(CameraContext& camera, IspFlag flag) {
 }
 
 }  // namespace
+
+bool is_mirrored_y(const CameraContext& context) {
+  const bool inverted = (context.device.open_flags & kOpenInvertMirrorY) != 0;
+  return ((context.parameter.isp_flags & kMirrorY) != 0) != inverted;
+}
 
 void UpdateImageIdx(CameraContext& context) {
   if (has_index_map(context)) build_index_map(context);

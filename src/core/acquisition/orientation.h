@@ -9,6 +9,9 @@ struct CameraContext;
 /// without acquisition has no map and stays without one.
 void UpdateImageIdx(CameraContext& context);
 
+/// Whether the picture shows the sensor's last row first.
+bool is_mirrored_y(const CameraContext& context);
+
 /// The full sensor as the frame, with its index map.
 void set_full_frame(CameraContext& context);
 

@@ -75,6 +75,7 @@ bool set_resolution(CameraContext& camera, int preset, int* width, int* height, 
   if (!reply) return false;
   const std::optional<FrameGeometry> geometry = plausible_geometry(camera, *reply);
   if (!geometry) return false;
+  camera.stream.readout.store(std::make_shared<const ReadoutInForce>(ReadoutInForce{.preset = preset}));
   camera.stream.set_geometry(*geometry);
   UpdateImageIdx(camera);  // at once: frames of that size may be there before the delay is
   hand_out(camera, *geometry, width, height, bytes);
@@ -120,6 +121,45 @@ std::optional<uint8_t> confirm_window(libusb_device_handle* handle, const Sensor
   return (*reply)[0];
 }
 
+/// Nothing when it does not lie on the sensor.
+std::optional<SensorWindow> window_on(const SensorSize& sensor, int64_t left, int64_t top, int64_t width,
+                                      int64_t height) {
+  if (left < 0 || top < 0 || width < 1 || height < 1 || left + width > sensor.width ||
+      top + height > sensor.height) {
+    return std::nullopt;
+  }
+  return SensorWindow{static_cast<uint16_t>(left), static_cast<uint16_t>(top), static_cast<uint16_t>(width),
+                      static_cast<uint16_t>(height)};
+}
+
+bool read_out(CameraContext& camera, const RegionInForce& region) {
+  const SensorWindow& window = region.window;
+  const DeviceHandle handle = find_device(camera);
+  if (handle == nullptr || !write_window(handle.get(), window)) return false;
+  const std::optional<uint8_t> bytes = confirm_window(handle.get(), window);
+  if (!bytes) return false;
+
+  // The 12-bit bridge answers 1 for a window; its samples take two bytes there as in every preset.
+  const bool twelve_bits = camera.model().COLOR_MODE == kMono12;
+  camera.stream.readout.store(std::make_shared<const ReadoutInForce>(ReadoutInForce{.region = region}));
+  camera.stream.set_geometry({window.width, window.height, twelve_bits ? 2U : *bytes});
+  UpdateImageIdx(camera);  // at once: frames of the window may be there before the delay is
+  reapply_delay(camera);
+  return true;
+}
+
+/// The region becomes a setting as it was asked for.
+void keep_region(CameraContext& camera, int x, int y, int w, int h) {
+  CameraParameter& parameter = camera.parameter;
+  parameter.roi_offset_x = static_cast<uint16_t>(x);
+  parameter.roi_offset_y = static_cast<uint16_t>(y);
+  parameter.roi_width = static_cast<uint16_t>(w);
+  parameter.roi_height = static_cast<uint16_t>(h);
+  parameter.resolution_index = 0;
+  parameter.enable_roi = 1;
+  set_exposure_width(camera, 0, 0);
+}
+
 }  // namespace
 
 std::optional<SensorWindow> MapViewToSensor(const CameraContext& context, int x, int y, int w, int h) {
@@ -135,37 +175,14 @@ std::optional<SensorWindow> MapViewToSensor(const CameraContext& context, int x,
   const bool rotated = (flags & kRotate90) != 0;
   const int64_t left = rotated ? along_y : along_x;
   const int64_t top = rotated ? along_x : along_y;
-  const int64_t width = rotated ? h : w;
-  const int64_t height = rotated ? w : h;
-  if (left < 0 || top < 0 || width < 1 || height < 1 || left + width > sensor.width ||
-      top + height > sensor.height) {
-    return std::nullopt;
-  }
-  return SensorWindow{static_cast<uint16_t>(left), static_cast<uint16_t>(top), static_cast<uint16_t>(width),
-                      static_cast<uint16_t>(height)};
+  return window_on(sensor, left, top, rotated ? h : w, rotated ? w : h);
 }
 
 bool set_ROI(CameraContext& camera, int x, int y, int w, int h) {
   const std::optional<SensorWindow> window = MapViewToSensor(camera, x, y, w, h);
   if (!window) return fail(KXCAM_ERROR_ARGUMENT);
-  const DeviceHandle handle = find_device(camera);
-  if (handle == nullptr || !write_window(handle.get(), *window)) return false;
-  const std::optional<uint8_t> bytes = confirm_window(handle.get(), *window);
-  if (!bytes) return false;
-
-  // The 12-bit bridge answers 1 for a window; its samples take two bytes there as in every preset.
-  const bool twelve_bits = camera.model().COLOR_MODE == kMono12;
-  camera.stream.set_geometry({window->width, window->height, twelve_bits ? 2U : *bytes});
-  UpdateImageIdx(camera);  // at once: frames of the window may be there before the delay is
-  reapply_delay(camera);
-  CameraParameter& parameter = camera.parameter;
-  parameter.roi_offset_x = static_cast<uint16_t>(x);
-  parameter.roi_offset_y = static_cast<uint16_t>(y);
-  parameter.roi_width = static_cast<uint16_t>(w);
-  parameter.roi_height = static_cast<uint16_t>(h);
-  parameter.resolution_index = 0;
-  parameter.enable_roi = 1;
-  set_exposure_width(camera, 0, 0);
+  if (!read_out(camera, {*window, static_cast<uint16_t>(x), static_cast<uint16_t>(y)})) return false;
+  keep_region(camera, x, y, w, h);
   return true;
 }
 
@@ -179,6 +196,47 @@ bool select_ROI(CameraContext& camera, int x, int y, int w, int h) {
   if (!set_ROI(camera, x, y, w, h)) return false;
   reapply_exposure(camera);
   return true;
+}
+
+std::optional<SensorWindow> window_of_picture(const CameraContext& camera, int x, int y, int w, int h) {
+  const SensorSize sensor = camera.model().SENSOR_ARRAY;
+  const uint16_t flags = camera.parameter.isp_flags;
+  const bool rotated = (flags & kRotate90) != 0;
+  // Along the sensor's rows and columns: where the picture runs the other way, from its end.
+  const int64_t along_x = rotated ? y : x;
+  const int64_t width = rotated ? h : w;
+  const int64_t along_y = rotated ? x : y;
+  const int64_t height = rotated ? w : h;
+  const bool backwards_x = (flags & kMirrorX) != 0;
+  const bool backwards_y = is_mirrored_y(camera) != rotated;
+  const int64_t left = backwards_x ? sensor.width - along_x - width : along_x;
+  const int64_t top = backwards_y ? sensor.height - along_y - height : along_y;
+  const std::optional<SensorWindow> window = window_on(sensor, left, top, width, height);
+  if (!window ||
+      !is_aligned(camera.family.roi_alignment, window->x, window->y, window->width, window->height))
+    return std::nullopt;
+  return window;
+}
+
+bool select_region(CameraContext& camera, int x, int y, int w, int h) {
+  const std::optional<SensorWindow> window = window_of_picture(camera, x, y, w, h);
+  if (!window) return fail(KXCAM_ERROR_ARGUMENT);
+  if (!read_out(camera, {*window, window->x, window->y})) return false;
+  keep_region(camera, x, y, w, h);
+  reapply_exposure(camera);
+  return true;
+}
+
+bool reselect_readout(CameraContext& camera, const ReadoutInForce& readout) {
+  CameraParameter& parameter = camera.parameter;
+  const uint8_t enable_roi = parameter.enable_roi;
+  const uint8_t preset = parameter.resolution_index;
+  const bool selected = readout.region ? read_out(camera, *readout.region)
+                                       : set_resolution(camera, readout.preset, nullptr, nullptr, nullptr);
+  parameter.enable_roi = enable_roi;
+  parameter.resolution_index = preset;
+  if (selected) set_exposure_width(camera, 0, 0);
+  return selected;
 }
 
 }  // namespace kxcam

@@ -28,16 +28,6 @@ bool set_resolution_mode(CameraContext& camera, int mode);
 /// Readout mode last set.
 int get_resolution_mode(const CameraContext& camera);
 
-/// A window of the sensor in sensor pixels.
-struct SensorWindow {
-  uint16_t x;
-  uint16_t y;
-  uint16_t width;
-  uint16_t height;
-
-  bool operator==(const SensorWindow&) const = default;
-};
-
 /// The window of the sensor that a region in the picture's view comes from. Nothing when the region
 /// is not aligned as the sensor needs it or does not lie on the sensor.
 std::optional<SensorWindow> MapViewToSensor(const CameraContext& context, int x, int y, int w, int h);
@@ -50,5 +40,15 @@ bool set_ROI(CameraContext& camera, int x, int y, int w, int h);
 /// readout.
 bool select_resolution(CameraContext& camera, int preset, int* width, int* height);
 bool select_ROI(CameraContext& camera, int x, int y, int w, int h);
+
+/// The window that the index map turns into that part of the delivered picture of the full sensor. Nothing
+/// when it is not aligned as the sensor needs it or does not lie on the sensor.
+std::optional<SensorWindow> window_of_picture(const CameraContext& camera, int x, int y, int w, int h);
+
+/// Reads out the part of the picture that was asked for; otherwise as select_ROI().
+bool select_region(CameraContext& camera, int x, int y, int w, int h);
+
+/// Selects what was read out before, and leaves the settings alone. Codes as set_ROI().
+bool reselect_readout(CameraContext& camera, const ReadoutInForce& readout);
 
 }  // namespace kxcam

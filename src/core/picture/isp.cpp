@@ -31,7 +31,8 @@ RawCorrections raw_corrections(const CameraContext& ctx, int32_t width, int32_t 
       .dead_pixels = ctx.picture.dead_pixels.load(),
       .flat_field = flat_field_in_force(ctx, flags),
       .despeckled = (flags & kDespeckleOff) == 0,
-      .placement = place_frame(ctx.model().SENSOR_ARRAY, ctx.parameter, width, height),
+      .placement = place_frame(ctx.model().SENSOR_ARRAY, ctx.stream.readout.load()->region,
+                               ctx.parameter.resolution_mode, width, height),
   };
 }
 
@@ -136,15 +137,13 @@ FrameSettings frame_settings(const CameraContext& ctx) {
   };
 }
 
-FramePlacement place_frame(const SensorSize& sensor, const CameraParameter& parameter, int32_t width,
-                           int32_t height) {
+FramePlacement place_frame(const SensorSize& sensor, const std::optional<RegionInForce>& region,
+                           uint8_t readout_mode, int32_t width, int32_t height) {
   if (width == sensor.width && height == sensor.height) return {};
-  if (parameter.enable_roi != 0) {
-    return {Readout::kWindow, parameter.roi_offset_x, parameter.roi_offset_y};
-  }
+  if (region) return {Readout::kWindow, region->offset_x, region->offset_y};
   const int64_t twice_width = int64_t{2} * width;
   const int64_t twice_height = int64_t{2} * height;
-  if (parameter.resolution_mode != 0 && twice_width < sensor.width && twice_height < sensor.height) {
+  if (readout_mode != 0 && twice_width < sensor.width && twice_height < sensor.height) {
     return {Readout::kBinned, static_cast<int32_t>((sensor.width - twice_width) >> 1),
             static_cast<int32_t>((sensor.height - twice_height) >> 1)};
   }

@@ -31,8 +31,8 @@ bool isp_raw_frame(CameraContext& ctx, uint8_t* in, uint8_t* out, const FrameGeo
 /// What is in force for the next frame of a camera.
 FrameSettings frame_settings(const CameraContext& ctx);
 
-/// The placement of a width x height frame under the region of interest and the readout mode in force.
-FramePlacement place_frame(const SensorSize& sensor, const CameraParameter& parameter, int32_t width,
-                           int32_t height);
+/// The placement of a width x height frame under the region and the readout mode in force.
+FramePlacement place_frame(const SensorSize& sensor, const std::optional<RegionInForce>& region,
+                           uint8_t readout_mode, int32_t width, int32_t height);
 
 }  // namespace kxcam

@@ -96,6 +96,7 @@ struct StreamPart {
   std::mutex attachment_mutex;        ///< held while the device or the reader changes
   std::thread reader_thread;          ///< guarded by attachment_mutex
   std::atomic<FrameGeometry> geometry = FrameGeometry{640, 480, 1};
+  Published<const ReadoutInForce> readout{std::make_shared<const ReadoutInForce>()};
   Published<const IndexMap> index_map;
 };
 

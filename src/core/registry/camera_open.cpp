@@ -176,7 +176,10 @@ void resume_acquisition(CameraContext& context, libusb_device_handle* handle) {
   wake_sensor(context, handle);
   // Before queries may wait for frames again: single settings drop the frames of the old one, and would
   // have to wait for the end of every query. Whatever becomes of them, the camera is back.
+  const auto before = context.stream.readout.load();
   set_parameter(context);
+  // Settings that were loaded since the readout was selected ask for another one.
+  if (*context.stream.readout.load() != *before) reselect_readout(context, *before);
   restore_remaining_settings(context);
   context.stream.running = true;
   try {
