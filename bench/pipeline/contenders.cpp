@@ -176,7 +176,7 @@ class Frames {
             },
             [=, *this](size_t set) {
               FrameRing& ring = *camera->stream.ring;
-              const int i = ring.wait_for_free_buffer(camera->stream.running).value();
+              const int i = ring.wait_for_free_buffer().value();
               const auto buffer = ring.buffer(i).first(pixels());
               std::ranges::copy(std::span(sets_[set].raw).first(pixels()), buffer.begin());
               for (size_t at = 0; at < buffer.size(); at += 64) _mm_clflush(&buffer[at]);
@@ -218,7 +218,8 @@ class Frames {
     camera = context_at(kCamera);
     set_fpn_data(*camera, fixed_pattern(width_, 1).data(), fixed_pattern(width_, 2).data(),
                  fixed_pattern(height_, 3).data(), width_, height_);
-    camera->stream.ring = std::make_unique<FrameRing>(size.pixels());
+    camera->stream.ring = std::make_unique<FrameRing>(
+        size.pixels(), FrameRing::Acquisition{camera->stream.geometry, camera->stream.running});
     camera->stream.geometry = FrameGeometry{static_cast<uint16_t>(width_), static_cast<uint16_t>(height_), 1};
     camera->stream.running = true;
     return camera;

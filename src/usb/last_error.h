@@ -15,9 +15,24 @@ inline int& thread_error() {
   return code;
 }
 
+/// While one lives, what the calling thread tries in vain leaves the exported `last_error` as it is.
+class LastErrorKept {
+ public:
+  LastErrorKept() { ++count(); }
+  ~LastErrorKept() { --count(); }
+  LastErrorKept(const LastErrorKept&) = delete;
+  LastErrorKept& operator=(const LastErrorKept&) = delete;
+
+  static int& count() {
+    thread_local int alive = 0;
+    return alive;
+  }
+};
+
 /// Stores the cause of a failure in the exported `last_error`.
 inline void set_last_error(kxcam_error code) {
   thread_error() = code;
+  if (LastErrorKept::count() > 0) return;
   std::atomic_ref(last_error).store(code, std::memory_order_relaxed);
 }
 

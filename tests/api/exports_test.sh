@@ -19,11 +19,14 @@ library=$1
 map=$3
 first=$( (grep -oE 'Camera[A-Za-z0-9]+\(int|Camera[A-Za-z0-9]+\(void' "$2/kxcam.h" | sed 's/(.*//'
           printf 'last_error\nlogfile\npidfile\n') | sort -u)
+second=$(sed -nE 's/^KXCAM_API .*(kxcam_[a-z_]+)\(.*/\1/p' "$2/extra.h" | sed 's/^.* //' | sort)
 used=$(nm -D "$4" | sed -nE 's/.* (Camera[A-Za-z0-9]+|last_error|logfile|pidfile)(@.*)?$/\1/p' | sort -u)
 
 same "exported and declared differ" "$(exported KXCAM_1)" "$first"
 same "exported and listed differ" "$(exported KXCAM_1)" "$(listed KXCAM_1)"
 same "exported and used by $4 differ" "$first" "$used"
+same "additions exported and declared differ" "$(exported KXCAM_1.1)" "$second"
 same "additions exported and listed differ" "$(exported KXCAM_1.1)" "$(listed KXCAM_1.1)"
 [ "$(echo "$first" | grep -c '^Camera')" -eq 113 ]
 
+[ "$(nm -D --defined-only "$library" | awk '$2 != "A"' | wc -l)" -eq "$(printf '%s\n%s\n' "$first" "$second" | wc -l)" ]

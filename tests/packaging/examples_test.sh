@@ -28,6 +28,14 @@ on_camera "$kxcam" capture -o "$work/frame.raw" >/dev/null 2>&1
 "$folder/virtual_camera" 3600 <"$work/frame.raw" >"$work/developed.ppm"
 expect_picture "$work/developed.ppm"
 
+two() { "$kxsim" run --camera 3600,serial=LEFT --camera 3600,serial=RIGHT -- "$@"; }
+two "$folder/live_loop" RIGHT LEFT >"$work/live"
+grep -q '^camera 0: picture 0, 720 x 540$' "$work/live"
+grep -q '^camera 1: picture ' "$work/live"
+two "$folder/newest_frame" LEFT >"$work/newest"
+[ "$(grep -c '^picture ' "$work/newest")" -eq 10 ]
+grep -qE '^10 of [0-9]+ frames delivered, [1-9]' "$work/newest"
+
 # Without a camera they say so.
 if "$kxsim" run --fault 'open denied' -- "$folder/first_picture" >/dev/null 2>"$work/complaint"; then exit 1; fi
 grep -q '^cannot open camera 0: code' "$work/complaint"

@@ -12,6 +12,10 @@
 
 namespace kxcam {
 
+bool bridge_has_loop(const CameraContext& camera) {
+  return camera.family.bridge_auto_exposure || (camera.device.feature_bits & kBridgeAutoExposure) != 0;
+}
+
 namespace {
 
 constexpr uint32_t kLastVersionWithoutAutoExposure = 0x103;
@@ -19,10 +23,6 @@ constexpr uint32_t kControl50Hz = 0x10;
 constexpr uint32_t kControl60Hz = 0x20;
 constexpr int kTargetFractionBits = 4;
 constexpr int kHighestTarget = 255;
-
-bool bridge_has_loop(const CameraContext& camera) {
-  return camera.family.bridge_auto_exposure || (camera.device.feature_bits & kBridgeAutoExposure) != 0;
-}
 
 uint32_t mains_bit(uint16_t isp_flags) {
   if ((isp_flags & kAntiFlicker50Hz) != 0) return kControl50Hz;

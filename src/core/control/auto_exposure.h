@@ -8,6 +8,7 @@ struct CameraContext;
 /// Automatic exposure and gain. Where the bridge has a loop of its own and that is available, automatic
 /// exposure is the bridge's. Switching moves the next run of the software loop by some frames. Getters give
 /// 0 or 1.
+bool bridge_has_loop(const CameraContext& camera);
 bool set_aec(CameraContext& camera, bool on);
 int get_aec(const CameraContext& camera);
 bool set_agc(CameraContext& camera, bool on);

@@ -2,6 +2,8 @@
 #include "core/registry/camera_open.h"
 
 #include <mutex>
+#include <optional>
+#include <string_view>
 
 #include "core/acquisition/frame_reader.h"
 #include "core/acquisition/orientation.h"
@@ -15,6 +17,7 @@
 #include "core/registry/contexts.h"
 #include "core/registry/discovery.h"
 #include "core/sensors/sensor_family.h"
+#include "kxcam/extra.h"
 #include "sync/clock.h"
 #include "usb/bridge.h"
 #include "usb/kxusb.h"
@@ -40,7 +43,7 @@ std::nullptr_t nothing(kxcam_error code) {
 void attach_device(CameraContext& context, const DeviceHandle& handle) {
   context.device.usb_speed = kxusb_get_device_speed(libusb_get_device(handle.get())) - 1;
   context.device.usb_handle.store(handle);
-  context.device.port = port_of(handle.get());
+  context.device.port = port_of(libusb_get_device(handle.get()));
   kxusb_claim_interface(handle.get(), kImageInterface);
 }
 
@@ -113,6 +116,27 @@ void start_acquisition(int index, CameraContext& context) {
   }
 }
 
+/// The camera behind an open device, with the device its own.
+ContextRef attach_camera(const DeviceHandle& handle, int model_row, const SerialRecord& serial, int flags) {
+  ContextRef context = std::make_shared<CameraContext>(model_row);
+  context->parameter.serial_number = serial;
+  context->device.open_flags = flags;
+  attach_device(*context, handle);
+  return context;
+}
+
+/// Prepares a camera, puts it into its slot and starts its reader.
+bool bring_up(int index, const ContextRef& context) {
+  const bool acquires = (context->device.open_flags & kOpenWithoutAcquisition) == 0;
+  if (acquires) prepare_acquisition(*context, context->device.usb_handle.load().get());
+  context->stream.running = true;
+
+  const std::lock_guard attachment(context->stream.attachment_mutex);
+  if (!occupy_slot(index, context)) return false;
+  if (acquires) start_acquisition(index, *context);
+  return true;
+}
+
 /// Opens the camera at that position on the bus; null when it cannot be had.
 ContextRef open_slot(int index, int flags) {
   if (!check_index(index)) return nullptr;
@@ -127,19 +151,10 @@ ContextRef open_slot(int index, int flags) {
 
   const DeviceHandle handle = reopen(device, product_id);
   if (handle == nullptr) return nothing(KXCAM_ERROR_NO_DEVICE);
+  if (is_attached(libusb_get_device(handle.get()))) return nothing(KXCAM_ERROR_IN_USE);
 
-  ContextRef context = std::make_shared<CameraContext>(model_row);
-  context->parameter.serial_number = serial;
-  context->device.open_flags = flags;
-  attach_device(*context, handle);
-  const bool acquires = (flags & kOpenWithoutAcquisition) == 0;
-  if (acquires) prepare_acquisition(*context, handle.get());
-  context->stream.running = true;
-
-  const std::lock_guard attachment(context->stream.attachment_mutex);
-  if (!occupy_slot(index, context)) return nullptr;
-  if (acquires) start_acquisition(index, *context);
-  return context;
+  const ContextRef context = attach_camera(handle, model_row, serial, flags);
+  return bring_up(index, context) ? context : nullptr;
 }
 
 /// Gives the camera its device again, with acquisition ended and the ring empty; null when it is not there.
@@ -202,22 +217,93 @@ bool init_camera(int index) {
   return init_camera_ex(index, nullptr, 0, 0);
 }
 
-bool open_camera(int index) {
-  const ContextRef camera = open_slot(index, 0);
-  if (camera == nullptr) return false;
+namespace {
+
+/// What follows an open before programs get the camera: stored settings, the full sensor, the stream.
+void start_up(int index, CameraContext& camera) {
   try {
     // The camera is open from here on, whatever it answers.
-    load_parameter(*camera, 0);
-    restore_geometry(*camera);
-    load_deadpixel(*camera, nullptr);
+    load_parameter(camera, 0);
+    restore_geometry(camera);
+    load_deadpixel(camera, nullptr);
     // Programs rely on the full sensor after an open, whatever geometry the camera was left with.
-    set_resolution(*camera, 0, nullptr, nullptr, nullptr);
-    start_video(*camera);
+    set_resolution(camera, 0, nullptr, nullptr, nullptr);
+    start_video(camera);
   } catch (...) {
     free_camera(index);
     throw;
   }
+}
+
+struct FreeCamera {
+  int extra_error = 0;
+  ContextRef context;
+};
+
+/// The camera with that serial number that nobody holds, with its device its own; nothing is sent to others.
+FreeCamera take_free_camera(std::string_view serial) {
+  const Enumeration bus;
+  bool held = false;
+  for (const DeviceHandle& device : bus.devices()) {
+    libusb_device_handle* handle = device.get();
+    if (!is_camera(handle) || is_attached(libusb_get_device(handle))) continue;
+    if (kxusb_claim_interface(handle, kImageInterface) == LIBUSB_ERROR_BUSY) {
+      held = true;
+      continue;
+    }
+    const std::optional<uint16_t> product = true_product(handle);
+    const SerialRecord record = read_serial(handle);
+    if (product && trimmed({record.data(), record.size()}) == serial) {
+      const int row = find_model(*product);
+      if (row == kUnknownModel) return {.context = nothing(KXCAM_ERROR_NO_DEVICE)};
+      return {.context = attach_camera(device, row, record, 0)};
+    }
+    kxusb_release_interface(handle, kImageInterface);
+  }
+  if (held) return {.extra_error = KXCAM_ERROR_HELD, .context = nullptr};
+  switch (bus.result()) {
+    case 0:
+      return {.context = nothing(KXCAM_ERROR_EMPTY_BUS)};
+    case -1:
+      return {.extra_error = KXCAM_ERROR_CONFIGURATION, .context = nullptr};
+    case -5:
+      return {.extra_error = KXCAM_ERROR_PERMISSION, .context = nullptr};
+    default:
+      if (bus.result() < 0) return {.extra_error = KXCAM_ERROR_SYSTEM, .context = nullptr};
+      return {.context = nothing(KXCAM_ERROR_NO_DEVICE)};
+  }
+}
+
+/// The lowest index at which nothing is open; -1 when there is none.
+int lowest_free_index() {
+  int index = 0;
+  while (index < kMaxCameras && is_occupied(index)) ++index;
+  return index < kMaxCameras ? index : -1;
+}
+
+}  // namespace
+
+bool open_camera(int index) {
+  const ContextRef camera = open_slot(index, 0);
+  if (camera == nullptr) return false;
+  start_up(index, *camera);
   return true;
+}
+
+OpenedBySerial open_by_serial(std::string_view wanted) {
+  static std::mutex one_at_a_time;
+  const std::lock_guard lock(one_at_a_time);
+  const std::string_view serial = trimmed(wanted);
+  const int index = lowest_free_index();
+  if (index < 0 || is_serial_open(serial)) {
+    set_last_error(KXCAM_ERROR_IN_USE);
+    return {};
+  }
+  const FreeCamera camera = take_free_camera(serial);
+  if (camera.context == nullptr) return {.extra_error = camera.extra_error};
+  if (!bring_up(index, camera.context)) return {};
+  start_up(index, *camera.context);
+  return {.index = index};
 }
 
 bool reset_camera(const CameraContext& /*camera*/) {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <string_view>
+
 namespace kxcam {
 
 struct CameraContext;
@@ -19,6 +21,16 @@ bool init_camera(int index);
 /// init_camera() for a program that wants pictures: with the settings stored in the camera and the stream
 /// started. Only the open itself can fail. Throws std::bad_alloc, with the slot empty.
 bool open_camera(int index);
+
+struct OpenedBySerial {
+  int extra_error = 0;  ///< HELD, PERMISSION, CONFIGURATION or SYSTEM; failures beside these have a code
+  int index = -1;
+};
+
+/// open_camera() of the camera with that serial number, wherever it is on the bus, at the lowest free index.
+/// Nothing is sent to cameras that are open, here or in another program. IN_USE, NO_DEVICE, EMPTY_BUS. Throws
+/// std::bad_alloc.
+OpenedBySerial open_by_serial(std::string_view serial);
 
 /// Leaves the camera as it is: that it is open is all that is asked.
 bool reset_camera(const CameraContext& camera);

@@ -6,6 +6,7 @@
 #include <mutex>
 #include <utility>
 
+#include "core/registry/discovery.h"
 #include "usb/last_error.h"
 
 namespace kxcam {
@@ -62,12 +63,27 @@ bool is_open(const CameraContext& camera) {
   return std::ranges::any_of(all.contexts, [&](const ContextRef& open) { return open.get() == &camera; });
 }
 
-bool is_attached(libusb_device* device) {
+ContextRef camera_of(libusb_device* device) {
   Slots& all = slots();
   const std::lock_guard lock(all.mutex);
-  return std::ranges::any_of(all.contexts, [device](const ContextRef& camera) {
+  const auto found = std::ranges::find_if(all.contexts, [device](const ContextRef& camera) {
     const DeviceHandle handle = camera == nullptr ? nullptr : camera->device.usb_handle.load();
     return handle != nullptr && libusb_get_device(handle.get()) == device;
+  });
+  return found == all.contexts.end() ? nullptr : *found;
+}
+
+bool is_attached(libusb_device* device) {
+  return camera_of(device) != nullptr;
+}
+
+bool is_serial_open(std::string_view serial) {
+  Slots& all = slots();
+  const std::lock_guard lock(all.mutex);
+  return std::ranges::any_of(all.contexts, [serial](const ContextRef& camera) {
+    if (camera == nullptr || camera->device.is_virtual) return false;
+    const SerialRecord& record = camera->parameter.serial_number;
+    return trimmed({record.data(), record.size()}) == serial;
   });
 }
 

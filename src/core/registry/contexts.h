@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <string_view>
 
 #include "core/registry/camera_context.h"
 
@@ -29,8 +30,13 @@ bool is_occupied(int index);
 /// Whether the camera is still in its slot.
 bool is_open(const CameraContext& camera);
 
+/// The open camera whose device that is; null when it is nobody's.
+ContextRef camera_of(libusb_device* device);
 /// Whether that device is an open camera's.
 bool is_attached(libusb_device* device);
+
+/// Whether a camera with that serial number is open; without the blanks at its end.
+bool is_serial_open(std::string_view serial);
 
 /// Puts a context into an empty slot; false with IN_USE when the slot is taken.
 bool occupy_slot(int index, ContextRef context);

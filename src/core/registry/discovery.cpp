@@ -29,10 +29,6 @@ constexpr int kLongestName = 30;
 
 using UserName = std::array<char, 32>;
 
-bool is_camera(libusb_device_handle* handle) {
-  return kxusb_getvendor(handle) == kCameraVendor;
-}
-
 /// One EEPROM byte; nothing, with READ_REQUEST, when it cannot be read.
 std::optional<uint8_t> read_byte(libusb_device_handle* handle, uint16_t address) {
   if (const auto reply = read_short(handle, bridge::kEepromRead, address, 0)) return (*reply)[0];
@@ -46,12 +42,6 @@ void read_text(libusb_device_handle* handle, uint16_t address, int length, char*
   }
 }
 
-SerialRecord read_serial(libusb_device_handle* handle) {
-  SerialRecord serial{};
-  read_text(handle, kSerialAddress, kSerialNumberLength, serial.data());
-  return serial;
-}
-
 /// The name that the camera's owner gave it, if any.
 std::optional<UserName> read_user_name(libusb_device_handle* handle) {
   const std::optional<uint8_t> length = read_byte(handle, kNameLengthAddress);
@@ -61,7 +51,18 @@ std::optional<UserName> read_user_name(libusb_device_handle* handle) {
   return name;
 }
 
-/// The product id that tells the model; nothing when the camera does not answer.
+}  // namespace
+
+bool is_camera(libusb_device_handle* handle) {
+  return kxusb_getvendor(handle) == kCameraVendor;
+}
+
+SerialRecord read_serial(libusb_device_handle* handle) {
+  SerialRecord serial{};
+  read_text(handle, kSerialAddress, kSerialNumberLength, serial.data());
+  return serial;
+}
+
 std::optional<uint16_t> true_product(libusb_device_handle* handle) {
   const uint16_t product = kxusb_getproduct(handle);
   if (product != kGenericProduct) return product;
@@ -69,6 +70,13 @@ std::optional<uint16_t> true_product(libusb_device_handle* handle) {
   if (!reply) return std::nullopt;
   return static_cast<uint16_t>((*reply)[0] | (*reply)[1] << 8);
 }
+
+std::string_view trimmed(std::string_view serial) {
+  serial = serial.substr(0, serial.find('\0'));
+  return serial.substr(0, serial.find_last_not_of(' ') + 1);
+}
+
+namespace {
 
 struct FoundCamera {
   int device;
@@ -135,11 +143,21 @@ int get_camera_idx(const char* serial) {
   return -1;
 }
 
-UsbPort port_of(libusb_device_handle* handle) {
-  libusb_device* device = libusb_get_device(handle);
+UsbPort port_of(libusb_device* device) {
   UsbPort port{.bus = libusb_get_bus_number(device)};
   libusb_get_port_numbers(device, port.path.data(), static_cast<int>(port.path.size()));
   return port;
+}
+
+std::string port_name(const UsbPort& port) {
+  std::string name = std::to_string(port.bus);
+  char separator = '-';
+  for (const uint8_t number : port.path) {
+    if (number == 0) break;
+    name += separator + std::to_string(number);
+    separator = '.';
+  }
+  return name;
 }
 
 DeviceHandle find_by_serial(const Enumeration& bus, const SerialRecord& serial, uint32_t product_id,
@@ -147,7 +165,7 @@ DeviceHandle find_by_serial(const Enumeration& bus, const SerialRecord& serial, 
   DeviceHandle first;
   for (const DeviceHandle& device : bus.devices()) {
     libusb_device_handle* handle = device.get();
-    const bool at_port = port_of(handle) == port;
+    const bool at_port = port_of(libusb_get_device(handle)) == port;
     if (!is_camera(handle) || (first != nullptr && !at_port) || is_attached(libusb_get_device(handle)))
       continue;
     if (true_product(handle) != product_id || read_serial(handle) != serial) continue;

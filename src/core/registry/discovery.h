@@ -3,6 +3,9 @@
 
 #include <cstdint>
 #include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
 #include <vector>
 
 #include "core/registry/camera_context.h"
@@ -47,7 +50,16 @@ int get_camera_count();
 /// Device numbers count every configured device, camera or not.
 int get_camera_idx(const char* serial);
 
-UsbPort port_of(libusb_device_handle* handle);
+UsbPort port_of(libusb_device* device);
+/// "1-2.3", as the system names it.
+std::string port_name(const UsbPort& port);
+
+bool is_camera(libusb_device_handle* handle);
+/// The product id that tells the model; nothing when the camera does not answer.
+std::optional<uint16_t> true_product(libusb_device_handle* handle);
+SerialRecord read_serial(libusb_device_handle* handle);
+/// A serial number without the blanks at its end.
+std::string_view trimmed(std::string_view serial);
 
 /// The camera with that serial number and product id that is not open: the one at `port`, or else the first
 /// on the bus. Null when there is none.

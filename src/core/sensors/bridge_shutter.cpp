@@ -177,6 +177,8 @@ std::optional<LineTiming> line_timing(CameraContext& camera, int32_t /*line_leng
   return length ? clocked_line(camera, kPixelClock, *length) : std::nullopt;
 }
 
+constexpr int32_t kLongestExposure = 65535;
+
 /// The shortest exposure is two lines, and the frame is a little longer than the exposure. The setter's
 /// outcome is that of all writes but the last.
 template <int32_t kLongest, bool kLastWriteCounts>
@@ -198,8 +200,9 @@ bool write_gain(CameraContext& camera, int32_t gain) {
 
 constexpr SensorFamily family{
     .mids = kMids,
+    .longest_exposure = kLongestExposure,
     .line_timing = line_timing,
-    .write_exposure = write_exposure<65535, false>,
+    .write_exposure = write_exposure<kLongestExposure, false>,
     .write_gain = regardless<write_gain>,
     .write_advanced_gain = write_advanced_channel_gains<kFirstChannelGain>,
     .write_loop_exposure = write_exposure<4000, true>,

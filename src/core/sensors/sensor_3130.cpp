@@ -92,6 +92,7 @@ bool switch_trigger(CameraContext& camera, bool triggered) {
 constexpr SensorFamily kFamilies[] = {{
     .mids = kMids,
     .roi_alignment = {.x_and_width = 16},
+    .longest_exposure = kLongestExposure,
     .trigger_wait_ms = 2,
     .line_timing = line_timing,
     .write_exposure = write_exposure,

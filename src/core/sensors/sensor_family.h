@@ -48,6 +48,8 @@ struct SensorFamily {
   bool strobe_line = false;
   /// The bridges of the monochrome models correct the fixed pattern, whatever their firmware.
   bool mono_keeps_fixed_pattern = false;
+  /// Lines beyond which an exposure grows no longer; 0: no limit is known.
+  int32_t longest_exposure = 0;
   /// Frames are garbage for this many milliseconds after the reader has started.
   int settling_time_ms = 0;
   /// Pause before the pulse of a software trigger, in milliseconds.

@@ -36,9 +36,10 @@ constexpr RegisterWrite kHoldBegin{kUpdateHold, 0x00};
 constexpr RegisterWrite kHoldEnd{kUpdateHold, 0x10};
 constexpr RegisterWrite kHoldLaunch{kUpdateHold, 0x60};
 
+constexpr int32_t kLongestExposure = 64000;
+
 /// Capped at what the registers hold.
 bool write_exposure(CameraContext& camera, int32_t lines) {
-  constexpr int32_t kLongestExposure = 64000;
   const auto e = static_cast<uint32_t>(std::min(lines, kLongestExposure));
   const bool written = sccb_write_all(camera, {kHoldBegin,
                                                {kExposureHigh, e >> 12},
@@ -132,6 +133,7 @@ void write_advanced_gain(CameraContext& camera, int32_t level) {
 constexpr SensorFamily family{
     .mids = kMids,
     .roi_alignment = {.x_and_width = 8},
+    .longest_exposure = kLongestExposure,
     .line_timing = line_timing,
     .write_exposure = write_exposure,
     .write_gain = regardless<write_gain>,
@@ -179,6 +181,7 @@ void write_delay(CameraContext& camera, int32_t lines) {
 constexpr SensorFamily family{
     .mids = kMids,
     .roi_alignment = {.x_and_width = 8},
+    .longest_exposure = kLongestExposure,
     .line_timing = line_timing,
     .write_exposure = write_exposure,
     .write_gain = regardless<write_gain>,
