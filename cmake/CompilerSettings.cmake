@@ -11,7 +11,7 @@ if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE)
 endif()
 
 option(KXCAM_WERROR "Treat warnings as errors, with the compilers that the project is checked with" OFF)
-option(KXCAM_HARDEN "Harden what is built as Debian hardens its packages" OFF)
+option(KXCAM_HARDEN "Harden what is built as Debian hardens its packages" ON)
 set(KXCAM_SANITIZE "" CACHE STRING "Sanitizers for every target, as -fsanitize= takes them")
 
 add_library(kxcam_settings INTERFACE)
@@ -32,7 +32,7 @@ endif()
 include(CheckPIESupported)
 check_pie_supported()
 add_link_options(LINKER:-z,relro,-z,now)
-if(KXCAM_HARDEN)
+if(KXCAM_HARDEN AND NOT KXCAM_SANITIZE)
   # Options of the folder: those of a target come after them.
   add_compile_options(-fstack-protector-strong -fstack-clash-protection)
   add_compile_options($<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE$<SEMICOLON>-D_FORTIFY_SOURCE=2>)
