@@ -10,8 +10,8 @@
 #include "usb/last_error.h"
 
 // How a call comes in and its result goes out. Every export is one of these calls around one operation: the
-// camera is looked up here, once, in the order index (INDEX), argument (ARGUMENT), presence (NOT_OPEN), and nothing is
-// ever thrown into a C program.
+// camera is looked up here, once, in the order index (INDEX), argument (ARGUMENT), presence (NOT_OPEN), and
+// nothing is ever thrown into a C program.
 namespace kxcam::api {
 
 inline constexpr uint32_t kSuccess = 0;

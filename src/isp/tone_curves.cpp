@@ -2,8 +2,8 @@
 #include "isp/tone_curves.h"
 
 #include <cmath>
-#include <cstring>
 #include <cstddef>
+#include <cstring>
 #include <numeric>
 
 #include "isp/saturating_cast.h"
