@@ -1,6 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /* For a program that is slower than its camera: always the newest picture, and what became of the others.
  * newest_frame SERIAL */
+#define _POSIX_C_SOURCE 199309L /* of clock_gettime() and nanosleep() */
 #include <stdio.h>
 #include <stdlib.h>
 #include <time.h>
