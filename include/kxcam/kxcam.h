@@ -153,10 +153,10 @@ KXCAM_API uint32_t CameraGetLastError(int* error);
  * are sent to the camera, models that are reset at open stop streaming to the other program, and queries in
  * this one fail with #KXCAM_ERROR_NO_FRAME.
  *
- * Errors: #KXCAM_ERROR_IN_USE if the index is already open; #KXCAM_ERROR_EMPTY_BUS; #KXCAM_ERROR_NO_DEVICE if
- * the camera is unplugged during the call or its model is unknown. An index beyond the cameras on the bus, a
- * missing configuration file, a device that cannot be opened or a lack of memory makes the call fail without
- * setting #last_error. Exclusive. */
+ * Errors: #KXCAM_ERROR_IN_USE if the index is already open, or this process has the same device open at
+ * another index; #KXCAM_ERROR_EMPTY_BUS; #KXCAM_ERROR_NO_DEVICE if the camera is unplugged during the call or
+ * its model is unknown. An index beyond the cameras on the bus, a missing configuration file, a device that
+ * cannot be opened or a lack of memory makes the call fail without setting #last_error. Exclusive. */
 KXCAM_API uint32_t CameraInit(int camera);
 
 /** @brief Opens a camera for register access only: no frame buffers, no reader thread, no streaming.
@@ -234,6 +234,9 @@ KXCAM_API uint32_t CameraGetResolution(int camera, int preset, int* width, int* 
 KXCAM_API uint32_t CameraSetResolution(int camera, int preset, int* width, int* height);
 
 /** @brief Reads out a region of interest, given in coordinates of the picture as it is delivered.
+ *
+ * While the picture is rotated, the region shows another part of it than was asked for; kxcam_set_region() of
+ * extra.h gives that part in every orientation.
  *
  * All four values must be even; some sensors need `x` and `width` (or all four) in multiples of 8, 16 or 32.
  * Errors: #KXCAM_ERROR_ARGUMENT if misaligned or not inside the sensor; #KXCAM_ERROR_WRITE_REQUEST or
