@@ -110,7 +110,10 @@ class ScarceCamera : private test::CameraBus {
   }
 
   bool open_camera() { return CameraInit(0) == 0; }
-  bool picture() { return !query(KXCAM_FORMAT_GREY, 1).empty(); }
+  bool picture() {
+    CameraSetTimeout(0, 50'000);  // for a busy machine
+    return !query(KXCAM_FORMAT_GREY, 1).empty();
+  }
   bool close_camera() { return CameraFree(0) == 0; }
 
   static bool is_open() { return CameraReset(0) == 0; }
