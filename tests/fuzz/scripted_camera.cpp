@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "core/persistence/eeprom.h"
+#include "core/control/registers.h"
 #include "core/registry/discovery.h"
 
 namespace kxcam {

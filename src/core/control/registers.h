@@ -32,6 +32,17 @@ std::optional<uint32_t> isp_read(CameraContext& camera, uint32_t reg);
 /// Firmware parameter.
 bool param_write(CameraContext& camera, uint32_t index, uint32_t value);
 
+/// Where the blocks of a camera's EEPROM begin; values of two bytes are big-endian.
+enum EepromAddress : uint16_t {
+  kSerialAddress = 0x1D00,      ///< 12 characters
+  kMatrixAddress = 0x1D20,      ///< 9 words: colour matrix
+  kNameLengthAddress = 0x1D50,  ///< 1 byte: length of the user's name, 1..30 when there is one
+  kNameAddress = 0x1D51,
+  kUserDataAddress = 0x1D70,   ///< 63 bytes
+  kDeadPixelAddress = 0x1E00,  ///< up to 127 words: count, then x and y of each
+  kParameterAddress = 0x1F00,  ///< 4 blocks of 64 bytes: parameter sets
+};
+
 /// EEPROM, one byte a request; a write returns after the EEPROM's write cycle.
 std::optional<uint8_t> eeprom_read(CameraContext& camera, uint32_t address);
 bool eeprom_write(CameraContext& camera, uint32_t address, uint8_t byte);

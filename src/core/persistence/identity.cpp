@@ -4,7 +4,6 @@
 #include <algorithm>
 
 #include "core/control/registers.h"
-#include "core/persistence/eeprom.h"
 #include "core/registry/camera_context.h"
 #include "usb/last_error.h"
 

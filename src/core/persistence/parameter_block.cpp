@@ -6,7 +6,6 @@
 
 #include "core/control/registers.h"
 #include "core/control/trigger.h"
-#include "core/persistence/eeprom.h"
 #include "isp/saturating_cast.h"
 
 namespace kxcam {

@@ -10,7 +10,6 @@
 #include <vector>
 
 #include "core/control/registers.h"
-#include "core/persistence/eeprom.h"
 #include "core/sensors/sensor_family.h"
 #include "isp/saturating_cast.h"
 #include "usb/bridge.h"

@@ -9,7 +9,7 @@
 #include <optional>
 #include <string_view>
 
-#include "core/persistence/eeprom.h"
+#include "core/control/registers.h"
 #include "core/registry/contexts.h"
 #include "usb/bridge.h"
 #include "usb/kxusb.h"
