@@ -1,40 +1,47 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <atomic>
 #include <cstdint>
+#include <memory>
+#include <random>
+#include <span>
+#include <thread>
 
-#include "random.h"
-#include "stage.h"
+#include "device/simulated_camera.h"
 
-namespace kxcam::soak {
+namespace kxcam::test {
 
-/// Lets things go wrong with one camera, and reconnects it as a program would.
+/// Lets things go wrong with one camera, again and again, until it is destroyed; then the camera is on the
+/// bus and nothing is wrong with it any more.
 class Mischief {
  public:
-  Mischief(Stage& stage, int index, uint64_t seed) : stage_(stage), index_(index), random_(seed) {}
-
-  /// Does mischief until the run ends.
-  void run();
+  /// The cable is put back into one of eight ports from `first_port` on.
+  Mischief(std::shared_ptr<kxsim::SimulatedCamera> camera, int first_port, uint64_t seed);
+  ~Mischief();
+  Mischief(const Mischief&) = delete;
+  Mischief& operator=(const Mischief&) = delete;
 
  private:
   void act();
   void spoil_frames();
-  void withhold_ends();
+  void withhold_end();
   void spoil_requests();
   void break_transfers();
   void pull_cable();
   void loose_contact();
-  void reconnect();
-  void inject(const char* what, const kxsim::FaultPlan& plan);
-  SoakCamera& camera() const { return *stage_.at_index[static_cast<size_t>(index_)]; }
+  int between(int low, int high) { return std::uniform_int_distribution(low, high)(random_); }
+  template <class T, size_t N>
+  T pick(const T (&choices)[N]) {
+    return choices[between(0, static_cast<int>(N) - 1)];
+  }
+  kxsim::Ordinals next_few();
 
-  Stage& stage_;
-  const int index_;
-  Random random_;
-  uint64_t deliveries_before_ = 0;
+  const std::shared_ptr<kxsim::SimulatedCamera> camera_;
+  const int first_port_;
+  std::mt19937_64 random_;
+  std::atomic<bool> ending_ = false;
+  std::thread thread_;
 };
 
-/// Waits until a camera that a fault has unplugged is back; false when it stays away.
-bool wait_for_plug(const kxsim::SimulatedCamera& device);
-
-}  // namespace kxcam::soak
+}  // namespace kxcam::test

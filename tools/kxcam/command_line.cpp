@@ -42,6 +42,7 @@ constexpr const char* kExamples =
     "  kxcam set --store gain=32 exposure-ms=5     change settings for good\n"
     "  kxcam params save line3.conf                all settings as a text file\n"
     "  kxcam develop --model 3500 -o a.png a.raw   a picture from a raw frame\n"
+    "  kxcam verify                                test a camera and account for every frame\n"
     "  kxcam doctor                                why a camera cannot be used\n"
     "\n"
     "Exit status: 0 success, 1 failure, 2 usage, 3 no such camera, 4 no permission,\n"
@@ -328,6 +329,38 @@ void add_develop(CLI::App& app, Commands& commands) {
       ->check(between(-100, 100));
 }
 
+void add_verify(CLI::App& app, Commands& commands) {
+  const auto options = std::make_shared<VerifyOptions>();
+  CLI::App& command = commands.add(
+      app, "verify", "Test attached cameras thoroughly and account for every frame", verify_cameras, options);
+  const auto choice = [options]() -> CameraChoice& {
+    return options->camera ? *options->camera : options->camera.emplace();
+  };
+  auto* index = command
+                    .add_option_function<int>(
+                        "-c,--camera", [choice](const int& number) { choice().index = number; },
+                        "Index of the only camera to test (default: all)")
+                    ->type_name("N")
+                    ->check(between(0, 255));
+  command
+      .add_option_function<std::string>(
+          "--serial", [choice](const std::string& serial) { choice().serial = serial; },
+          "Serial number of the only camera to test")
+      ->type_name("TEXT")
+      ->excludes(index);
+  add_number(command, "--seconds", options->seconds, "S", 0, 1e6,
+             "Time to run threads on all cameras at once, after the single checks")
+      ->capture_default_str();
+  add_number(command, "--seed", options->seed, "N", 0, 1e15, "Seed of what the threads do")
+      ->capture_default_str();
+  command.add_flag("--write", options->write, "Test storing settings too: slot 1 is changed and put back");
+  command.add_flag("--faults", options->faults, "Expect faults and unplugged cables: reconnect and go on");
+  command.add_flag("--numbered", options->numbered,
+                   "The cameras send the frames of `kxsim --scene numbers`: check every byte");
+  add_json(command, options->json);
+  command.add_option("--report", options->report, "Write the report as JSON to a file")->type_name("FILE");
+}
+
 void add_doctor(CLI::App& app, Commands& commands) {
   const auto options = std::make_shared<DoctorOptions>();
   CLI::App& command =
@@ -402,6 +435,7 @@ Command parse_command_line(int argc, char** argv) {
   add_controls(app, commands);
   add_params(app, commands);
   add_develop(app, commands);
+  add_verify(app, commands);
   add_doctor(app, commands);
   app.footer(kExamples);  // last, or every subcommand takes it over
   try {

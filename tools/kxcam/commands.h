@@ -82,6 +82,18 @@ struct DevelopOptions {
 };
 void develop(const DevelopOptions& options, StandardOutput& output);
 
+struct VerifyOptions {
+  std::optional<CameraChoice> camera;  ///< nothing: all attached cameras
+  double seconds = 30;                 ///< of the run with threads; 0: none
+  uint64_t seed = 1;
+  bool write = false;
+  bool faults = false;
+  bool numbered = false;
+  bool json = false;
+  std::string report;  ///< "" none
+};
+void verify_cameras(const VerifyOptions& options, StandardOutput& output);
+
 struct DoctorOptions {
   bool json = false;
   bool serials = false;

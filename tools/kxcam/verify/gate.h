@@ -4,7 +4,7 @@
 #include <condition_variable>
 #include <mutex>
 
-namespace kxcam::soak {
+namespace kxcam::verify {
 
 /// Lets actions run side by side, and stand still while it is closed.
 class Gate {
@@ -50,4 +50,4 @@ class Gate {
   int inside_ = 0;
 };
 
-}  // namespace kxcam::soak
+}  // namespace kxcam::verify
