@@ -10,6 +10,7 @@
 
 #include <kxcam/kxcam.h>
 
+#include "configuration.h"
 #include "doctor/checks.h"
 #include "doctor/collector.h"
 #include "doctor/usb_scan.h"
@@ -25,9 +26,9 @@ using doctor::UsbCamera;
 /// in the order of libusb.
 class Counter {
  public:
-  explicit Counter(const DeviceList& list) : list_(list) {}
+  explicit Counter(const ConfigFile& list) : list_(list) {}
 
-  bool is_listed(const UsbCamera& camera) const { return list_.contains(kCameraVendor, camera.product_id); }
+  bool is_listed(const UsbCamera& camera) const { return lists_camera(list_, camera.product_id); }
 
   /// Index of the next camera; nothing when the library does not count it.
   std::optional<int> take(const UsbCamera& camera) {
@@ -37,7 +38,7 @@ class Counter {
   }
 
  private:
-  const DeviceList& list_;
+  const ConfigFile& list_;
   int next_ = 0;
 };
 
@@ -48,7 +49,7 @@ class Bus {
   /// Finds out about camera `index` whether another program uses it.
   explicit Bus(std::optional<int> index = std::nullopt) : sources_(doctor::own_sources()) {
     int error = 0;
-    const DeviceList list = read_device_list(read_small_file(sources_.configuration, error));
+    const ConfigFile list = parse_configuration(read_small_file(sources_.configuration, error));
     Counter counter(list);
     scan_ = doctor::scan_usb([&](const UsbCamera& camera) {
       const auto counted = counter.take(camera);

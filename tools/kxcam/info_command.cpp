@@ -32,7 +32,7 @@ bool is_tone(const Control& control) {
 struct Info {
   int major = 0;
   int minor = 0;
-  std::string configuration = configuration_file();
+  std::string configuration = config_file_path();
   CpuChoice processor = cpu_choice();
   AttachedCamera identity;
   int firmware = 0;

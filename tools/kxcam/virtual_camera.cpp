@@ -25,7 +25,7 @@ std::string_view without_prefix(std::string_view name) {
   return name.starts_with(kPrefix) ? name.substr(kPrefix.size()) : name;
 }
 
-std::optional<uint32_t> hexadecimal(std::string_view text) {
+std::optional<uint32_t> product_id_in(std::string_view text) {
   if (text.starts_with("0x") || text.starts_with("0X")) text.remove_prefix(2);
   uint32_t value = 0;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value, 16);
@@ -83,7 +83,8 @@ ISPParam initial_settings(const std::optional<ColourMatrix>& matrix) {
 }  // namespace
 
 int find_product(std::string_view text) {
-  if (const auto id = hexadecimal(text); id && find_model(*id) != kUnknownModel) return static_cast<int>(*id);
+  if (const auto id = product_id_in(text); id && find_model(*id) != kUnknownModel)
+    return static_cast<int>(*id);
   if (const auto* named = model_of_name(text)) return static_cast<int>(named->PID);
   std::set<std::string_view> names;
   for (const CameraModel& row : model_table) names.insert(without_prefix(row.MODEL));

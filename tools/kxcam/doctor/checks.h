@@ -4,9 +4,12 @@
 #include <optional>
 #include <string>
 
-#include "configuration.h"
 #include "doctor/facts.h"
 #include "doctor/finding.h"
+
+namespace kxcam {
+struct ConfigFile;
+}
 
 namespace kxcam::doctor {
 
@@ -25,7 +28,7 @@ void check_device_files(const Facts& facts, Findings& findings);
 void check_memory(const Facts& facts, Findings& findings);
 
 void check_model(const CameraFacts& camera, Findings& findings);
-void check_listed(const CameraFacts& camera, const Configuration& configuration, const DeviceList& list,
+void check_listed(const CameraFacts& camera, const Configuration& configuration, const ConfigFile& list,
                   Findings& findings);
 void check_permission(const CameraFacts& camera, const Facts& facts, Findings& findings);
 void check_use(const CameraFacts& camera, const Facts& facts, Findings& findings);

@@ -13,6 +13,7 @@
 #include <fmt/format.h>
 #include <unistd.h>
 
+#include "configuration.h"
 #include "doctor/checks.h"
 #include "doctor/device_holders.h"
 #include "doctor/hub_path.h"
@@ -175,7 +176,7 @@ bool is_container(const fs::path& root) {
 
 Sources own_sources() {
   Sources sources;
-  sources.configuration = configuration_file();
+  sources.configuration = config_file_path();
   sources.simulated = std::getenv("KXSIM_CAMERAS") != nullptr;  // NOLINT(concurrency-mt-unsafe): one thread
   return sources;
 }

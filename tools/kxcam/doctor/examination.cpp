@@ -7,13 +7,14 @@
 
 #include <fmt/format.h>
 
+#include "configuration.h"
 #include "doctor/checks.h"
 #include "small_file.h"
 
 namespace kxcam::doctor {
 namespace {
 
-void examine_camera(const CameraFacts& camera, const Facts& facts, const DeviceList& list,
+void examine_camera(const CameraFacts& camera, const Facts& facts, const ConfigFile& list,
                     Findings& findings) {
   check_model(camera, findings);
   check_listed(camera, facts.configuration, list, findings);
@@ -48,7 +49,7 @@ void check_configuration(const Facts& facts, Findings& findings) {
                         where_it_comes_from(path), ExitCode::kNoConfiguration});
     return;
   }
-  const DeviceList list = read_device_list(text);
+  const ConfigFile list = parse_configuration(text);
   if (list.bad_line != 0) {
     findings.push_back(
         {Severity::kProblem, kConfiguration, "",
@@ -121,16 +122,16 @@ Findings examine(const Facts& facts) {
   check_device_files(facts, findings);
   check_bus(facts, findings);
   check_memory(facts, findings);
-  const DeviceList list = read_device_list(facts.configuration.text);
+  const ConfigFile list = parse_configuration(facts.configuration.text);
   for (const auto& camera : facts.cameras) examine_camera(camera, facts, list, findings);
   return findings;
 }
 
 std::optional<Finding> find_obstacle(const Facts& facts, const std::string& port) {
-  const DeviceList list = read_device_list(facts.configuration.text);
+  const ConfigFile list = parse_configuration(facts.configuration.text);
   const auto is_listed = [&](const std::string& place) {
     const auto camera = std::ranges::find(facts.cameras, place, &CameraFacts::port);
-    return camera != facts.cameras.end() && list.contains(kCameraVendor, camera->product_id);
+    return camera != facts.cameras.end() && lists_camera(list, camera->product_id);
   };
   for (const Finding& finding : examine(facts)) {
     if (!finding.prevents_use) continue;

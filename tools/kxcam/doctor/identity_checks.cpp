@@ -42,18 +42,20 @@ void check_model(const CameraFacts& camera, Findings& findings) {
   }
 }
 
-void check_listed(const CameraFacts& camera, const Configuration& configuration, const DeviceList& list,
+void check_listed(const CameraFacts& camera, const Configuration& configuration, const ConfigFile& list,
                   Findings& findings) {
   if (configuration.error != 0 || list.bad_line != 0) return;
   const std::string check = "listed";
-  if (list.contains(kCameraVendor, camera.product_id)) {
+  if (lists_camera(list, camera.product_id)) {
     findings.push_back({Severity::kOk, check, camera.port, "listed in the configuration file"});
     return;
   }
   findings.push_back({Severity::kProblem, check, camera.port,
                       fmt::format("{} does not list {}, so the library does not open it", configuration.path,
                                   usb_id(camera)),
-                      configuration_row_to_add(camera.product_id), ExitCode::kNoCamera});
+                      fmt::format("Add the row \"{:04x} {:04x} camera\" between <VPD> and </VPD>.",
+                                  kCameraVendor, camera.product_id),
+                      ExitCode::kNoCamera});
 }
 
 }  // namespace kxcam::doctor

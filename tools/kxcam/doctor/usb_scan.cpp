@@ -8,7 +8,7 @@
 #include <fmt/format.h>
 #include <libusb.h>
 
-#include "doctor/checks.h"
+#include "configuration.h"
 
 namespace kxcam::doctor {
 namespace {
