@@ -31,7 +31,7 @@ template <class Operation>
 int cause_with_camera(int index, bool pointers, Operation operation) noexcept {
   return cause_of([&] {
     const ContextRef camera = find_camera_if(index, pointers);
-    return camera != nullptr && operation(*camera);
+    return pointers && camera != nullptr && operation(*camera);
   });
 }
 
