@@ -85,6 +85,8 @@ TEST_P(ExposureLoop, AFlickeringLampLeavesNoBands) {
     // The loop cannot hold an exposure of several such half-periods.
     if (run.context().sensor.flicker_lines * 3 > kLongestLoopExposure) continue;
     expect_settled(run, "flicker");
+    // There the bridge is the first to meet the target, and knows nothing of lamps.
+    if (run.context().family.bridge_auto_exposure) continue;
     const int lines = run.context().parameter.exposure;
     const int period = run.context().sensor.flicker_lines;
     const int periods = (lines + period / 2) / period;

@@ -36,7 +36,7 @@ export PKG_CONFIG_PATH="$prefix/$libdir/pkgconfig"
 flags=$(pkg-config --cflags --libs kxcam)
 case $flags in *-lusb*) echo "programs need not link libusb: $flags"; exit 1 ;; esac
 mkdir "$work/by-pkg-config"
-for name in first_picture trigger save_settings virtual_camera; do
+for name in first_picture live_loop newest_frame save_settings trigger virtual_camera; do
   # shellcheck disable=SC2086 # several words
   cc -std=c99 -pedantic -Wall -Werror -o "$work/by-pkg-config/$name" "$examples/$name.c" $flags
 done
