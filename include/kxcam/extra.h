@@ -12,7 +12,8 @@
  *   it says otherwise. #last_error is set too, as by the functions of kxcam.h, but never to one of the causes
  *   of this header.
  * - All functions that take a camera index fail with #KXCAM_ERROR_INDEX outside 0..255 and, unless they say
- *   otherwise, with #KXCAM_ERROR_NOT_OPEN where nothing is open.
+ *   otherwise, with #KXCAM_ERROR_NOT_OPEN where nothing is open; the errors listed with the functions are
+ *   those beyond these two.
  * - A struct is passed with its size, `sizeof` of the struct that the program was compiled with. The library
  *   fills what both know and zeroes what only the program knows, so that either may be newer than the other.
  *   A struct whose size is 0 is not written.
@@ -84,8 +85,9 @@ struct kxcam_frame {
  * Frames go to waiting queries in the order in which these came, those of CameraQueryImage() among them, but
  * a time-out or an interruption ends a wait whoever is before it.
  *
- * Errors: 1, 3; 2 for a wrong size, for unknown flags and for a null image; 12; 17 when no frame came in
- * time, the camera was closed, CameraReconnect() began or the geometry was changed meanwhile; 4 for a camera
+ * Errors: #KXCAM_ERROR_ARGUMENT for a wrong size, unknown flags or a null image; #KXCAM_ERROR_FRAME_SIZE;
+ * #KXCAM_ERROR_NO_FRAME if no frame came in time, the camera was closed, CameraReconnect() began or the
+ * geometry was changed meanwhile; #KXCAM_ERROR_NO_DEVICE for a camera
  * without acquisition, and at once when the camera is gone (#KXCAM_GONE) and no frame waits;
  * #KXCAM_ERROR_INTERRUPTED. Thread-safe. */
 KXCAM_API int kxcam_query(int camera, void* image, size_t size, int format, int timeout_ms, unsigned flags,
@@ -97,7 +99,7 @@ KXCAM_API int kxcam_query(int camera, void* image, size_t size, int format, int 
  * also when a frame waits. Queries of kxcam.h are not touched. Off after open; stays as it is over
  * CameraReconnect().
  *
- * Errors: 1, 3; 4 for a camera without acquisition. Thread-safe; not from a signal handler. */
+ * Errors: #KXCAM_ERROR_NO_DEVICE for a camera without acquisition. Thread-safe; not from a signal handler. */
 KXCAM_API int kxcam_interrupt(int camera, bool on);
 
 /** @brief A descriptor for poll() and the like that is readable while kxcam_query() would not have to wait.
@@ -108,7 +110,8 @@ KXCAM_API int kxcam_interrupt(int camera, bool on);
  * stays the same, and every call gives the same one. Several threads may wait: the frame goes to the first
  * that queries, so query with a time-out of 0.
  *
- * Errors: 1, 2, 3; 4 for a camera without acquisition; #KXCAM_ERROR_SYSTEM. Thread-safe. */
+ * Errors: #KXCAM_ERROR_ARGUMENT; #KXCAM_ERROR_NO_DEVICE for a camera without acquisition;
+ * #KXCAM_ERROR_SYSTEM. Thread-safe. */
 KXCAM_API int kxcam_frame_fd(int camera, int* fd);
 
 /** What a camera is doing. */
@@ -135,7 +138,7 @@ struct kxcam_statistics {
   uint64_t resets;          /**< times the library reset the camera after such a failure */
   uint64_t reconnects;      /**< times CameraReconnect() brought the camera back */
   uint64_t ring_full_ns;    /**< time for which five frames waited and nothing was read, the present stall
-                               included.    What the camera dropped meanwhile nobody can count. */
+                               included. What the camera dropped meanwhile nobody can count. */
   int32_t waiting;          /**< frames that wait or that a query is delivering, 0..5 */
   int32_t state;            /**< #kxcam_state */
 };
@@ -146,7 +149,7 @@ struct kxcam_statistics {
  * + waiting. Between two frames that one program gets in order, the numbers that are missing are as many as
  * the causes counted meanwhile.
  *
- * Errors: 1, 2, 3. Thread-safe. */
+ * Errors: #KXCAM_ERROR_ARGUMENT. Thread-safe. */
 KXCAM_API int kxcam_get_statistics(int camera, struct kxcam_statistics* statistics, size_t size);
 /** @} */
 
@@ -163,7 +166,8 @@ KXCAM_API int kxcam_get_statistics(int camera, struct kxcam_statistics* statisti
  * not tell its serial number therefore: #KXCAM_ERROR_HELD says that the camera is none of the free ones and
  * may be one of those held.
  *
- * Errors: 2; 4 when it is not there; 5 on an empty bus; 6 when this process has it open already or every
+ * Errors: #KXCAM_ERROR_ARGUMENT; #KXCAM_ERROR_NO_DEVICE if it is not there; #KXCAM_ERROR_EMPTY_BUS;
+ * #KXCAM_ERROR_IN_USE if this process has it open already or every
  * index is taken; #KXCAM_ERROR_HELD; #KXCAM_ERROR_PERMISSION; #KXCAM_ERROR_CONFIGURATION;
  * #KXCAM_ERROR_SYSTEM. Thread-safe: calls wait for each other. */
 KXCAM_API int kxcam_open(const char* serial, int* camera);
@@ -209,7 +213,7 @@ struct kxcam_description {
 };
 
 /** @brief Tells what an open camera is and can do, also one without a device. Nothing is sent to it.
- * Errors: 1, 2, 3. Thread-safe. */
+ * Errors: #KXCAM_ERROR_ARGUMENT. Thread-safe. */
 KXCAM_API int kxcam_describe(int camera, struct kxcam_description* description, size_t size);
 
 /** A camera that came to the bus or left it. Text ends with a zero. */
@@ -217,7 +221,7 @@ struct kxcam_bus_event {
   int32_t arrived;    /**< 1 came, 0 left */
   int32_t product_id; /**< USB product id; that of the model, where the camera tells it when asked */
   char serial[16];    /**< serial number without blanks at its end; "" when it could not be read, as it cannot
-                         while    another program holds the camera */
+                         while another program holds the camera */
   char port[32];      /**< as in #kxcam_description */
 };
 
@@ -231,11 +235,12 @@ struct kxcam_bus_event {
  * unless it is held. Of calls for a second watch, and of calls that end none, nothing comes but success; the
  * descriptor is the same. Ending drops the events that wait.
  *
- * Errors: #KXCAM_ERROR_CONFIGURATION; 8 where the system's libusb cannot watch; #KXCAM_ERROR_SYSTEM. Not from
- * two threads at a time. */
+ * Errors: #KXCAM_ERROR_CONFIGURATION; #KXCAM_ERROR_NOT_SUPPORTED where the system's libusb cannot watch;
+ * #KXCAM_ERROR_SYSTEM. Not from two threads at a time. */
 KXCAM_API int kxcam_watch(bool on, int* fd);
 
-/** @brief Takes the oldest event that waits. Errors: 2; 17 when none waits. Thread-safe. */
+/** @brief Takes the oldest event that waits. Errors: #KXCAM_ERROR_ARGUMENT;
+ * #KXCAM_ERROR_NO_FRAME if none waits. Thread-safe. */
 KXCAM_API int kxcam_next_event(struct kxcam_bus_event* event, size_t size);
 
 /** @brief Reads out a region, given in coordinates of the picture as it is delivered: the picture becomes
@@ -246,7 +251,8 @@ KXCAM_API int kxcam_next_event(struct kxcam_bus_event* event, size_t size);
  * that of `y` and `height`, and in a mirrored direction they count from the other side. CameraSetResolution()
  * ends the region.
  *
- * Errors: 1, 3, 4; 2 when misaligned or not inside the sensor; 11 or 10 when the device refuses. Thread-safe.
+ * Errors: #KXCAM_ERROR_NO_DEVICE; #KXCAM_ERROR_ARGUMENT if misaligned or not inside the sensor;
+ * #KXCAM_ERROR_WRITE_REQUEST or #KXCAM_ERROR_READ_REQUEST if the device refuses. Thread-safe.
  */
 KXCAM_API int kxcam_set_region(int camera, int x, int y, int width, int height);
 /** @} */
@@ -277,16 +283,17 @@ struct kxcam_control {
 };
 
 /** @brief Tells about control `number`, 0 and up. A setting comes before those whose meaning it changes,
- * which is the order to restore them in. Errors: 2 behind the last one. Thread-safe. */
+ * which is the order to restore them in. Errors: #KXCAM_ERROR_ARGUMENT behind the last one. Thread-safe. */
 KXCAM_API int kxcam_get_control(int number, struct kxcam_control* control, size_t size);
 
-/** @brief Reads a control. Errors: 1, 3; 2 when there is none of that name; 8 when this camera does not offer
+/** @brief Reads a control. Errors: #KXCAM_ERROR_ARGUMENT if there is none of that name;
+ * #KXCAM_ERROR_NOT_SUPPORTED if this camera does not offer
  * it; others as of the function of kxcam.h behind it. Thread-safe. */
 KXCAM_API int kxcam_get(int camera, const char* control, double* value);
 
-/** @brief Sets a control. Errors: 1, 3; 2 when there is none of that name, when the value is out of range and
- * when a whole number or a choice is given a fraction; 8; others as of the function of kxcam.h behind it.
- * Thread-safe. */
+/** @brief Sets a control. Errors: #KXCAM_ERROR_ARGUMENT if there is none of that name, if the value is out of
+ * range and if a whole number or a choice is given a fraction; #KXCAM_ERROR_NOT_SUPPORTED; others as of the
+ * function of kxcam.h behind it. Thread-safe. */
 KXCAM_API int kxcam_set(int camera, const char* control, double value);
 /** @} */
 
