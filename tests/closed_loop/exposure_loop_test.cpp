@@ -6,6 +6,7 @@
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
+#include "core/sensors/sensor_family.h"
 #include "device/conf_file.h"
 #include "device/vendor_request.h"
 #include "exposure_run.h"
