@@ -36,6 +36,17 @@ TEST(Stream, StopsAfterTheFramesAskedForAndReportsOnTheWay) {
   EXPECT_THAT(result.output, testing::ContainsRegex("1\\.[0-9] s +[0-9]+ frames "));
 }
 
+TEST(Stream, TellsWhyFramesWereLost) {
+  const Cameras faulty{{"3600,fps=40"}, "frame 10-12 short 512; frame 20 long 1500"};
+  const Result result = run(faulty, {"stream", "-n", "40", "--format", "raw", "--json"});
+  ASSERT_EQ(result.status, 0) << result.error;
+  const json stream = json::parse(result.output);
+  EXPECT_EQ(stream.at("losses").at("too_short"), 3);
+  EXPECT_EQ(stream.at("losses").at("too_long"), 1);
+  EXPECT_THAT(run(faulty, {"stream", "-n", "40"}).output,
+              testing::AllOf(HasSubstr("           3 too short\n"), HasSubstr("           1 too long\n")));
+}
+
 TEST(Stream, AnInterruptEndsItWithTheSummary) {
   for (const int signal : {SIGINT, SIGTERM}) {
     Process process(simulated({{"3600,fps=30"}}, {"stream", "--json"}));

@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include <kxcam/extra.h>
 #include <kxcam/kxcam.h>
 
 #include "camera.h"
@@ -72,13 +73,16 @@ class Stream {
   Stream(const StreamOptions& options, const Camera& camera)
       : options_(options),
         camera_(camera),
-        format_(options.format.value_or(natural_format(camera.identity().product_id))) {}
+        format_(options.format.value_or(natural_format(camera.identity().product_id))) {
+    statistics_.begin_losses(counters());
+  }
 
   /// Runs until it has what was asked for, the user interrupts it or the camera fails it for good.
   void run(Reporter& reporter) {
     while (!finished()) {
       take_frame();
       if (failure_ && options_.reconnect) recover(reporter);
+      statistics_.set_losses(counters());
       reporter.report(statistics_, elapsed());
     }
     if (!failure_ && is_silent()) failure_ = no_frame_error(camera_.index(), quiet_ms());
@@ -94,6 +98,12 @@ class Stream {
     if (failure_ || interrupted()) return true;
     if (options_.frames && statistics_.frames() >= *options_.frames) return true;
     return options_.seconds && StreamStatistics::Seconds(elapsed()).count() >= *options_.seconds;
+  }
+
+  kxcam_statistics counters() const {
+    kxcam_statistics counters{};
+    kxcam_get_statistics(camera_.index(), &counters, sizeof counters);
+    return counters;
   }
 
   // One short wait at a time, so that the report goes on while no frame comes.

@@ -9,6 +9,8 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include <kxcam/extra.h>
+
 namespace kxcam {
 
 /// What a stream delivered and what it failed to deliver, by cause.
@@ -21,6 +23,10 @@ class StreamStatistics {
   void add_error(int code) { ++errors_[code]; }
   /// The camera was gone for so long.
   void add_absence(Seconds duration);
+
+  /// The library's counters, at the beginning and whenever they have been read again.
+  void begin_losses(const kxcam_statistics& counters) { before_ = now_ = counters; }
+  void set_losses(const kxcam_statistics& counters) { now_ = counters; }
 
   uint64_t frames() const { return frames_; }
 
@@ -36,6 +42,8 @@ class StreamStatistics {
     double frames = 0;     ///< per second
     double megabytes = 0;  ///< per second
   };
+  uint64_t lost() const;
+  double seconds_full() const;
   static Rates rates(uint64_t frames, uint64_t bytes, Seconds elapsed);
 
   uint64_t frames_ = 0;
@@ -44,6 +52,8 @@ class StreamStatistics {
   uint64_t absences_ = 0;
   Seconds absent_{0};
   std::map<int, uint64_t> errors_;  ///< by the library's code
+  kxcam_statistics before_{};
+  kxcam_statistics now_{};
 
   uint64_t shown_frames_ = 0;
   uint64_t shown_bytes_ = 0;
