@@ -192,6 +192,11 @@ int libusb_init(libusb_context** /*context*/) {
   return 0;
 }
 
+int libusb_handle_events_timeout_completed(libusb_context* /*context*/, timeval* /*timeout*/,
+                                           int* /*completed*/) {
+  return 0;
+}
+
 ssize_t libusb_get_device_list(libusb_context* /*context*/, libusb_device*** list) {
   if (bus->script().next(Script::kOther) == Mishap::kError) return bus->script().error_code();
   std::vector<libusb_device*> devices = bus->attached();
@@ -224,6 +229,12 @@ uint8_t libusb_get_bus_number(libusb_device* device) {
 
 uint8_t libusb_get_device_address(libusb_device* device) {
   return used(device).address;
+}
+
+int libusb_get_port_numbers(libusb_device* device, uint8_t* ports, int room) {
+  if (room < 1) return LIBUSB_ERROR_OVERFLOW;
+  ports[0] = used(device).address;
+  return 1;
 }
 
 int libusb_get_device_speed(libusb_device* device) {
