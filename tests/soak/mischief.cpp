@@ -34,7 +34,10 @@ bool on_bus(const kxsim::SimulatedCamera& camera) {
 Mischief::Mischief(std::shared_ptr<kxsim::SimulatedCamera> camera, int first_port, uint64_t seed)
     : camera_(std::move(camera)), first_port_(first_port), random_(seed), thread_([this] {
         while (!ending_) {
-          act();
+          {
+            const std::lock_guard acting(acting_);
+            act();
+          }
           std::this_thread::sleep_for(milliseconds(between(20, 600)));
         }
       }) {}
@@ -43,6 +46,13 @@ Mischief::~Mischief() {
   ending_ = true;
   thread_.join();
   camera_->clear_faults();
+}
+
+void Mischief::rest(bool on) {
+  if (!on) return acting_.unlock();
+  acting_.lock();
+  camera_->clear_faults();
+  EXPECT_TRUE(eventually([&] { return on_bus(*camera_); })) << "a camera stayed away";
 }
 
 kxsim::Ordinals Mischief::next_few() {

@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <random>
 #include <span>
 #include <thread>
@@ -21,6 +22,10 @@ class Mischief {
   ~Mischief();
   Mischief(const Mischief&) = delete;
   Mischief& operator=(const Mischief&) = delete;
+
+  /// Does nothing for as long as this is on, and leaves the camera on the bus with nothing wrong. Of one
+  /// thread.
+  void rest(bool on);
 
  private:
   void act();
@@ -40,6 +45,7 @@ class Mischief {
   const std::shared_ptr<kxsim::SimulatedCamera> camera_;
   const int first_port_;
   std::mt19937_64 random_;
+  std::mutex acting_;  ///< held during each act, and while at rest
   std::atomic<bool> ending_ = false;
   std::thread thread_;
 };

@@ -68,9 +68,13 @@ TEST_F(SoakTest, EveryFrameIsAccountedForWhateverGoesWrong) {
     for (size_t i = 0; i < cameras.size(); ++i)
       mischief.push_back(
           std::make_unique<Mischief>(cameras[i], 1 + kPortsEach * static_cast<int>(i), 100 * seed + i));
-    result = verify::endure(
-        indices,
-        {.seconds = number_from("KXCAM_SOAK_SECONDS", 8), .seed = seed, .numbered = true, .faults = true});
+    result = verify::endure(indices, {.seconds = number_from("KXCAM_SOAK_SECONDS", 8),
+                                      .seed = seed,
+                                      .numbered = true,
+                                      .faults = true,
+                                      .at_rest = [&](bool on) {
+                                        for (const auto& one : mischief) one->rest(on);
+                                      }});
   }
 
   for (size_t i = 0; i < cameras.size(); ++i) {

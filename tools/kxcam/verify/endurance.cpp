@@ -141,12 +141,14 @@ class Subject {
   void check(bool last) {
     triggered_ = false;
     watch_("CameraSetSnapMode", [&] { return CameraSetSnapMode(camera_, kFreeRun); });
-    watch_("CameraSetResolution", [&] { return CameraSetResolution(camera_, 0, nullptr, nullptr); });
+    const int preset = presets_ > 1 ? 1 : 0;
+    watch_("CameraSetResolution", [&] { return CameraSetResolution(camera_, preset, nullptr, nullptr); });
     kxcam_set(camera_, "auto-exposure", 0);
     kxcam_set(camera_, "exposure", 5);
     check_books();
     Frame frame;
-    const int patience_ms = options_.faults ? kFrameMs : 10 * kFrameMs;
+    // A camera that failed answers only after a reconnect.
+    const int patience_ms = options_.faults ? 2 * kFrameMs : 10 * kFrameMs;
     if (take_next(camera_, KXCAM_FORMAT_RAW, patience_ms, frame) == 0) {
       ++deliveries_;
     } else if (!options_.faults || !comes_back(frame)) {
@@ -186,7 +188,7 @@ class Subject {
     const auto end = Clock::now() + kPatience;
     while (Clock::now() < end) {
       if (watch_("CameraReconnect", [&] { return CameraReconnect(camera_); }) == 0 &&
-          take_next(camera_, KXCAM_FORMAT_RAW, kFrameMs, frame) == 0) {
+          take_next(camera_, KXCAM_FORMAT_RAW, 10 * kFrameMs, frame) == 0) {
         ++deliveries_;
         return true;
       }
@@ -332,9 +334,11 @@ class Run {
 
   void quiet_point(bool last) {
     gate_.close();
+    options_.at_rest(true);
     for (const auto& subject : subjects_) subject->check(last);
     last_usage_ = Usage::now();
     if (++quiet_points_ <= 2) first_usage_.include(last_usage_);
+    options_.at_rest(false);
     gate_.open();
   }
 

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
@@ -18,6 +19,8 @@ struct EnduranceOptions {
   uint64_t seed = 1;
   bool numbered = false;  ///< the cameras send the frames of `kxsim --scene numbers`
   bool faults = false;    ///< cameras may fail and leave: they are reconnected
+  /// Called before and after each quiet point, with true and false.
+  std::function<void(bool)> at_rest = [](bool) {};
 };
 
 /// What a run of all threads came to.
