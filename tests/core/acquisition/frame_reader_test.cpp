@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
+#include <atomic>
 
 #include "camera_bus.h"
 
@@ -29,7 +30,7 @@ class FrameReader : public CameraBus {
     return camera;
   }
 
-  size_t sent_by_bridge_ = 0;
+  std::atomic<size_t> sent_by_bridge_ = 0;  ///< written by the camera
 };
 
 TEST_F(FrameReader, ATwelveBitFrameHasOneByteOrTwoAPixelAndNothingElse) {
@@ -51,7 +52,7 @@ TEST_F(FrameReader, ATwelveBitFrameHasOneByteOrTwoAPixelAndNothingElse) {
     if (row.whole) {
       ASSERT_EQ(frame.size(), 2 * kPixels);
       // A fault appends zeros.
-      const size_t filled = std::min(row.bytes, sent_by_bridge_);
+      const size_t filled = std::min(row.bytes, sent_by_bridge_.load());
       EXPECT_EQ(std::ranges::count(frame, 77), static_cast<ptrdiff_t>(filled));
       EXPECT_EQ(std::ranges::find(frame, 0) - frame.begin(), static_cast<ptrdiff_t>(filled));
     }
