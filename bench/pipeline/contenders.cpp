@@ -19,7 +19,6 @@
 #include "core/registry/contexts.h"
 #include "core/registry/model_table.h"
 #include "isp/develop.h"
-#include "isp/raw_corrections.h"
 #include "kxcam/kxcam.h"
 
 namespace kxcam::bench {

@@ -2,17 +2,47 @@
 #include "isp/develop.h"
 
 #include <cassert>
+#include <cstdint>
 #include <optional>
 
-#include "isp/bayer_phase.h"
-#include "isp/demosaic.h"
+#include "isp/defects.h"
 #include "isp/kernels/cpu_level.h"
+#include "isp/kernels/fast_corrections.h"
 #include "isp/kernels/fast_picture.h"
-#include "isp/mono.h"
+#include "isp/plain_picture.h"
+#include "isp/sensor_layout.h"
 #include "kxcam/kxcam.h"
 
 namespace kxcam {
 namespace {
+
+/// Steps of a correction for row kernels. Both arguments have to outlive the result.
+RowCorrections row_corrections(const MutableImageView& frame, const RawCorrections& corrections, bool keep) {
+  return {.frame = frame,
+          .field = corrections.flat_field.get(),
+          .x0 = corrections.placement.x0,
+          .y0 = corrections.placement.y0,
+          .despeckled = corrections.despeckled,
+          .keep = keep};
+}
+
+void correct_sites(const MutableImageView& frame, const RawCorrections& corrections) {
+  if (corrections.dead_pixels)
+    replace_dead_pixels(frame, corrections.placement, corrections.dead_pixels->listed());
+}
+
+void correct_levels(CpuLevel level, const MutableImageView& frame, const RawCorrections& corrections,
+                    WorkMemory& memory) {
+  if (!corrections.flat_field && !corrections.despeckled) return;
+  const RowCorrections rows = row_corrections(frame, corrections, true);
+  if (const RowKernels* kernels = kernels_of(level); kernels != nullptr && RowCorrector::can(rows)) {
+    if (uint8_t* work = memory.reserve(RowCorrector::memory_size(rows)))
+      return correct_rows(*kernels, rows, work);
+  }
+  if (corrections.flat_field)
+    apply_flat_field(frame, *corrections.flat_field, corrections.placement.x0, corrections.placement.y0);
+  if (corrections.despeckled) despeckle(frame);
+}
 
 using Converter = int32_t (*)(const FrameSettings&, const ImageView&, uint8_t*, int);
 
@@ -45,6 +75,12 @@ std::optional<int32_t> fast(const RowKernels& kernels, uint32_t color_mode, cons
 }
 
 }  // namespace
+
+void correct(CpuLevel level, const MutableImageView& frame, const RawCorrections& corrections,
+             WorkMemory& memory) {
+  correct_sites(frame, corrections);
+  correct_levels(level, frame, corrections, memory);
+}
 
 bool is_picture(uint32_t color_mode, int format) {
   return (format & (KXCAM_FORMAT_GREY | KXCAM_FORMAT_COLOR)) != 0 && reference(color_mode, false) != nullptr;

@@ -3,9 +3,8 @@
 
 #include <memory>
 
-#include "isp/color_matrix.h"
+#include "isp/color_tables.h"
 #include "isp/index_map.h"
-#include "isp/tone_curves.h"
 
 namespace kxcam {
 

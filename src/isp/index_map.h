@@ -1,7 +1,9 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 
 namespace kxcam {
 
@@ -14,9 +16,21 @@ class IndexMap {
  public:
   IndexMap() = default;
 
-  /// Rotation is by 90 degrees clockwise, after the mirrors have been applied to the raw frame's axes
-  /// as the eight cases in index_map.cpp spell out.
-  IndexMap(int32_t width, int32_t height, bool mirror_x, bool mirror_y, bool rotate);
+  /// Rotation is by 90 degrees clockwise, after the mirrors have been applied to the raw axes.
+  constexpr IndexMap(int32_t width, int32_t height, bool mirror_x, bool mirror_y, bool rotate)
+      : width_(width), height_(height) {
+    if (!rotate) {
+      // (x, y) lands at (x or width - 1 - x, y or height - 1 - y) of a picture `width` wide.
+      column_step_ = mirror_x ? -1 : 1;
+      row_step_ = mirror_y ? -width : width;
+      origin_ = (mirror_x ? width - 1 : 0) + (mirror_y ? (height - 1) * width : 0);
+    } else {
+      // A clockwise turn takes (x, y) to (height - 1 - y, x) of a picture `height` wide.
+      column_step_ = mirror_x ? -height : height;
+      row_step_ = mirror_y ? 1 : -1;
+      origin_ = (mirror_x ? (width - 1) * height : 0) + (mirror_y ? 0 : height - 1);
+    }
+  }
 
   int32_t width() const { return width_; }
   int32_t height() const { return height_; }
@@ -41,7 +55,33 @@ class IndexMap {
   int32_t row_step_ = 0;
 };
 
-/// Whether the map turns the picture by 90 degrees.
-bool is_rotated(const IndexMap& map);
+/// Whether the map turns the picture by 90 degrees. Read from the map and not from the flag: the flag changes
+/// before the map does.
+inline bool is_rotated(const IndexMap& map) {
+  return std::abs(map.column_step()) != 1 || std::abs(map.row_step()) != map.width();
+}
+
+/// Raw pixels first .. last - 1 of one row, whose output pixels are evenly spaced.
+struct OutputRun {
+  int32_t first;
+  int32_t last;
+  int32_t output;  ///< output pixel number of `first`
+  int32_t step;
+
+  int32_t output_of(int32_t x) const { return output + (x - first) * step; }
+};
+
+/// Cuts row `y` of a frame `width` pixels wide into runs. A frame of the map's own shape has one run
+/// per row; one of another shape, whose pixels the map numbers in row-major order all the same, has a
+/// cut wherever a row of the map ends.
+template <class Visit>
+void for_each_run(const IndexMap& map, int32_t width, int32_t y, Visit visit) {
+  for (int32_t x = 0; x < width;) {
+    const int32_t i = y * width + x;
+    const int32_t length = std::min(width - x, map.width() - i % map.width());
+    visit(OutputRun{x, x + length, map[i], map.column_step()});
+    x += length;
+  }
+}
 
 }  // namespace kxcam

@@ -6,8 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "isp/color_matrix.h"
-#include "isp/tone_curves.h"
+#include "isp/color_tables.h"
 #include "kxcam/kxcam.h"
 
 namespace kxcam {

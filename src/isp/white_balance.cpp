@@ -2,13 +2,34 @@
 #include "isp/white_balance.h"
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
 #include <cstdlib>
 
-#include "isp/product_tables.h"
 #include "isp/saturating_cast.h"
 
 namespace kxcam {
 namespace {
+
+/// Products of every byte value with one coefficient of the conversion from RGB to luma and colour
+/// differences.
+using ProductTable = std::array<int32_t, 256>;
+
+/// Entry i is trunc(i x coefficient), but entry 255 is 0: a saturated component counts as black in
+/// the white balance.
+constexpr ProductTable product_table(double coefficient) {
+  ProductTable table{};
+  for (int i = 0; i < 255; ++i) table[i] = static_cast<int32_t>(i * coefficient);
+  return table;
+}
+
+constexpr ProductTable M_299 = product_table(0.299);
+constexpr ProductTable M_587 = product_table(0.587);
+constexpr ProductTable M_114 = product_table(0.114);
+constexpr ProductTable M_169 = product_table(0.169);
+constexpr ProductTable M_331 = product_table(0.331);
+constexpr ProductTable M_419 = product_table(0.419);
+constexpr ProductTable M_081 = product_table(0.081);
 
 /// The samples of a 2 x 2 cell whose first pixel is at an even column and row.
 struct BayerCell {

@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <optional>
 
-#include "isp/bayer_phase.h"
 #include "isp/image_view.h"
+#include "isp/sensor_layout.h"
 
 namespace kxcam {
 

@@ -8,9 +8,8 @@
 
 #include "core/registry/model_table.h"
 #include "input.h"
+#include "isp/color_tables.h"
 #include "isp/develop.h"
-#include "isp/raw_corrections.h"
-#include "isp/tone_curves.h"
 #include "kxcam/kxcam.h"
 #include "noise.h"
 #include "require.h"

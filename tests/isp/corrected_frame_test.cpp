@@ -10,8 +10,8 @@
 #include "core/picture/white_balance_settings.h"
 #include "core/registry/camera_parameter.h"
 #include "frame_fixture.h"
-#include "isp/demosaic.h"
-#include "isp/despeckle.h"
+#include "isp/defects.h"
+#include "isp/plain_picture.h"
 
 namespace kxcam::test {
 namespace {

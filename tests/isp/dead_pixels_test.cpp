@@ -1,12 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "isp/dead_pixels.h"
-
 #include <numeric>
 
 #include <gtest/gtest.h>
 
 #include "core/picture/isp.h"
 #include "guarded_frame.h"
+#include "isp/defects.h"
 
 namespace kxcam::test {
 namespace {

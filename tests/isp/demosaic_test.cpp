@@ -1,13 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "isp/demosaic.h"
-
 #include <algorithm>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "frame_fixture.h"
-#include "isp/mono.h"
+#include "isp/plain_picture.h"
 #include "kxcam/kxcam.h"
 #include "naive_pixel.h"
 

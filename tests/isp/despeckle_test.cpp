@@ -1,9 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "isp/despeckle.h"
-
 #include <gtest/gtest.h>
 
 #include "guarded_frame.h"
+#include "isp/defects.h"
 
 namespace kxcam::test {
 namespace {

@@ -13,7 +13,6 @@
 #include "core/registry/model_table.h"
 #include "frame_fixture.h"
 #include "isp/kernels/fast_picture.h"
-#include "isp/raw_corrections.h"
 #include "kxcam/kxcam.h"
 
 namespace kxcam::test {

@@ -11,8 +11,7 @@
 #include "core/picture/tone_settings.h"
 #include "core/registry/camera_parameter.h"
 #include "frame_fixture.h"
-#include "isp/demosaic.h"
-#include "isp/mono.h"
+#include "isp/plain_picture.h"
 
 namespace kxcam::test {
 namespace {

@@ -7,9 +7,8 @@
 
 #include <gtest/gtest.h>
 
-#include "isp/color_matrix.h"
+#include "isp/color_tables.h"
 #include "isp/packed_formats.h"
-#include "isp/tone_curves.h"
 
 namespace kxcam::test {
 namespace {

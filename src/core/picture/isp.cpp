@@ -11,7 +11,6 @@
 #include "isp/develop.h"
 #include "isp/frame_settings.h"
 #include "isp/image_view.h"
-#include "isp/raw_corrections.h"
 #include "kxcam/kxcam.h"
 #include "usb/last_error.h"
 

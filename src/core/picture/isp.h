@@ -4,7 +4,7 @@
 #include <cstdint>
 
 #include "core/registry/camera_context.h"
-#include "isp/frame_placement.h"
+#include "isp/defects.h"
 #include "isp/frame_settings.h"
 
 namespace kxcam {

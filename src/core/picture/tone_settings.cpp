@@ -5,8 +5,7 @@
 #include <array>
 
 #include "core/registry/camera_context.h"
-#include "isp/color_matrix.h"
-#include "isp/tone_curves.h"
+#include "isp/color_tables.h"
 #include "usb/last_error.h"
 
 // Values are stored inside the updates of the tables they are built into, so that the last value and

@@ -5,7 +5,7 @@
 #include <cstdlib>
 
 #include "core/registry/camera_context.h"
-#include "isp/tone_curves.h"
+#include "isp/color_tables.h"
 #include "usb/last_error.h"
 
 namespace kxcam {

@@ -30,9 +30,4 @@ CpuChoice choose_cpu_level(std::string_view wish);
 /// The choice of this process, by the variable KXCAM_CPU as it was at the first call. Thread-safe.
 CpuChoice cpu_choice();
 
-struct RowKernels;
-
-/// The kernels of a level; null for kScalar, which has none.
-const RowKernels* kernels_of(CpuLevel level);
-
 }  // namespace kxcam

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <span>
 
-#include "isp/despeckle.h"
+#include "isp/defects.h"
 
 namespace kxcam {
 namespace {

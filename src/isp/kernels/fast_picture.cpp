@@ -402,4 +402,17 @@ std::optional<int32_t> fast_mono_grey(const RowKernels& kernels, const FrameSett
   return mono(kernels, settings, raw, {kernels.mono_grey, nullptr, out, 1}, false, memory);
 }
 
+const RowKernels* kernels_of(CpuLevel level) {
+  switch (level) {
+    case CpuLevel::kSsse3:
+      return &kSsse3Kernels;
+    case CpuLevel::kAvx2:
+      return &kAvx2Kernels;
+    case CpuLevel::kAvx512:
+      return &kAvx512Kernels;
+    default:
+      return nullptr;
+  }
+}
+
 }  // namespace kxcam

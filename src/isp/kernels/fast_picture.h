@@ -4,14 +4,18 @@
 #include <cstdint>
 #include <optional>
 
-#include "isp/bayer_phase.h"
 #include "isp/frame_memory.h"
 #include "isp/frame_settings.h"
 #include "isp/image_view.h"
+#include "isp/kernels/cpu_level.h"
 #include "isp/kernels/fast_corrections.h"
 #include "isp/kernels/row_kernels.h"
+#include "isp/sensor_layout.h"
 
 namespace kxcam {
+
+/// The kernels of a level; null for kScalar, which has none.
+const RowKernels* kernels_of(CpuLevel level);
 
 /// A raw frame, and what is still to be corrected in it: it is, once there is a picture.
 struct RawRows {
@@ -19,7 +23,7 @@ struct RawRows {
   const RowCorrections* corrections = nullptr;  ///< of that frame; null: nothing
 };
 
-/// The pictures of demosaic.h and mono.h, bit for bit, by row kernels. Sizes, `format` and result are
+/// The pictures of plain_picture.h, bit for bit, by row kernels. Sizes, `format` and result are
 /// as there; `memory` is for the rows at work. Nothing when the kernels cannot give them: for a frame of
 /// another shape than the map's, tables that do not fit 16-bit arithmetic, or for want of memory; `out` and
 /// frame are untouched then.

@@ -3,7 +3,7 @@
 
 #include <cstdint>
 
-#include "isp/color_matrix.h"
+#include "isp/color_tables.h"
 
 namespace kxcam {
 

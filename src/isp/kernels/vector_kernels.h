@@ -8,7 +8,7 @@
 
 #include <cstring>
 
-#include "isp/despeckle.h"
+#include "isp/defects.h"
 #include "isp/kernels/row_kernels.h"
 
 namespace kxcam {

@@ -5,11 +5,11 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "isp/bayer_phase.h"
 #include "isp/image_view.h"
 #include "isp/index_map.h"
 #include "isp/kernels/fast_corrections.h"
 #include "isp/kernels/row_kernels.h"
+#include "isp/sensor_layout.h"
 
 namespace kxcam {
 /// The columns or rows of a picture, and how they count the raw frame's columns or rows.

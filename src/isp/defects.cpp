@@ -1,7 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "isp/dead_pixels.h"
+#include "isp/defects.h"
 
 namespace kxcam {
+
 namespace {
 
 struct FramePosition {
@@ -40,6 +41,19 @@ void replace_dead_pixels(const MutableImageView& frame, const FramePlacement& pl
     if (!is_replaceable(placement.readout, at, frame.width(), frame.height())) continue;
     const auto i = static_cast<size_t>(at.y * frame.width() + at.x);
     if (i < samples.size()) samples[i] = samples[i - 2];
+  }
+}
+
+void despeckle(const MutableImageView& frame) {
+  for (int32_t y = kSpeckleMargin; y <= frame.height() - kSpeckleMargin; ++y) {
+    const auto above = frame.row(y - 2);
+    const auto row = frame.row(y);
+    const auto below = frame.row(y + 2);
+    for (int32_t x = kSpeckleMargin; x <= frame.width() - kSpeckleMargin; ++x) {
+      if (row[x] < kLeastSpeckle) continue;
+      const int mean = (row[x - 2] + row[x + 2] + above[x] + below[x]) >> 2;
+      if (row[x] > mean + kSpeckleTolerance) row[x] = static_cast<uint8_t>(mean);
+    }
   }
 }
 

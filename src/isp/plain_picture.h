@@ -26,4 +26,13 @@ int32_t GBRGtoGray8(const FrameSettings& settings, const ImageView& raw, uint8_t
 int32_t GRBGtoGray8(const FrameSettings& settings, const ImageView& raw, uint8_t* out, int format);
 int32_t RGGBtoGray8(const FrameSettings& settings, const ImageView& raw, uint8_t* out, int format);
 
+/// A monochrome frame as a colour picture, lightly smoothed inside its border, with the mono curve,
+/// mirrors and rotation. Sizes, `format` and result as for BGGRtoRGB888(); the result is the mean of
+/// all raw samples.
+int32_t RAW8toRGB888(const FrameSettings& settings, const ImageView& raw, uint8_t* out, int format);
+
+/// A monochrome frame through the mono curve, one byte per pixel, not smoothed. Nothing in `format`
+/// matters.
+int32_t RAW8toGray8(const FrameSettings& settings, const ImageView& raw, uint8_t* out, int format);
+
 }  // namespace kxcam
