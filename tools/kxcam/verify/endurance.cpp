@@ -126,10 +126,11 @@ class Subject {
     change_control(random);
   }
 
-  /// Reconnects a camera that gave nothing since the last look, as a program would.
+  /// Reconnects a camera that is gone, or gave nothing since the last look, as a program would.
   bool rescue() {
     const uint64_t now = deliveries_;
-    if (now != deliveries_before_ || triggered_) {
+    const bool may_be_silent = triggered_ && statistics().state != KXCAM_GONE;
+    if (now != deliveries_before_ || may_be_silent) {
       deliveries_before_ = now;
       return false;
     }
@@ -139,12 +140,7 @@ class Subject {
 
   /// With all threads at rest: the frames are accounted for, and more of them come.
   void check(bool last) {
-    triggered_ = false;
-    watch_("CameraSetSnapMode", [&] { return CameraSetSnapMode(camera_, kFreeRun); });
-    const int preset = presets_ > 1 ? 1 : 0;
-    watch_("CameraSetResolution", [&] { return CameraSetResolution(camera_, preset, nullptr, nullptr); });
-    kxcam_set(camera_, "auto-exposure", 0);
-    kxcam_set(camera_, "exposure", 5);
+    run_freely();
     check_books();
     Frame frame;
     // A camera that failed answers only after a reconnect.
@@ -152,7 +148,10 @@ class Subject {
     if (take_next(camera_, KXCAM_FORMAT_RAW, patience_ms, frame) == 0) {
       ++deliveries_;
     } else if (!options_.faults || !comes_back(frame)) {
-      complain(last ? "no frame at the end" : "no frame after a quiet point");
+      const kxcam_statistics now = statistics();
+      complain(fmt::format("no frame {}: the camera is {}, {} transfers failed and {} reconnects succeeded",
+                           last ? "at the end" : "after a quiet point",
+                           now.state == KXCAM_GONE ? "gone" : "there", now.transfer_errors, now.reconnects));
     }
   }
 
@@ -182,12 +181,25 @@ class Subject {
     complaints_.insert(complaint);
   }
 
-  /// A camera that is away, or meets one more fault, is given time.
+  /// Frames of a small size one after the other, with a short exposure. Whether the camera took it all.
+  bool run_freely() {
+    const int preset = presets_ > 1 ? 1 : 0;
+    const bool free = watch_("CameraSetSnapMode", [&] { return CameraSetSnapMode(camera_, kFreeRun); }) == 0;
+    if (free) triggered_ = false;
+    const bool sized = watch_("CameraSetResolution",
+                              [&] { return CameraSetResolution(camera_, preset, nullptr, nullptr); }) == 0;
+    kxcam_set(camera_, "auto-exposure", 0);
+    kxcam_set(camera_, "exposure", 5);
+    return free && sized;
+  }
+
+  /// A camera that is away, or meets one more fault, is given time. It comes back as it was left: one that
+  /// was away when it was told to run freely still waits for triggers.
   bool comes_back(Frame& frame) {
     constexpr auto kPatience = 60s;
     const auto end = Clock::now() + kPatience;
     while (Clock::now() < end) {
-      if (watch_("CameraReconnect", [&] { return CameraReconnect(camera_); }) == 0 &&
+      if (watch_("CameraReconnect", [&] { return CameraReconnect(camera_); }) == 0 && run_freely() &&
           take_next(camera_, KXCAM_FORMAT_RAW, 10 * kFrameMs, frame) == 0) {
         ++deliveries_;
         return true;
