@@ -107,9 +107,9 @@ void VirtualBus::unplug(SimulatedCamera& camera) {
   std::shared_ptr<BusDevice> device;
   const std::lock_guard plugging(plug_mutex_);
   device = detach(camera);
+  camera.power_down();  // also what a fault has planned for it
   const auto away = away_.find(&camera);
   if (away == away_.end()) return;
-  camera.power_down();
   device = std::move(away->second);
   away_.erase(away);
 }
@@ -134,6 +134,7 @@ void VirtualBus::unplug_all() {
 void VirtualBus::plug_event(SimulatedCamera& camera, const PlugEvent& event) {
   const std::lock_guard plugging(plug_mutex_);
   if (!event.plugged) {
+    if (camera.powered()) return;  // it has been plugged in again before this thread got here
     if (auto device = detach(camera)) away_.insert_or_assign(&camera, std::move(device));
     return;
   }

@@ -79,6 +79,21 @@ TEST_F(Hotplug, ACameraTakenAwayDoesNotComeBackByItself) {
   EXPECT_FALSE(camera->powered());
 }
 
+TEST_F(Hotplug, ACameraPluggedWhileAFaultUnplugsItStays) {
+  const auto camera = make_camera("0x304B,fps=0");
+  bus_.plug(camera);
+  for (int i = 0; i < 5000; ++i) {
+    camera->inject(parse_fault_script("unplug at 0ms back after 0ms"));
+    bus_.unplug(*camera);
+    camera->clear_faults();
+    ASSERT_FALSE(camera->powered());
+    bus_.plug(camera);
+    std::this_thread::yield();  // to what the camera has still to tell of the fault
+    ASSERT_TRUE(camera->powered());
+    ASSERT_EQ(bus_.cameras().size(), 1U);
+  }
+}
+
 TEST_F(Hotplug, CallbacksComeForBoth) {
   start();
   struct Seen {
