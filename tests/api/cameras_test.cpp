@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <array>
+#include <atomic>
 #include <cmath>
 #include <string>
+#include <thread>
 
 #include <poll.h>
 
@@ -167,19 +169,21 @@ TEST_F(Cameras, ControlsAreSetAndReadByName) {
   EXPECT_EQ(image_size(), std::pair(540, 720));
 }
 
+/// The next event of kxcam_watch().
+kxcam_bus_event next_event(int fd) {
+  pollfd wanted{.fd = fd, .events = POLLIN, .revents = 0};
+  kxcam_bus_event event{};
+  EXPECT_EQ(poll(&wanted, 1, 60'000), 1);
+  EXPECT_EQ(kxcam_next_event(&event, sizeof event), 0);
+  return event;
+}
+
 TEST_F(Cameras, ThatComeAndGoAreReported) {
   const auto first = plug_serial("AAAAAAAAAAAA");
   int fd = -1;
   ASSERT_EQ(kxcam_watch(true, &fd), 0);
-  const auto next = [fd] {
-    pollfd wanted{.fd = fd, .events = POLLIN, .revents = 0};
-    kxcam_bus_event event{};
-    EXPECT_EQ(poll(&wanted, 1, 60'000), 1);
-    EXPECT_EQ(kxcam_next_event(&event, sizeof event), 0);
-    return event;
-  };
-  const auto expect = [&](int arrived, const char* serial) {
-    const kxcam_bus_event event = next();
+  const auto expect = [watch = fd](int arrived, const char* serial) {
+    const kxcam_bus_event event = next_event(watch);
     EXPECT_EQ(event.arrived, arrived);
     EXPECT_STREQ(event.serial, serial);
     EXPECT_EQ(event.product_id, 0x3600);
@@ -195,6 +199,37 @@ TEST_F(Cameras, ThatComeAndGoAreReported) {
   EXPECT_EQ(kxcam_next_event(&none, sizeof none), KXCAM_ERROR_NO_FRAME);
   EXPECT_EQ(kxcam_watch(false, nullptr), 0);
   EXPECT_EQ(kxcam_watch(false, nullptr), 0);
+}
+
+TEST_F(Cameras, ThatComeAndGoBesideAStreamAreReportedToo) {
+  const auto streaming = open("3600");
+  const auto other = plug_serial("BBBBBBBBBBBB");
+  int fd = -1;
+  ASSERT_EQ(kxcam_watch(true, &fd), 0);
+  next_event(fd);
+  next_event(fd);
+  std::atomic<bool> done = false;
+  std::thread taker([&] {
+    Bytes image(720 * 540);
+    while (!done)
+      EXPECT_EQ(kxcam_query(0, image.data(), image.size(), KXCAM_FORMAT_RAW, -1, 0, nullptr, 0), 0);
+  });
+  // Events are handled by whichever thread waits for its transfer just then.
+  for (int n = 0; n < 50; ++n) {
+    bus_.unplug(*other);
+    EXPECT_EQ(next_event(fd).arrived, 0);
+    bus_.plug(other);
+    const kxcam_bus_event event = next_event(fd);
+    EXPECT_EQ(event.arrived, 1);
+    EXPECT_STREQ(event.serial, "BBBBBBBBBBBB");
+  }
+  done = true;
+  taker.join();
+  EXPECT_EQ(kxcam_watch(false, nullptr), 0);
+  kxcam_statistics now{};
+  kxcam_get_statistics(0, &now, sizeof now);
+  EXPECT_EQ(now.ended, now.delivered + static_cast<uint64_t>(now.waiting)) << "a frame was lost";
+  EXPECT_EQ(now.transfer_errors, 0U);
 }
 
 }  // namespace

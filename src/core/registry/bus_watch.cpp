@@ -57,14 +57,37 @@ BusEvent arrival_of(libusb_device* device) {
   return event;
 }
 
+class BusWatch;
+
+/// Who hears of changes. A callback may still be running in another thread when libusb has been told to end
+/// it.
+struct Listener {
+  std::mutex mutex;
+  BusWatch* watch = nullptr;
+};
+
+// Never destroyed: a program may end while the bus is watched.
+Listener& listener() {
+  static Listener& one = *new Listener;
+  return one;
+}
+
 /// The thread that watches. libusb calls back in whatever thread handles its events, where no camera can be
 /// asked: the changes wait for this one.
 class BusWatch {
  public:
-  BusWatch() = default;
+  BusWatch() {
+    const std::lock_guard lock(listener().mutex);
+    listener().watch = this;
+  }
   ~BusWatch() {
+    {
+      const std::lock_guard lock(listener().mutex);
+      if (listener().watch == this) listener().watch = nullptr;
+    }
     libusb_hotplug_deregister_callback(nullptr, callback_);
     running_ = false;
+    wake();
     libusb_interrupt_event_handler(nullptr);
     if (thread_.joinable()) thread_.join();
   }
@@ -75,7 +98,7 @@ class BusWatch {
     constexpr int kBoth = LIBUSB_HOTPLUG_EVENT_DEVICE_ARRIVED | LIBUSB_HOTPLUG_EVENT_DEVICE_LEFT;
     const int result = libusb_hotplug_register_callback(
         nullptr, kBoth, LIBUSB_HOTPLUG_ENUMERATE, kCameraVendor, LIBUSB_HOTPLUG_MATCH_ANY,
-        LIBUSB_HOTPLUG_MATCH_ANY, on_change, this, &callback_);
+        LIBUSB_HOTPLUG_MATCH_ANY, on_change, nullptr, &callback_);
     if (result != LIBUSB_SUCCESS) return fail(KXCAM_ERROR_NOT_SUPPORTED);
     thread_ = std::thread([this] { watch(); });
     return true;
@@ -94,19 +117,29 @@ class BusWatch {
 
  private:
   static int LIBUSB_CALL on_change(libusb_context*, libusb_device* device, libusb_hotplug_event event,
-                                   void* self) {
-    auto& watch = *static_cast<BusWatch*>(self);
-    const std::lock_guard lock(watch.mutex_);
-    watch.changes_.emplace_back(hold(device), event == LIBUSB_HOTPLUG_EVENT_DEVICE_ARRIVED);
+                                   void*) {
+    const std::lock_guard lock(listener().mutex);
+    if (BusWatch* watch = listener().watch; watch != nullptr)
+      watch->note(hold(device), event == LIBUSB_HOTPLUG_EVENT_DEVICE_ARRIVED);
     return 0;  // keep calling
   }
 
+  void note(DeviceRef device, bool arrived) {
+    const std::lock_guard lock(mutex_);
+    changes_.emplace_back(std::move(device), arrived);
+    wake();
+  }
+
+  /// Whichever thread handled the event: libusb looks at the flag before it waits, under the lock under which
+  /// it wakes those who wait for that thread.
+  void wake() { std::atomic_ref(woken_).store(1); }
+
   void watch() {
-    while (running_) {
+    for (;;) {
+      std::atomic_ref(woken_).store(0);
+      if (!running_) return;
       work_off();
-      // Another thread may handle the event meanwhile and wakes this one only when it is done with libusb.
-      timeval limit{.tv_sec = 0, .tv_usec = 100'000};
-      libusb_handle_events_timeout_completed(nullptr, &limit, nullptr);
+      while (std::atomic_ref(woken_).load() == 0) libusb_handle_events_completed(nullptr, &woken_);
     }
   }
 
@@ -140,6 +173,7 @@ class BusWatch {
   }
 
   std::atomic<bool> running_ = true;
+  int woken_ = 0;  ///< atomic: there is a change, or the end
   libusb_hotplug_callback_handle callback_ = 0;
   std::map<DeviceRef, BusEvent> present_;  ///< the thread's own
   std::mutex mutex_;                       ///< guards all below
