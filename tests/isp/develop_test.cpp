@@ -230,10 +230,10 @@ FlatField random_field(Draw& draw, const SensorSize& sensor) {
 TEST_P(EveryLevel, AgreesOnRawCorrections) {
   Draw draw(5);
   for (int i = 0; i < 600; ++i) {
-    const int width = draw.number(1, 200);
+    const int width = draw.number(1, 600);
     const int height = draw.number(1, 40);
     // Some frames reach beyond the tables.
-    const SensorSize sensor = {draw.number(150, 240), draw.number(30, 60)};
+    const SensorSize sensor = {draw.number(450, 720), draw.number(30, 60)};
     RawCorrections corrections;
     corrections.placement.x0 = draw.number(-1, 20);
     corrections.placement.y0 = draw.number(-1, 10);
@@ -242,10 +242,12 @@ TEST_P(EveryLevel, AgreesOnRawCorrections) {
       corrections.flat_field = std::make_shared<const FlatField>(random_field(draw, sensor));
     std::vector<uint8_t> wanted = draw.frame(width * height);
     if (draw.number(0, 1) != 0) {
-      // Few bright pixels, so that most vectors are left alone.
+      // From hardly a bright pixel to many, some of which are repaired only when others have been.
       std::ranges::transform(wanted, wanted.begin(),
                              [](uint8_t v) { return static_cast<uint8_t>(v % 32 + 80); });
-      for (int hot = 0; hot < 20; ++hot) wanted[draw.number(0, width * height - 1)] = 240;
+      const int hot = draw.number(0, width * height / (draw.number(0, 1) != 0 ? 5 : 100));
+      for (int n = 0; n < hot; ++n)
+        wanted[draw.number(0, width * height - 1)] = static_cast<uint8_t>(draw.number(140, 255));
     }
     std::vector<uint8_t> got = wanted;
     WorkMemory memory;

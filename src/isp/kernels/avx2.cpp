@@ -55,6 +55,7 @@ struct Avx2 {
   static Bytes complement(Bytes v) { return _mm256_xor_si256(v, set8(0xFF)); }
   static Bytes bit_xor(Bytes a, Bytes b) { return _mm256_xor_si256(a, b); }
   static Bytes bit_and(Bytes a, Bytes b) { return _mm256_and_si256(a, b); }
+  static Bytes bit_or(Bytes a, Bytes b) { return _mm256_or_si256(a, b); }
   static Selector highest_bits(Bytes v) { return v; }
   static Bytes select(Selector s, Bytes a, Bytes b) { return _mm256_blendv_epi8(b, a, s); }
 

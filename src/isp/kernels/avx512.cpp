@@ -100,9 +100,10 @@ struct Avx512 {
   static Bytes set8(int v) { return _mm512_set1_epi8(static_cast<char>(v)); }
   static Bytes set16(uint16_t v) { return _mm512_set1_epi16(static_cast<int16_t>(v)); }
 
-  static Bytes complement(Bytes v) { return _mm512_xor_si512(v, set8(0xFF)); }
+  static Bytes complement(Bytes v) { return _mm512_subs_epu8(set8(0xFF), v); }
   static Bytes bit_xor(Bytes a, Bytes b) { return _mm512_xor_si512(a, b); }
   static Bytes bit_and(Bytes a, Bytes b) { return _mm512_and_si512(a, b); }
+  static Bytes bit_or(Bytes a, Bytes b) { return _mm512_or_si512(a, b); }
 
   static Bytes average(Bytes a, Bytes b) { return _mm512_avg_epu8(a, b); }
   static Bytes add(Bytes a, Bytes b) { return _mm512_add_epi8(a, b); }

@@ -78,9 +78,9 @@ void RowCorrector::flatten(int32_t y) const {
   kernels_.flatten(raw.data(), corrections_.frame.width(), gains, slot(y));
 }
 
-void RowCorrector::despeckle(int32_t y) const {
-  kernels_.despeckle(slot(y - kReach), slot(y), slot(y + kReach), kSpeckleMargin,
-                     corrections_.frame.width() - kSpeckleMargin + 1);
+void RowCorrector::despeckle(int32_t y) {
+  speckles_ = kernels_.despeckle(speckles_, slot(y - kReach), slot(y), slot(y + kReach), kSpeckleMargin,
+                                 corrections_.frame.width() - kSpeckleMargin + 1);
 }
 
 void correct_rows(const RowKernels& kernels, const RowCorrections& corrections, uint8_t* memory) {

@@ -36,14 +36,15 @@ class RowCorrector {
  private:
   uint8_t* slot(int32_t y) const;
   void flatten(int32_t y) const;
-  void despeckle(int32_t y) const;
+  void despeckle(int32_t y);
 
   const RowKernels& kernels_;
   const RowCorrections& corrections_;
   uint8_t* first_slot_;
   size_t stride_;
-  int32_t flat_ = 0;   ///< rows
-  int32_t final_ = 0;  ///< rows
+  int32_t flat_ = 0;                    ///< rows
+  int32_t final_ = 0;                   ///< rows
+  Speckles speckles_ = Speckles::kFew;  ///< of the last row
 };
 
 /// Corrects a whole frame and leaves it so.

@@ -29,6 +29,13 @@ struct Finish {
   FixedMatrix matrix;
 };
 
+/// How speckled a row is.
+enum class Speckles : uint8_t {
+  kFew,
+  kMany,   ///< in many vectors
+  kDense,  ///< and so close together that one repair leads to another
+};
+
 /// What the samples of a raw row are multiplied by: gain - columns[x].
 struct RowGains {
   double gain;
@@ -88,8 +95,10 @@ struct RowKernels {
   /// Multiplies the samples below 255 of a raw row, truncated and clamped to bytes.
   void (*flatten)(const uint8_t* raw, int width, const RowGains& gains, uint8_t* row);
   /// Darkens the speckles among the samples first .. last - 1 of a corrected row, from left to right; above
-  /// and below are the second rows from it. All three begin cache lines.
-  void (*despeckle)(const uint8_t* above, uint8_t* row, const uint8_t* below, int first, int last);
+  /// and below are the second rows from it. All three begin cache lines. Returns what to expect of the next
+  /// row; what is expected decides on speed alone.
+  Speckles (*despeckle)(Speckles expected, const uint8_t* above, uint8_t* row, const uint8_t* below,
+                        int first, int last);
 
   /// Arranges a table for the kernels below.
   void (*arrange)(const uint8_t* table, Lookup& lookup);

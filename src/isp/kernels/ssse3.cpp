@@ -48,6 +48,7 @@ struct Ssse3 {
   static Bytes complement(Bytes v) { return _mm_xor_si128(v, set8(0xFF)); }
   static Bytes bit_xor(Bytes a, Bytes b) { return _mm_xor_si128(a, b); }
   static Bytes bit_and(Bytes a, Bytes b) { return _mm_and_si128(a, b); }
+  static Bytes bit_or(Bytes a, Bytes b) { return _mm_or_si128(a, b); }
   static Selector highest_bits(Bytes v) { return _mm_cmpgt_epi8(_mm_setzero_si128(), v); }
   static Bytes select(Selector s, Bytes a, Bytes b) {
     return _mm_or_si128(_mm_and_si128(s, a), _mm_andnot_si128(s, b));

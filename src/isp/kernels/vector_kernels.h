@@ -25,8 +25,17 @@ struct Pair {
   typename V::Bytes difference;  ///< its lowest bit counts
 };
 
-/// Averaging the means of two pairs truncates three times. That is one too little where all three lost
-/// a bit (on complemented samples: one too much).
+/// The mean of four samples, cut: every average rounds up, which together is 1 too much unless none of the
+/// three lost a bit.
+template <class V>
+[[gnu::always_inline]] inline typename V::Bytes cut_mean_of_four(const Pair<V>& first,
+                                                                 const Pair<V>& second) {
+  const Pair<V> means(first.mean, second.mean);
+  const auto lost = V::bit_or(V::bit_or(first.difference, second.difference), means.difference);
+  return V::subtract(means.mean, V::bit_and(lost, V::set8(1)));
+}
+
+/// The same on complemented samples, where every average cuts: one too little where all three lost a bit.
 template <class V>
 [[gnu::always_inline]] inline typename V::Bytes mean_of_four(const Pair<V>& first, const Pair<V>& second) {
   const Pair<V> means(first.mean, second.mean);
@@ -136,14 +145,45 @@ constexpr Edges edges() {
 
 constexpr Edges kEdges = edges();  // not inline, which would be everybody's
 
-/// Repairs a row from left to right, vector by vector.
+/// The samples around a vector of a row that is despeckled.
 template <class V>
+class Surroundings {
+ public:
+  using Bytes = typename V::Bytes;
+
+  [[gnu::always_inline]] Surroundings(Bytes samples, Bytes wanted, Bytes right, Bytes up, Bytes down)
+      : samples_(samples), candidates_(V::bit_and(samples, wanted)), right_(right), column_(up, down) {}
+
+  /// The repaired samples, if the vector to the left is `left` and `repaired` is what becomes of this one.
+  [[gnu::always_inline]] Bytes repair(Bytes left, Bytes repaired) const {
+    const Bytes mean = cut_mean_of_four(Pair<V>(V::from_left(left, repaired), right_), column_);
+    const Bytes limit =
+        V::maximum(V::add_saturated(mean, V::set8(kSpeckleTolerance)), V::set8(kLeastSpeckle - 1));
+    return V::select_above(candidates_, limit, mean, samples_);
+  }
+
+ private:
+  Bytes samples_;
+  Bytes candidates_;
+  Bytes right_;
+  Pair<V> column_;
+};
+
+/// Repairs a row from left to right, vector by vector. A repair counts for the sample two further on, so a
+/// vector is made anew with its own repairs until these stay as they are.
+///
+/// `kPasses` is how often that is done unasked. What a pass takes from the vector to the left is what that
+/// had before the same pass, so that no vector waits for another and hardly a branch is guessed wrong; a
+/// vector that has settled gives its final samples that way too. 0: each vector is looked at first.
+template <class V, int kPasses>
 class Despeckler {
  public:
   using Bytes = typename V::Bytes;
 
   [[gnu::always_inline]] Despeckler(const uint8_t* above, uint8_t* row, const uint8_t* below)
-      : above_(above), row_(row), below_(below), before_(V::load(row - V::kBytes)) {}
+      : above_(above), row_(row), below_(below) {
+    set_left(V::load(row - V::kBytes));
+  }
 
   /// The samples of the next vector that have a bit in `wanted`.
   [[gnu::always_inline]] void repair(int x, Bytes wanted) {
@@ -151,58 +191,94 @@ class Despeckler {
     const Bytes right = V::load(row_ + x + 2);
     const Bytes up = V::load(above_ + x);
     const Bytes down = V::load(below_ + x);
-    // Averages of averages are at most 1 too high.
-    const Bytes mean = V::average(V::average(V::from_left(before_, samples), right), V::average(up, down));
-    const Bytes limit =
-        V::maximum(V::add_saturated(mean, V::set8(kSpeckleTolerance - 1)), V::set8(kLeastSpeckle - 1));
-    if (V::any_above(V::bit_and(samples, wanted), limit)) [[unlikely]] {
-      before_ = repaired(samples, right, up, down, wanted);
-      V::store(row_ + x, before_);
+    ++vectors_;
+    if constexpr (kPasses == 0) {
+      // Averages of averages are at most 1 too high.
+      const Bytes mean = V::average(V::average(V::from_left(left_[0], samples), right), V::average(up, down));
+      const Bytes limit =
+          V::maximum(V::add_saturated(mean, V::set8(kSpeckleTolerance - 1)), V::set8(kLeastSpeckle - 1));
+      if (!V::any_above(V::bit_and(samples, wanted), limit)) [[likely]] {
+        left_[0] = samples;
+        return;
+      }
+      ++repaired_;
+      settle(Surroundings<V>(samples, wanted, right, up, down), left_[0], samples, x);
     } else {
-      before_ = samples;
+      const Surroundings<V> surroundings(samples, wanted, right, up, down);
+      const Bytes left = left_[kPasses - 1];  // its final samples
+      Bytes made[kPasses + 1];
+      made[0] = samples;
+#pragma GCC unroll 4
+      for (int pass = 0; pass < kPasses; ++pass) {
+        made[pass + 1] = surroundings.repair(left_[pass], made[pass]);
+        left_[pass] = made[pass];
+      }
+      V::store(row_ + x, made[kPasses]);
+      repaired_ += V::same(made[1], samples) ? 0 : 1;
+      spread_ += V::same(made[1], made[2]) ? 0 : 1;
+      if (!V::same(made[kPasses - 1], made[kPasses])) [[unlikely]]
+        settle(surroundings, left, made[kPasses], x);
     }
   }
 
+  /// What to expect of the next row.
+  [[gnu::always_inline]] Speckles seen() const {
+    if (6 * spread_ > vectors_) return Speckles::kDense;
+    return 6 * repaired_ > vectors_ ? Speckles::kMany : Speckles::kFew;
+  }
+
  private:
-  /// A repair counts for the sample two further on, so the vector is made anew with its own repairs until
-  /// these stay as they are.
-  [[gnu::always_inline]] Bytes repaired(Bytes samples, Bytes right, Bytes up, Bytes down,
-                                        Bytes wanted) const {
-    const Pair<V> column(V::complement(up), V::complement(down));
-    const Bytes other = V::complement(right);
-    const Bytes candidates = V::bit_and(samples, wanted);
-    Bytes result = samples;
+  [[gnu::always_inline]] void set_left(Bytes samples) {
+    for (Bytes& left : left_) left = samples;
+  }
+
+  [[gnu::always_inline]] void settle(const Surroundings<V>& surroundings, Bytes left, Bytes result, int x) {
     for (;;) {
-      const Pair<V> across(V::complement(V::from_left(before_, result)), other);
-      const Bytes mean = V::complement(mean_of_four(across, column));
-      const Bytes limit =
-          V::maximum(V::add_saturated(mean, V::set8(kSpeckleTolerance)), V::set8(kLeastSpeckle - 1));
-      const Bytes next = V::select_above(candidates, limit, mean, samples);
-      if (V::same(next, result)) return result;
+      const Bytes next = surroundings.repair(left, result);
+      if (V::same(next, result)) break;
       result = next;
     }
+    V::store(row_ + x, result);
+    set_left(result);
   }
 
   const uint8_t* above_;
   uint8_t* row_;
   const uint8_t* below_;
-  Bytes before_;  ///< the vector to the left, repaired
+  Bytes left_[kPasses == 0 ? 1 : kPasses];  ///< the vector to the left before each pass
+  int vectors_ = 0;
+  int repaired_ = 0;  ///< vectors
+  int spread_ = 0;    ///< those whose repairs led to others
 };
 
-template <class V>
-void despeckle_row(const uint8_t* above, uint8_t* row, const uint8_t* below, int first, int last) {
-  if (last <= first) return;
-  Despeckler<V> despeckler(above, row, below);
+template <class V, int kPasses>
+Speckles despeckle_by(const uint8_t* above, uint8_t* row, const uint8_t* below, int first, int last) {
+  Despeckler<V, kPasses> despeckler(above, row, below);
   const auto from = [](int i) { return V::load(kEdges.bytes + 64 - i); };
   const auto until = [](int i) { return V::load(kEdges.bytes + 128 - i); };
   if (last <= V::kBytes) {
     despeckler.repair(0, V::bit_and(from(first), until(last)));
-    return;
+    return despeckler.seen();
   }
   despeckler.repair(0, from(first));
   int x = V::kBytes;
   for (; x + V::kBytes <= last; x += V::kBytes) despeckler.repair(x, V::set8(0xFF));
   if (x < last) despeckler.repair(x, until(last - x));
+  return despeckler.seen();
+}
+
+template <class V>
+Speckles despeckle_row(Speckles expected, const uint8_t* above, uint8_t* row, const uint8_t* below, int first,
+                       int last) {
+  if (last <= first) return expected;
+  switch (expected) {
+    case Speckles::kFew:
+      return despeckle_by<V, 0>(above, row, below, first, last);
+    case Speckles::kMany:
+      return despeckle_by<V, 2>(above, row, below, first, last);
+    default:
+      return despeckle_by<V, 4>(above, row, below, first, last);
+  }
 }
 
 // Raw rows to work rows
