@@ -7,11 +7,9 @@
 #include <gtest/gtest.h>
 
 #include "core/sensors/sensor_family.h"
-#include "device/conf_file.h"
 #include "device/vendor_request.h"
 #include "exposure_run.h"
 #include "kxcam/kxcam.h"
-#include "usbfs/virtual_bus.h"
 
 namespace kxcam {
 namespace {
@@ -107,11 +105,8 @@ INSTANTIATE_TEST_SUITE_P(Sensor, ExposureLoop, testing::ValuesIn(exposable_model
 
 /// As a user meets it: the settings that the maker stored, and the light that the simulator has by itself.
 TEST_P(ExposureLoop, AFreshCameraIsWellExposedAndTheLoopSettles) {
-  const kxsim::TemporaryConfFile conf;
-  setenv("KXUSB_CONF", conf.path().c_str(), 1);
-  const auto camera = std::make_shared<kxsim::SimulatedCamera>(
-      kxsim::parse_camera_options(fmt::format("{:04X},fps=0", GetParam()->PID)));
-  kxsim::VirtualBus::instance().plug(camera);
+  test::TestBus bus;
+  bus.plug(fmt::format("{:04X},fps=0", GetParam()->PID));
   ASSERT_EQ(CameraInit(0), 0U);
   ASSERT_EQ(CameraSetTimeout(0, 30'000), 0U);
   int width = 0;
@@ -129,8 +124,6 @@ TEST_P(ExposureLoop, AFreshCameraIsWellExposedAndTheLoopSettles) {
   ASSERT_EQ(CameraSetAEC(0, true), 0U);
   for (int frame = 0; frame < kMostFrames; ++frame) mean();
   EXPECT_NEAR(mean(), ExposureRun::kTarget, 6);
-  CameraFree(0);
-  kxsim::VirtualBus::instance().unplug_all();
 }
 
 /// The lamp is one that bands can be seen under.

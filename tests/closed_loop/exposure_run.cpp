@@ -2,14 +2,12 @@
 #include "exposure_run.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <set>
 #include <stdexcept>
 
 #include "core/registry/contexts.h"
 #include "core/sensors/sensor_family.h"
 #include "kxcam/kxcam.h"
-#include "usbfs/virtual_bus.h"
 
 namespace kxcam {
 
@@ -52,14 +50,11 @@ void PrintTo(const CameraModel* model, std::ostream* out) {
 }
 
 ExposureRun::ExposureRun(const CameraModel& model, const Options& options) {
-  setenv("KXUSB_CONF", conf_.path().c_str(), 1);
   kxsim::CameraOptions device(model.PID);
   device.frame_rate = 0;
   device.noise = false;
-  camera_ = std::make_shared<kxsim::SimulatedCamera>(device);
+  camera_ = bus_.plug(device);
   camera_->set_scene(kxsim::make_uniform({1, 1, 1}));
-  kxsim::VirtualBus::instance().unplug_all();
-  kxsim::VirtualBus::instance().plug(camera_);
   must(CameraInit(kCamera), "CameraInit");
   constexpr int kPatienceMs = 30'000;  // the first frame has the full size
   must(CameraSetTimeout(kCamera, kPatienceMs), "CameraSetTimeout");
@@ -77,12 +72,6 @@ ExposureRun::ExposureRun(const CameraModel& model, const Options& options) {
   set_level(options.level);
   must(CameraSetAEC(kCamera, true), "CameraSetAEC");
   must(CameraSetAGC(kCamera, options.gain), "CameraSetAGC");
-}
-
-ExposureRun::~ExposureRun() {
-  context_.reset();
-  CameraFree(kCamera);
-  kxsim::VirtualBus::instance().unplug(*camera_);
 }
 
 void ExposureRun::set_level(double level) {

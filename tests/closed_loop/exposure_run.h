@@ -7,9 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "camera_bus.h"
 #include "core/registry/camera_context.h"
-#include "device/conf_file.h"
-#include "device/simulated_camera.h"
 
 namespace kxcam {
 
@@ -38,9 +37,6 @@ class ExposureRun {
 
   /// Throws std::runtime_error when the camera cannot be opened.
   ExposureRun(const CameraModel& model, const Options& options);
-  ~ExposureRun();
-  ExposureRun(const ExposureRun&) = delete;
-  ExposureRun& operator=(const ExposureRun&) = delete;
 
   /// Frames until the loop has left exposure and gain alone for some runs; nothing when it had not within
   /// `most_frames`.
@@ -59,7 +55,7 @@ class ExposureRun {
   kxsim::SimulatedCamera& camera() const { return *camera_; }
 
  private:
-  kxsim::TemporaryConfFile conf_;
+  test::TestBus bus_;
   int mains_hz_ = 0;
   kxsim::Lighting lighting_;
   double white_at_level_1_ = 1;

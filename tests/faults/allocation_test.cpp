@@ -100,7 +100,7 @@ size_t running_threads() {
 }
 
 /// A camera that is opened, asked for a picture and closed while memory runs out.
-class ScarceCamera : private test::CameraBus {
+class ScarceCamera : private test::TestBus {
  public:
   ScarceCamera() {
     open("3600,features=5");
@@ -129,8 +129,6 @@ class ScarceCamera : private test::CameraBus {
   }
 
  private:
-  void TestBody() override {}
-
   size_t threads_when_closed_ = 0;
 };
 

@@ -1,32 +1,17 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "faulty_camera.h"
 
-#include <cstdlib>
 #include <filesystem>
 
 #include <gtest/gtest.h>
 
 #include "eventually.h"
-#include "kxcam/kxcam.h"
-#include "numbered_frame.h"
 
 namespace kxcam::faults {
 
 using test::eventually;
 
 namespace {
-
-int buffer_size(int format) {
-  int size = 0;
-  EXPECT_EQ(CameraGetImageBufferSize(kCamera, &size, format), 0U);
-  return size;
-}
-
-bool query(std::vector<uint8_t>& image, int format) {
-  int size = buffer_size(format);
-  image.resize(static_cast<size_t>(size));
-  return CameraQueryImage(kCamera, image.data(), &size, format) == 0;
-}
 
 size_t running_threads() {
   const std::filesystem::directory_iterator tasks("/proc/self/task");
@@ -36,11 +21,8 @@ size_t running_threads() {
 }  // namespace
 
 FaultyCamera::FaultyCamera(const std::string& description)
-    : device_(std::make_shared<kxsim::SimulatedCamera>(kxsim::parse_camera_options(description))),
-      factory_settings_(stored()) {
-  setenv("KXUSB_CONF", conf_.path().c_str(), 1);
+    : device_(plug(description)), factory_settings_(stored()) {
   device_->set_frame_source(kxsim::fill_numbered_frame);
-  bus_.plug(device_);
   CameraInit(kCamera);
   close();
   threads_when_closed_ = running_threads();
@@ -49,7 +31,6 @@ FaultyCamera::FaultyCamera(const std::string& description)
 
 FaultyCamera::~FaultyCamera() {
   close();
-  bus_.unplug_all();
 }
 
 void FaultyCamera::pull() {
@@ -68,10 +49,9 @@ void FaultyCamera::plug_in_if_pulled() {
 }
 
 bool FaultyCamera::delivers() {
-  std::vector<uint8_t> image;
-  if (!query(image, KXCAM_FORMAT_RAW)) return false;
+  std::vector<uint8_t> image = query_raw(1);
   // A frame is one byte per pixel on the wire; the second half of a picture of two is not from there.
-  image.resize(static_cast<size_t>(buffer_size(KXCAM_FORMAT_GREY)));
+  if (!image.empty()) image.resize(static_cast<size_t>(buffer_size(KXCAM_FORMAT_GREY)));
   return test::number_of(image) >= 0;
 }
 
@@ -80,8 +60,7 @@ bool FaultyCamera::delivers_in_the_end() {
 }
 
 bool FaultyCamera::makes_picture() {
-  std::vector<uint8_t> image;
-  return query(image, KXCAM_FORMAT_GREY);
+  return !query(KXCAM_FORMAT_GREY, 1).empty();
 }
 
 std::vector<uint8_t> FaultyCamera::stored() const {

@@ -2,14 +2,11 @@
 #pragma once
 
 #include <cstddef>
-#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "device/conf_file.h"
-#include "device/simulated_camera.h"
-#include "usbfs/virtual_bus.h"
+#include "camera_bus.h"
 
 namespace kxcam::faults {
 
@@ -17,13 +14,11 @@ inline constexpr int kCamera = 0;
 
 /// The only camera of this process, at index 0, made to fail and to be whole again. Its frames hold bytes
 /// that no mixture of frames imitates. At the end nothing of it may be left open.
-class FaultyCamera {
+class FaultyCamera : private test::TestBus {
  public:
   /// A description as for parse_camera_options(). The camera is open and whole then.
   explicit FaultyCamera(const std::string& description);
   ~FaultyCamera();
-  FaultyCamera(const FaultyCamera&) = delete;
-  FaultyCamera& operator=(const FaultyCamera&) = delete;
 
   kxsim::SimulatedCamera& device() { return *device_; }
   void pull();
@@ -52,8 +47,6 @@ class FaultyCamera {
   void close();
   void program_factory_settings();
 
-  kxsim::VirtualBus& bus_ = kxsim::VirtualBus::instance();
-  kxsim::TemporaryConfFile conf_;
   std::shared_ptr<kxsim::SimulatedCamera> device_;
   std::vector<uint8_t> factory_settings_;
   size_t threads_when_closed_ = 0;  ///< libusb's and the simulated camera's; 0 until they are known

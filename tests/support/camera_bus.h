@@ -32,18 +32,24 @@ inline constexpr uint16_t kSet0 = 0x1F00;
 inline constexpr size_t kSetSize = 64;
 
 /// The library on a bus of simulated cameras, with a configuration file that lists every model. At the end
-/// every camera is closed and no device node may be left open.
-class CameraBus : public testing::Test {
- protected:
+/// every camera is closed; no device node may be left open, and no camera may have met a request or a
+/// register that it does not have.
+class TestBus {
+ public:
   using Camera = kxsim::SimulatedCamera;
   using Fault = kxsim::RequestFault::Action;
   /// Code, index and value.
   using Request = std::tuple<int, int, int>;
 
-  CameraBus();
-  ~CameraBus() override;
+  TestBus();
+  ~TestBus();
+  TestBus(const TestBus&) = delete;
+  TestBus& operator=(const TestBus&) = delete;
 
-  std::shared_ptr<Camera> plug(const std::string& description);
+  std::shared_ptr<Camera> plug(const kxsim::CameraOptions& options);
+  std::shared_ptr<Camera> plug(const std::string& description) {
+    return plug(kxsim::parse_camera_options(description));
+  }
   /// Plugs in a camera that sends numbered() frames as fast as they are read, and opens it as camera 0.
   std::shared_ptr<Camera> open(const std::string& model);
   /// The same for register access only.
@@ -69,6 +75,11 @@ class CameraBus : public testing::Test {
 
   kxsim::VirtualBus& bus_ = kxsim::VirtualBus::instance();
   kxsim::TemporaryConfFile conf_;
+
+ private:
+  std::vector<std::shared_ptr<Camera>> plugged_;
 };
+
+class CameraBus : public testing::Test, protected TestBus {};
 
 }  // namespace kxcam::test

@@ -183,6 +183,7 @@ void SensorTest::close() {
   context_.reset();
   libusb_exit(usb_);
   kxsim::VirtualBus::instance().unplug(*camera_);
+  EXPECT_EQ(camera_->counters().unknown, 0U) << "the camera lacks a request or register";
   camera_.reset();
 }
 
