@@ -4,22 +4,22 @@
 #include <chrono>
 #include <future>
 #include <optional>
-#include <span>
-#include <thread>
+#include <string>
 #include <utility>
 #include <vector>
 
+#include "device/numbered_frame.h"
 #include "device/simulated_camera.h"
 
 namespace kxsim {
 
+using Bytes = std::vector<uint8_t>;
+
 /// A transfer with memory of its own, to wait for.
 class HostTransfer final : public Transfer {
  public:
-  explicit HostTransfer(std::vector<uint8_t> bytes) : Transfer({}), memory_(std::move(bytes)) {
-    data = memory_;
-  }
-  explicit HostTransfer(size_t length) : HostTransfer(std::vector<uint8_t>(length)) {}
+  explicit HostTransfer(Bytes bytes) : Transfer({}), memory_(std::move(bytes)) { data = memory_; }
+  explicit HostTransfer(size_t length) : HostTransfer(Bytes(length)) {}
 
   void finished(TransferStatus status) override { status_.set_value(status); }
 
@@ -28,32 +28,26 @@ class HostTransfer final : public Transfer {
     if (future_.wait_for(longest) != std::future_status::ready) return std::nullopt;
     return future_.get();
   }
-  std::vector<uint8_t> bytes() const {
-    return {memory_.begin(), memory_.begin() + static_cast<ptrdiff_t>(transferred)};
-  }
+  Bytes bytes() const { return {memory_.begin(), memory_.begin() + static_cast<ptrdiff_t>(transferred)}; }
 
  private:
-  std::vector<uint8_t> memory_;
+  Bytes memory_;
   std::promise<TransferStatus> status_;
   std::future<TransferStatus> future_ = status_.get_future();
 };
 
-/// What a host does with a camera that is plugged straight into it.
+/// What a host does with a camera that is plugged straight into it and sends numbered frames.
 class Host {
  public:
-  using Bytes = std::vector<uint8_t>;
-
-  explicit Host(const char* description, const FaultPlan& faults = {})
-      : camera(parse_camera_options(description)) {
-    camera.inject(faults);
+  explicit Host(const char* description) : camera(parse_camera_options(description)) {
+    camera.set_frame_source(fill_numbered_frame);
     camera.power_up();
   }
 
   /// The reply to a vendor request; nothing when it was refused or not answered at once.
   std::optional<Bytes> ask(uint8_t request, uint16_t index = 0, uint16_t value = 0, uint16_t length = 10) {
     HostTransfer transfer(length);
-    const ControlSetup setup{0xC0, request, value, index, length};
-    if (!camera.submit_control(setup, transfer)) return std::nullopt;
+    if (!camera.submit_control({0xC0, request, value, index, length}, transfer)) return std::nullopt;
     if (camera.cancel(transfer)) return std::nullopt;
     if (transfer.wait() != TransferStatus::kCompleted) return std::nullopt;
     return transfer.bytes();
@@ -65,45 +59,32 @@ class Host {
     return camera.submit_control(setup, transfer) && transfer.wait() == TransferStatus::kCompleted;
   }
 
-  struct Read {
-    std::optional<TransferStatus> status;  ///< nothing: cancelled by the host after its time-out
-    Bytes bytes;
-  };
-
-  Read read(size_t length, std::chrono::milliseconds timeout = std::chrono::seconds(10)) {
+  /// Reads up to that many bytes; what comes of it in one word, or the number of bytes. "nothing" when the
+  /// read was given up, with what it held by then in `bytes`.
+  std::string read(size_t length, std::chrono::milliseconds patience = std::chrono::seconds(10)) {
     HostTransfer transfer(length);
-    if (!camera.submit_bulk(transfer)) return {TransferStatus::kDisconnected, {}};
-    auto status = transfer.wait(timeout);
+    if (!camera.submit_bulk(transfer)) return "gone";
+    auto status = transfer.wait(patience);
     if (!status && !camera.cancel(transfer)) status = transfer.wait();
-    return {status, transfer.bytes()};
-  }
-
-  /// Waits until it holds; false when it does not in good time.
-  template <class Condition>
-  static bool eventually(Condition holds) {
-    for (int i = 0; i < 5000; ++i) {
-      if (holds()) return true;
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
+    bytes = transfer.bytes();
+    if (!status) return "nothing";
+    switch (*status) {
+      case TransferStatus::kCompleted:
+        return std::to_string(bytes.size());
+      case TransferStatus::kStalled:
+        return "stalled";
+      case TransferStatus::kOverflow:
+        return "overflow";
+      case TransferStatus::kDisconnected:
+        return "gone";
+      default:
+        return "error";
     }
-    return false;
   }
+  std::string read_briefly(size_t length) { return read(length, std::chrono::milliseconds(20)); }
 
   SimulatedCamera camera;
+  Bytes bytes;  ///< of the last read
 };
-
-/// A byte that tells frames and places apart.
-constexpr uint8_t pattern(uint64_t frame, size_t place) {
-  return static_cast<uint8_t>(place * 31 + (place >> 8) + frame * 101);
-}
-
-inline std::vector<uint8_t> pattern_frame(uint64_t frame, size_t size) {
-  std::vector<uint8_t> bytes(size);
-  for (size_t i = 0; i < size; ++i) bytes[i] = pattern(frame, i);
-  return bytes;
-}
-
-inline void fill_with_pattern(const FrameRequest& request, std::span<uint8_t> out) {
-  for (size_t i = 0; i < out.size(); ++i) out[i] = pattern(request.number, i);
-}
 
 }  // namespace kxsim

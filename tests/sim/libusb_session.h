@@ -1,18 +1,19 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <chrono>
 #include <memory>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include <gtest/gtest.h>
 #include <libusb.h>
 
+#include "eventually.h"
 #include "usbfs/virtual_bus.h"
 
 namespace kxsim {
+
+using kxcam::test::eventually;
 
 struct CloseHandle {
   void operator()(libusb_device_handle* handle) const { libusb_close(handle); }
@@ -40,20 +41,6 @@ class LibusbSession : public testing::Test {
     context_ = nullptr;
   }
 
-  /// Product ids in libusb's order.
-  std::vector<int> products() {
-    std::vector<int> ids;
-    libusb_device** list = nullptr;
-    const auto count = libusb_get_device_list(context_, &list);
-    for (ssize_t i = 0; i < count; ++i) {
-      libusb_device_descriptor descriptor{};
-      libusb_get_device_descriptor(list[i], &descriptor);
-      ids.push_back(descriptor.idProduct);
-    }
-    if (count >= 0) libusb_free_device_list(list, 1);
-    return ids;
-  }
-
   /// Opens the n-th device; `error` takes libusb's code.
   Handle open(size_t number = 0, int* error = nullptr) {
     libusb_device** list = nullptr;
@@ -73,18 +60,15 @@ class LibusbSession : public testing::Test {
     return open();
   }
 
+  static int read(const Handle& handle, int length, unsigned timeout, int* transferred = nullptr) {
+    std::vector<unsigned char> data(static_cast<size_t>(length));
+    int ignored = 0;
+    return libusb_bulk_transfer(handle.get(), 0x81, data.data(), length,
+                                transferred == nullptr ? &ignored : transferred, timeout);
+  }
   static int ask(const Handle& handle, uint8_t request, unsigned timeout = 1000) {
     unsigned char reply[10];
     return libusb_control_transfer(handle.get(), 0xC0, request, 0, 0, reply, sizeof reply, timeout);
-  }
-
-  template <class Condition>
-  static bool eventually(Condition holds) {
-    for (int i = 0; i < 5000; ++i) {
-      if (holds()) return true;
-      std::this_thread::sleep_for(std::chrono::milliseconds(1));
-    }
-    return false;
   }
 
   VirtualBus& bus_ = VirtualBus::instance();

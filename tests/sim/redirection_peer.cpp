@@ -38,9 +38,7 @@ void RedirectionPeer::set_callbacks() {
     return static_cast<int>(put);
   };
   on.hello_func = [](void*, usb_redir_hello_header*) {};
-  on.interface_info_func = [](void* object, usb_redir_interface_info_header* info) {
-    self(object).interfaces = *info;
-  };
+  on.interface_info_func = [](void*, usb_redir_interface_info_header*) {};
   on.ep_info_func = [](void* object, usb_redir_ep_info_header* info) { self(object).endpoints = *info; };
   on.device_connect_func = [](void* object, usb_redir_device_connect_header* connected) {
     self(object).device = *connected;
@@ -49,13 +47,6 @@ void RedirectionPeer::set_callbacks() {
   on.device_disconnect_func = [](void* object) {
     self(object).device.reset();
     ++self(object).disconnects;
-  };
-  on.configuration_status_func = [](void* object, uint64_t id,
-                                    usb_redir_configuration_status_header* header) {
-    self(object).add_reply(id, header->status, 0, nullptr, 0);
-  };
-  on.alt_setting_status_func = [](void* object, uint64_t id, usb_redir_alt_setting_status_header* header) {
-    self(object).add_reply(id, header->status, 0, nullptr, 0);
   };
   on.control_packet_func = [](void* object, uint64_t id, usb_redir_control_packet_header* header,
                               uint8_t* data, int length) {
@@ -100,18 +91,6 @@ uint64_t RedirectionPeer::bulk(uint8_t endpoint, uint32_t length) {
   header.length = static_cast<uint16_t>(length);
   header.length_high = static_cast<uint16_t>(length >> 16);
   usbredirparser_send_bulk_packet(parser_.get(), ++last_id_, &header, nullptr, 0);
-  return last_id_;
-}
-
-uint64_t RedirectionPeer::set_configuration(uint8_t number) {
-  usb_redir_set_configuration_header header{.configuration = number};
-  usbredirparser_send_set_configuration(parser_.get(), ++last_id_, &header);
-  return last_id_;
-}
-
-uint64_t RedirectionPeer::set_alt_setting(uint8_t interface, uint8_t alt) {
-  usb_redir_set_alt_setting_header header{.interface = interface, .alt = alt};
-  usbredirparser_send_set_alt_setting(parser_.get(), ++last_id_, &header);
   return last_id_;
 }
 

@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <deque>
 #include <memory>
@@ -38,8 +37,6 @@ class RedirectionPeer {
   // All return the number of the request.
   uint64_t control(const ControlSetup& setup, std::vector<uint8_t> data = {});
   uint64_t bulk(uint8_t endpoint, uint32_t length);
-  uint64_t set_configuration(uint8_t number);
-  uint64_t set_alt_setting(uint8_t interface, uint8_t alt);
   void cancel(uint64_t id) { usbredirparser_send_cancel_data_packet(parser_.get(), id); }
   void reset() { usbredirparser_send_reset(parser_.get()); }
   /// The next request has this number.
@@ -49,7 +46,6 @@ class RedirectionPeer {
   /// The reply to a request, if it is here.
   std::optional<Reply> take_reply(uint64_t id);
 
-  std::optional<usb_redir_interface_info_header> interfaces;
   std::optional<usb_redir_ep_info_header> endpoints;
   std::optional<usb_redir_device_connect_header> device;  ///< while it is attached
   int connects = 0;

