@@ -187,6 +187,16 @@ TEST_F(Frames, TheDescriptorIsReadableWhileThereIsSomethingToQueryFor) {
   EXPECT_EQ(descriptor(), fd);
 }
 
+TEST_F(Frames, AFullRingOfTheOldGeometryDoesNotKeepTheDescriptorSilent) {
+  const auto camera = plug("3600,fps=0");
+  ASSERT_EQ(CameraInit(0), 0U);
+  const int fd = descriptor();
+  ASSERT_TRUE(eventually([] { return statistics().waiting == 5; }));
+  ASSERT_EQ(CameraSetROI(0, 0, 0, 64, 48), 0U);
+  EXPECT_TRUE(readable(fd, 60'000));
+  EXPECT_GE(statistics().old_geometry, 5U);
+}
+
 TEST_F(Frames, ACameraThatIsGoneEndsTheWaitAndGoesOnCountingWhenItIsBack) {
   const auto camera = open("3600");
   kxcam_frame before{};

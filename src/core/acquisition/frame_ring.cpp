@@ -109,6 +109,10 @@ void FrameRing::interrupt(bool on) {
 void FrameRing::wake() {
   // Under the lock, or whoever has just looked and is about to wait would miss it.
   const std::lock_guard state(state_mutex_);
+  // The descriptor does not tell of them. Were they left to the next query, a program that waits for it would
+  // wait for ever once the ring is full of them.
+  while (oldest_is_ready() && slot(read_index_).geometry != geometry_in_force())
+    drop_oldest(&FrameCounters::old_geometry);
   announce();
   for_reader_.notify_all();
   for_consumers_.notify_all();

@@ -84,7 +84,7 @@ class FrameRing {
   /// Keeps the consumers that asked for it from waiting.
   void interrupt(bool on);
 
-  /// Ends the waits that a change of Acquisition ends.
+  /// Ends the waits that a change of Acquisition ends, and drops the frames of another geometry.
   void wake();
 
   /// How a consumer waits.
