@@ -53,6 +53,7 @@ class FrameCollector {
       if (transferred > 0 && transferred != chunk) frame_ended();
     } else {
       context_.stream.counters.transfer_errors.add(1);
+      if (fate_ == Fate::kTooLong) fate_ = Fate::kUndecided;  // a camera that is reset sends no rest
       if (kxusb_reset_device(handle_.get()) == LIBUSB_SUCCESS) context_.stream.counters.resets.add(1);
       ring_.pause(kPauseAfterErrorMs);
     }
@@ -111,6 +112,7 @@ class FrameCollector {
     const int32_t expected = geometry.pixels();
     const bool two_bytes = geometry.bytes_per_pixel == 2;
     const int32_t longest = two_bytes ? 2 * expected : expected;
+    if (fate_ == Fate::kTooLong) return;  // the rest of that frame, which may well be as long as a whole one
     received_ += transferred;
     if (received_ == expected || received_ == longest) {
       if (received_ != longest) clear_rest(i, expected);
