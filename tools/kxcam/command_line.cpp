@@ -38,6 +38,7 @@ constexpr const char* kExamples =
     "  kxcam capture --exposure-ms 20 --gain 32    with a given exposure and gain\n"
     "  kxcam capture --auto                        with automatic exposure and gain\n"
     "  kxcam stream --seconds 10                   frame rate and losses\n"
+    "  kxcam view                                  live in the browser, with every setting\n"
     "  kxcam controls                              every setting with its range\n"
     "  kxcam set --store gain=32 exposure-ms=5     change settings for good\n"
     "  kxcam params save line3.conf                all settings as a text file\n"
@@ -361,6 +362,21 @@ void add_verify(CLI::App& app, Commands& commands) {
   command.add_option("--report", options->report, "Write the report as JSON to a file")->type_name("FILE");
 }
 
+#ifdef KXCAM_HAS_VIEW
+void add_view(CLI::App& app, Commands& commands) {
+  const auto options = std::make_shared<ViewOptions>();
+  CLI::App& command =
+      commands.add(app, "view", "Show a camera live in the browser, with its settings", view_camera, options);
+  add_camera(command, options->camera);
+  add_number(command, "--port", options->port, "P", 1, 65535,
+             "Port of 127.0.0.1 to listen on (default: any free one)");
+  command.add_flag("!--no-open", options->open, "Print the address only, and open no browser");
+  command.add_option("--directory", options->directory, "Folder for recordings")
+      ->type_name("DIR")
+      ->capture_default_str();
+}
+#endif
+
 void add_doctor(CLI::App& app, Commands& commands) {
   const auto options = std::make_shared<DoctorOptions>();
   CLI::App& command =
@@ -436,6 +452,9 @@ Command parse_command_line(int argc, char** argv) {
   add_params(app, commands);
   add_develop(app, commands);
   add_verify(app, commands);
+#ifdef KXCAM_HAS_VIEW
+  add_view(app, commands);
+#endif
   add_doctor(app, commands);
   app.footer(kExamples);  // last, or every subcommand takes it over
   try {

@@ -94,6 +94,14 @@ struct VerifyOptions {
 };
 void verify_cameras(const VerifyOptions& options, StandardOutput& output);
 
+struct ViewOptions {
+  CameraChoice camera;
+  int port = 0;  ///< any free one
+  bool open = true;
+  std::string directory = ".";  ///< for recordings
+};
+void view_camera(const ViewOptions& options, StandardOutput& output);
+
 struct DoctorOptions {
   bool json = false;
   bool serials = false;

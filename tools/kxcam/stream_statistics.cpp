@@ -13,13 +13,7 @@
 namespace kxcam {
 namespace {
 
-/// Why a frame that arrived was not delivered.
-struct Cause {
-  const char* name;  ///< in JSON
-  const char* words;
-  uint64_t kxcam_statistics::*counter;
-};
-constexpr Cause kCauses[] = {
+constexpr LossCause kCauses[] = {
     {"too_short", "too short", &kxcam_statistics::too_short},
     {"too_long", "too long", &kxcam_statistics::too_long},
     {"timed_out", "timed out", &kxcam_statistics::timed_out},
@@ -31,10 +25,15 @@ constexpr Cause kCauses[] = {
 
 }  // namespace
 
+std::span<const LossCause> loss_causes() {
+  return kCauses;
+}
+
 uint64_t StreamStatistics::lost() const {
-  return std::accumulate(
-      std::begin(kCauses), std::end(kCauses), uint64_t{0},
-      [&](uint64_t sum, const Cause& cause) { return sum + now_.*cause.counter - before_.*cause.counter; });
+  return std::accumulate(std::begin(kCauses), std::end(kCauses), uint64_t{0},
+                         [&](uint64_t sum, const LossCause& cause) {
+                           return sum + now_.*cause.counter - before_.*cause.counter;
+                         });
 }
 
 double StreamStatistics::seconds_full() const {
@@ -76,7 +75,7 @@ std::string StreamStatistics::summary(Seconds elapsed) const {
       "frames     {} ({:.1f} frames/s, {:.1f} MB/s)\n"
       "lost       {}\n",
       elapsed.count(), frames_, all.frames, all.megabytes, lost());
-  for (const Cause& cause : kCauses) {
+  for (const LossCause& cause : kCauses) {
     const uint64_t count = now_.*cause.counter - before_.*cause.counter;
     if (count > 0) text += fmt::format("           {} {}\n", count, cause.words);
   }
@@ -97,7 +96,7 @@ nlohmann::ordered_json StreamStatistics::json(Seconds elapsed) const {
   auto errors = nlohmann::ordered_json::object();
   for (const auto& [code, count] : errors_) errors[std::to_string(code)] = count;
   auto losses = nlohmann::ordered_json::object();
-  for (const Cause& cause : kCauses) losses[cause.name] = now_.*cause.counter - before_.*cause.counter;
+  for (const LossCause& cause : kCauses) losses[cause.name] = now_.*cause.counter - before_.*cause.counter;
   return {{"seconds", elapsed.count()},
           {"frames", frames_},
           {"frames_per_second", all.frames},

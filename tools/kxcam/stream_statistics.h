@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <map>
+#include <span>
 #include <string>
 
 #include <nlohmann/json_fwd.hpp>
@@ -12,6 +13,14 @@
 #include <kxcam/extra.h>
 
 namespace kxcam {
+
+/// Why a frame that arrived was not delivered.
+struct LossCause {
+  const char* name;  ///< in JSON
+  const char* words;
+  uint64_t kxcam_statistics::*counter;
+};
+std::span<const LossCause> loss_causes();
 
 /// What a stream delivered and what it failed to deliver, by cause.
 class StreamStatistics {
