@@ -4,7 +4,6 @@
 #include <tuple>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include "simulated_run.h"
@@ -18,46 +17,45 @@ using testing::HasSubstr;
 const Cameras kCamera{{"3600"}};
 const Cameras kLargeCamera{{"3500"}};
 
-json output_of(const Cameras& cameras, const std::vector<std::string>& arguments) {
-  const Result result = run(cameras, arguments);
-  EXPECT_EQ(result.status, 0) << testing::PrintToString(arguments) << result.error;
-  return json::parse(result.output);
+json json_of(const Cameras& cameras, std::vector<std::string> command) {
+  command.emplace_back("--json");
+  return json::parse(output_of(cameras, command));
 }
 
 TEST(Usage, IsRefusedWithTheReason) {
-  expect_rows(kCamera, {
-                           {"", 2, "a command is required\nSee `kxcam --help`."},
-                           {"look", 2, "unknown command 'look'"},
-                           {"params", 2, "See `kxcam params --help`."},
-                           {"list extra", 2, "unexpected argument 'extra'\nSee `kxcam list --help`."},
-                           {"info -c 256", 2, "256 is not a number from 0 to 255"},
-                           {"info -c -1", 2, "0 to 255"},
-                           {"info -c 0 --serial KXSIM0000001", 2, "excludes"},
-                           {"capture -o x", 2, "unknown file extension in x"},
-                           {"capture -o x.jpeg", 2, "Use .png, .ppm, .pgm or .raw"},
-                           {"capture -o %s.png", 2, "invalid file name pattern"},
-                           {"capture -o x.ppm --format grey", 2, "a ppm file cannot hold grey pictures"},
-                           {"capture -o x.pgm --format colour", 2, "ppm holds colour"},
-                           {"capture -o x.png --format pink", 2, "pink"},
-                           {"capture -o x.raw --rotate 90", 2, "cannot be mirrored or rotated"},
-                           {"capture -o x.raw --mirror-x", 2, "--format grey"},
-                           {"capture -o x.raw --one-push", 2, "white balance"},
-                           {"capture -o x.png --rotate 45", 2, "45"},
-                           {"capture -o x.png --gamma 3", 2, "invalid value 3 for gamma (0.3..2)"},
-                           {"capture -o x.png --gamma nan", 2, "0.3..2"},
-                           {"capture -o x.png --gain 0", 2, "1..255"},
-                           {"capture -o x.png --auto --gain 3", 2, "excludes"},
-                           {"capture -o x.png --set gain", 2, "'gain' is not an assignment"},
-                           {"capture -o x.png -n 0", 2, "--frames: 0"},
-                           {"capture -o x.png --roi 0,0,64", 2, "--roi"},
-                           {"capture -o x.png --roi 0,0,64,64 --resolution 1", 2, "excludes"},
-                           {"capture -o - -n 2", 2, "several PNG pictures"},
-                           {"stream --seconds 0", 2, "from 0.001 to 1000000000"},
-                           {"stream --seconds nan", 2, "nan is not a number"},
-                           {"stream --seconds inf", 2, "inf is not a number"},
-                           {"stream --seconds -5", 2, "-5 is not a number"},
-                           {"doctor --serials", 2, "--report"},
-                       });
+  const std::vector<Row> refused = {
+      {"", 2, "a command is required\nSee `kxcam --help`."},
+      {"look", 2, "unknown command 'look'"},
+      {"params", 2, "See `kxcam params --help`."},
+      {"list extra", 2, "unexpected argument 'extra'\nSee `kxcam list --help`."},
+      {"info -c 256", 2, "256 is not a number from 0 to 255"},
+      {"info -c -1", 2, "0 to 255"},
+      {"info -c 0 --serial KXSIM0000001", 2, "excludes"},
+      {"capture -o x", 2, "unknown file extension in x"},
+      {"capture -o x.jpeg", 2, "Use .png, .ppm, .pgm or .raw"},
+      {"capture -o %s.png", 2, "invalid file name pattern"},
+      {"capture -o x.ppm --format grey", 2, "a ppm file cannot hold grey pictures"},
+      {"capture -o x.pgm --format colour", 2, "ppm holds colour"},
+      {"capture -o x.png --format pink", 2, "pink"},
+      {"capture -o x.raw --rotate 90", 2, "cannot be mirrored or rotated"},
+      {"capture -o x.raw --mirror-x", 2, "--format grey"},
+      {"capture -o x.raw --one-push", 2, "white balance"},
+      {"capture -o x.png --rotate 45", 2, "45"},
+      {"capture -o x.png --gamma 3", 2, "invalid value 3 for gamma (0.3..2)"},
+      {"capture -o x.png --gamma nan", 2, "0.3..2"},
+      {"capture -o x.png --gain 0", 2, "1..255"},
+      {"capture -o x.png --auto --gain 3", 2, "excludes"},
+      {"capture -o x.png --set gain", 2, "'gain' is not an assignment"},
+      {"capture -o x.png -n 0", 2, "--frames: 0"},
+      {"capture -o x.png --roi 0,0,64", 2, "--roi"},
+      {"capture -o x.png --roi 0,0,64,64 --resolution 1", 2, "excludes"},
+      {"capture -o - -n 2", 2, "several PNG pictures"},
+      {"stream --seconds 0", 2, "from 0.001 to 1000000000"},
+      {"stream --seconds nan", 2, "nan is not a number"},
+      {"stream --seconds inf", 2, "inf is not a number"},
+      {"stream --seconds -5", 2, "-5 is not a number"},
+      {"doctor --serials", 2, "--report"}};
+  expect_rows(kCamera, refused);
   const Result terminal = run_shell(kCamera, "script -qec '\"$KXCAM\" capture -o -' /dev/null");
   EXPECT_EQ(terminal.status, 2) << terminal.output;
   EXPECT_THAT(terminal.output, HasSubstr("standard output is a terminal"));
@@ -72,17 +70,13 @@ TEST(Usage, HelpAndVersionAreNoErrors) {
 }
 
 TEST(Region, IsRefusedWithRangeAndAlignment) {
-  const std::tuple<const char*, const char*, const char*> rows[] = {
-      {"3600", "1,0,64,64",
-       "within 720 x 540 pixels, with X and W in multiples of 2, and Y and H in multiples of 2"},
-      {"3600", "0,0,722,540", "within 720 x 540"},
-      {"303B --rotate 90", "0,0,752,480", "within 480 x 752"},
-      {"3B20", "8,2,64,64", "X and W in multiples of 32"}};
-  for (const auto& [camera, region, text] : rows) {
-    const std::string model = std::string(camera).substr(0, 4);
-    expect_rows({{model}},
-                {{std::string("capture -o x.png --roi ") + region + std::string(camera).substr(4), 2, text}});
-  }
+  const std::string capture = "capture -o x.png --roi ";
+  expect_rows({{"3600"}},
+              {{capture + "1,0,64,64", 2,
+                "within 720 x 540 pixels, with X and W in multiples of 2, and Y and H in multiples of 2"},
+               {capture + "0,0,722,540", 2, "within 720 x 540"}});
+  expect_rows({{"303B"}}, {{capture + "0,0,752,480 --rotate 90", 2, "within 480 x 752"}});
+  expect_rows({{"3B20"}}, {{capture + "8,2,64,64", 2, "X and W in multiples of 32"}});
 }
 
 TEST(Causes, AreToldApartBeforeTheCameraIsTouched) {
@@ -157,7 +151,7 @@ TEST(Outputs, ThatCannotBeWrittenAreNoCrash) {
 TEST(List, ShowsEachCameraOnce) {
   const Cameras cameras{
       {"3600,serial=ABCDEFGH0001", "303B,serial=ABCDEFGH0002,speed=high,name=a\033[2Jb", "3500,generic"}};
-  const json list = output_of(cameras, {"list", "--json"});
+  const json list = json_of(cameras, {"list"});
   const json expected = json::parse(R"([
     {"index": 0, "name": "Model 0.3MP-C", "serial": "ABCDEFGH0001", "model_row": 41, "product_id": "3600",
      "port": "1-1", "megabits_per_second": 5000},
@@ -171,7 +165,7 @@ TEST(List, ShowsEachCameraOnce) {
 
 TEST(Info, DescribesTheCamera) {
   const Cameras cameras{{"369B,serial=ABCDEFGH0003,fw=0x8310"}};
-  const json info = output_of(cameras, {"info", "--json"});
+  const json info = json_of(cameras, {"info"});
   const json expected = json::parse(R"({
     "library": "2019.1013", "name": "Model 0.3MP-M12", "model_row": 43, "serial": "ABCDEFGH0003", "port": "1-1",
     "megabits_per_second": 5000, "sensor": {"width": 720, "height": 540}, "picture": {"width": 720, "height": 540},
@@ -191,7 +185,7 @@ TEST(Info, DescribesTheCamera) {
 
 TEST(Controls, AreListedWithUnitRangeAndMeaning) {
   std::map<std::string, json> controls;
-  for (const auto& control : output_of(kLargeCamera, {"controls", "--json"})) {
+  for (const auto& control : json_of(kLargeCamera, {"controls"})) {
     controls[control["name"]] = control;
     EXPECT_NE(control["description"], "") << control;
     EXPECT_NE(control["group"], "") << control;
@@ -222,20 +216,19 @@ TEST(Controls, SetsWhatGetReads) {
 }
 
 TEST(Controls, RefusesWhatCannotBe) {
-  const std::pair<const char*, const char*> mistakes[] = {{"gain", "'gain' is not an assignment"},
-                                                          {"gain=0", "1..255"},
-                                                          {"gain=256", "invalid value 256 for gain"},
-                                                          {"gain=1.5", "1..255"},
-                                                          {"gain=7x", "1..255"},
-                                                          {"gain=", "invalid value '' for gain"},
-                                                          {"gamma=nan", "0.3..2"},
-                                                          {"gamma=1e999", "0.3..2"},
-                                                          {"anti-flicker=3", "off|50hz|60hz"},
-                                                          {"colour=1", "unknown control 'colour'"},
-                                                          {"global-reset=x", "off|on"}};
-  std::vector<Row> rows = {{"get global-reset", 2, "camera 0 does not offer global-reset"}};
-  for (const auto& [assignment, text] : mistakes)
-    rows.push_back({std::string("set exposure=9 ") + assignment, 2, text});
+  std::vector<Row> rows = {{"gain", 2, "'gain' is not an assignment"},
+                           {"gain=0", 2, "1..255"},
+                           {"gain=256", 2, "invalid value 256 for gain"},
+                           {"gain=1.5", 2, "1..255"},
+                           {"gain=7x", 2, "1..255"},
+                           {"gain=", 2, "invalid value '' for gain"},
+                           {"gamma=nan", 2, "0.3..2"},
+                           {"gamma=1e999", 2, "0.3..2"},
+                           {"anti-flicker=3", 2, "off|50hz|60hz"},
+                           {"colour=1", 2, "unknown control 'colour'"},
+                           {"global-reset=x", 2, "off|on"}};
+  for (Row& row : rows) row.arguments = "set exposure=9 " + row.arguments;
+  rows.push_back({"get global-reset", 2, "camera 0 does not offer global-reset"});
   expect_rows(kLargeCamera, rows);
   expect_rows({{"3010"}}, {{"set exposure-ms=5", 2, "does not offer exposure-ms"}});
 }

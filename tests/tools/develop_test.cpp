@@ -1,10 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 // Pictures of raw frames without a camera are those that the camera would have made.
+#include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
+#include <sstream>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 
 #include "saved_picture.h"
 #include "simulated_run.h"
@@ -23,16 +25,24 @@ class Develop : public testing::Test {
  protected:
   std::string file(const std::string& name) const { return folder_.path() / name; }
 
-  static void succeed(const Result& result) { EXPECT_EQ(result.status, 0) << result.error; }
-
   void capture(const Cameras& cameras, const std::string& name, std::vector<std::string> options = {}) {
     options.insert(options.begin(), {"capture", "-o", file(name)});
-    succeed(run(cameras, options));
+    output_of(cameras, options);
   }
 
-  Result develop(std::vector<std::string> options) const {
+  static Result try_to_develop(std::vector<std::string> options) {
     options.insert(options.begin(), "develop");
     return run_with_configuration("/nonexistent", options);
+  }
+
+  /// Of model 3600, unless the options name another.
+  std::string develop(const std::string& frame, const std::string& picture,
+                      std::vector<std::string> options = {}) {
+    if (std::ranges::count(options, "--model") == 0) options.insert(options.end(), {"--model", "3600"});
+    options.insert(options.end(), {file(frame), "-o", file(picture)});
+    const Result result = try_to_develop(options);
+    EXPECT_EQ(result.status, 0) << result.error;
+    return result.output;
   }
 
   std::vector<int> png(const std::string& name) const { return read_png(read_file(file(name))).samples; }
@@ -51,22 +61,19 @@ TEST_F(Develop, MakesWhatTheCameraMakes) {
   for (const auto& options : settings) {
     SCOPED_TRACE(testing::PrintToString(options));
     capture(kNoiseless, "expected.png", options);
-    std::vector<std::string> arguments = {"--model", "3600", file("frame.raw"), "-o", file("made.png")};
-    arguments.insert(arguments.end(), options.begin(), options.end());
-    succeed(develop(arguments));
+    develop("frame.raw", "made.png", options);
     EXPECT_EQ(png("made.png"), png("expected.png"));
   }
   capture(kNoiselessMono12, "frame12.raw");
   capture(kNoiselessMono12, "expected.png");
-  succeed(develop({"--model", "369B", file("frame12.raw"), "-o", file("made.png")}));
+  develop("frame12.raw", "made.png", {"--model", "369B"});
   EXPECT_EQ(png("made.png"), png("expected.png"));
 }
 
 TEST_F(Develop, PassesColoursThroughTheMatrix) {
   capture(kNoiseless, "frame.raw");
-  succeed(develop(
-      {"--model", "3600", file("frame.raw"), "-o", file("swapped.png"), "--matrix", "0,0,1,0,1,0,1,0,0"}));
-  succeed(develop({"--model", "3600", file("frame.raw"), "-o", file("plain.png")}));
+  develop("frame.raw", "swapped.png", {"--matrix", "0,0,1,0,1,0,1,0,0"});
+  develop("frame.raw", "plain.png");
   const auto plain = png("plain.png");
   auto swapped = png("swapped.png");
   ASSERT_NE(swapped, plain);
@@ -78,10 +85,8 @@ TEST_F(Develop, TakesBatchesOfFilesWithSeveralFrames) {
   capture(kNoiseless, "one.raw");
   std::ofstream(file("two.raw"), std::ios::binary)
       << read_file(file("one.raw")) << read_file(file("one.raw"));
-  const Result result = develop(
-      {"--model", "3600", file("two.raw"), file("one.raw"), "-o", file("%02d.png"), "--format", "raw"});
-  succeed(result);
-  EXPECT_THAT(result.output, HasSubstr("03.png: 720 x 540 raw"));
+  EXPECT_THAT(develop("one.raw", "%02d.png", {file("two.raw"), "--format", "raw"}),
+              HasSubstr("03.png: 720 x 540 raw"));
   EXPECT_EQ(png("03.png"), png("01.png"));
   EXPECT_FALSE(fs::exists(file("04.png")));
 }
@@ -89,9 +94,7 @@ TEST_F(Develop, TakesBatchesOfFilesWithSeveralFrames) {
 TEST_F(Develop, TakesFramesOfAPartOfTheSensor) {
   capture(kNoiseless, "part.raw", {"--resolution", "1"});
   capture(kNoiseless, "expected.png", {"--resolution", "1"});
-  const std::vector<std::string> arguments = {
-      "--model", "3600", "--width", "360", "--height", "270", file("part.raw"), "-o", file("made.png")};
-  succeed(develop(arguments));
+  develop("part.raw", "made.png", {"--width", "360", "--height", "270"});
   const SavedPicture made = read_png(read_file(file("made.png")));
   const SavedPicture expected = read_png(read_file(file("expected.png")));
   ASSERT_EQ(made.width, 360);
@@ -110,26 +113,26 @@ TEST_F(Develop, RefusesWhatIsNoFrame) {
   std::ofstream(file("short.raw")) << std::string(720 * 540 - 1, 'x');
   std::ofstream(file("empty.raw"));
   std::ofstream(file("whole.raw")) << std::string(720 * 540, 'x');
-  const std::pair<std::vector<std::string>, std::string> mistakes[] = {
-      {{"--model", "3600", file("short.raw")}, "holds 388799 bytes, not a whole number of frames of 388800"},
-      {{"--model", "3600", file("empty.raw")}, "holds 0 bytes"},
-      {{"--model", "3501", file("whole.raw")}, "unknown model 3501"},
-      {{"--model", "0.3MP-M", file("whole.raw")}, "several models have the name 0.3MP-M"},
-      {{"--model", "3600", "--width", "721", file("whole.raw")}, "721 x 540"},
-      {{"--model", "3600", "--width", "722", file("whole.raw")}, "722 x 540"},
-      {{"--model", "3600", "--width", "360", "--one-push", file("whole.raw")}, "whole sensor"},
-      {{"--model", "3600", "--width", "360", "--set", "mirror-x=on", file("whole.raw")}, "whole sensor"},
-      {{"--model", "3600", "--set", "gain=3", "--set", "gamma=3", file("whole.raw")}, "0.3..2"},
-      {{"--model", "3600", "--matrix", "1,0,0", file("whole.raw")}, "--matrix"},
-      {{file("whole.raw")}, "--model"}};
-  for (auto [arguments, answer] : mistakes) {
-    arguments.insert(arguments.end(), {"-o", file("x.png")});
-    const Result result = develop(arguments);
+  const std::tuple<std::string, std::string, std::string> mistakes[] = {
+      {"--model 3600", "short.raw", "holds 388799 bytes, not a whole number of frames of 388800"},
+      {"--model 3600", "empty.raw", "holds 0 bytes"},
+      {"--model 3501", "whole.raw", "unknown model 3501"},
+      {"--model 0.3MP-M", "whole.raw", "several models have the name 0.3MP-M"},
+      {"--model 3600 --width 721", "whole.raw", "721 x 540"},
+      {"--model 3600 --width 722", "whole.raw", "722 x 540"},
+      {"--model 3600 --width 360 --one-push", "whole.raw", "whole sensor"},
+      {"--model 3600 --width 360 --set mirror-x=on", "whole.raw", "whole sensor"},
+      {"--model 3600 --set gain=3 --set gamma=3", "whole.raw", "0.3..2"},
+      {"--model 3600 --matrix 1,0,0", "whole.raw", "--matrix"},
+      {"", "whole.raw", "--model"}};
+  for (const auto& [options, frame, answer] : mistakes) {
+    std::istringstream words(options + " -o " + file("x.png") + " " + file(frame));
+    const Result result = try_to_develop({std::istream_iterator<std::string>(words), {}});
     EXPECT_EQ(result.status, 2) << answer;
     EXPECT_THAT(result.error, HasSubstr(answer));
     EXPECT_FALSE(fs::exists(file("x.png")));
   }
-  EXPECT_EQ(develop({"--model", "3600", file("nosuch"), "-o", file("x.png")}).status, 1);
+  EXPECT_EQ(try_to_develop({"--model", "3600", file("nosuch"), "-o", file("x.png")}).status, 1);
 }
 
 }  // namespace

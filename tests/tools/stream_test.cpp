@@ -1,10 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include <chrono>
-#include <csignal>
-#include <thread>
-
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
 #include "simulated_run.h"
@@ -14,10 +9,13 @@ namespace {
 using nlohmann::json;
 using testing::HasSubstr;
 
+json report_of(const Cameras& cameras, std::vector<std::string> options) {
+  options.insert(options.begin(), {"stream", "--json"});
+  return json::parse(output_of(cameras, options));
+}
+
 TEST(Stream, MeasuresForTheTimeGiven) {
-  const Result result = run({{"3600,fps=40"}}, {"stream", "--seconds", "2", "--format", "grey", "--json"});
-  ASSERT_EQ(result.status, 0) << result.error;
-  const json stream = json::parse(result.output);
+  const json stream = report_of({{"3600,fps=40"}}, {"--seconds", "2", "--format", "grey"});
   EXPECT_EQ(stream.at("camera"), 0);
   EXPECT_EQ(stream.at("format"), "grey");
   EXPECT_GE(stream.at("seconds"), 2.0);
@@ -30,30 +28,26 @@ TEST(Stream, MeasuresForTheTimeGiven) {
 }
 
 TEST(Stream, StopsAfterTheFramesAskedForAndReportsOnTheWay) {
-  const Result result = run({{"303B,fps=10"}}, {"stream", "-n", "20"});
-  ASSERT_EQ(result.status, 0) << result.error;
-  EXPECT_THAT(result.output, HasSubstr("frames     20 ("));
-  EXPECT_THAT(result.output, testing::ContainsRegex("1\\.[0-9] s +[0-9]+ frames "));
+  EXPECT_THAT(
+      output_of({{"303B,fps=10"}}, {"stream", "-n", "20"}),
+      testing::AllOf(HasSubstr("frames     20 ("), testing::ContainsRegex("1\\.[0-9] s +[0-9]+ frames ")));
 }
 
 TEST(Stream, TellsWhyFramesWereLost) {
   const Cameras faulty{{"3600,fps=40"}, "frame 10-12 short 512; frame 20 long 1500"};
-  const Result result = run(faulty, {"stream", "-n", "40", "--format", "raw", "--json"});
-  ASSERT_EQ(result.status, 0) << result.error;
-  const json stream = json::parse(result.output);
-  EXPECT_EQ(stream.at("losses").at("too_short"), 3);
-  EXPECT_EQ(stream.at("losses").at("too_long"), 1);
-  EXPECT_THAT(run(faulty, {"stream", "-n", "40"}).output,
+  const json losses = report_of(faulty, {"-n", "40", "--format", "raw"}).at("losses");
+  EXPECT_EQ(losses.at("too_short"), 3);
+  EXPECT_EQ(losses.at("too_long"), 1);
+  EXPECT_THAT(output_of(faulty, {"stream", "-n", "40"}),
               testing::AllOf(HasSubstr("           3 too short\n"), HasSubstr("           1 too long\n")));
 }
 
 TEST(Stream, AnInterruptEndsItWithTheSummary) {
-  for (const int signal : {SIGINT, SIGTERM}) {
-    Process process(simulated({{"3600,fps=30"}}, {"stream", "--json"}));
-    std::this_thread::sleep_for(std::chrono::milliseconds(1500));
-    process.signal(signal);
-    EXPECT_EQ(process.wait(std::chrono::seconds(10)), 0) << process.error();
-    EXPECT_GT(json::parse(process.output()).at("frames"), 0);
+  for (const char* signal : {"INT", "TERM"}) {
+    const Result result = run({{"3600,fps=30"}}, {"stream", "--json"},
+                              std::string("timeout --foreground --preserve-status -s ") + signal + " 1.5");
+    EXPECT_EQ(result.status, 0) << result.error;
+    EXPECT_GT(json::parse(result.output).at("frames"), 0);
   }
 }
 

@@ -5,7 +5,6 @@
 #include <cerrno>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <libusb.h>
 
 #include "doctor/findings_output.h"
@@ -46,24 +45,28 @@ TEST(Examination, FindsNothingWrongWhereNothingIs) {
   EXPECT_FALSE(find_obstacle(healthy(), "2-1.4"));
 }
 
-/// What is changed about healthy facts, and what follows: one complaint, or with kOk none, from that check.
-struct Row {
-  void (*change)(Facts& facts, CameraFacts& camera);
-  const char* check;
-  Severity severity;
-  const char* text;  ///< part of the finding or its remedy
-  std::optional<ExitCode> prevents_use = {};
-};
-
 constexpr auto kOk = Severity::kOk;
 constexpr auto kWarning = Severity::kWarning;
 constexpr auto kProblem = Severity::kProblem;
 constexpr auto kFailure = ExitCode::kFailure;
 constexpr auto kNoPermission = ExitCode::kNoPermission;
+constexpr auto kInUse = ExitCode::kInUse;
+constexpr auto kNone = ExitCode::kNoCamera;
 
-void expect_conclusions(const Facts& start, std::initializer_list<Row> rows) {
-  for (int number = 1; const Row& row : rows) {
-    SCOPED_TRACE(testing::Message() << "row " << number++ << ", " << row.check << ": " << row.text);
+using F = Facts;
+using C = CameraFacts;
+
+/// What is changed about the facts, and a part of the finding or its remedy.
+struct Row {
+  void (*change)(F& facts, C& camera);
+  const char* text;
+};
+
+/// Facts with each change lead to one complaint, or with kOk to none, and that from this check.
+void expect_conclusions(const Facts& start, const char* check, Severity severity,
+                        std::optional<ExitCode> prevents_use, std::initializer_list<Row> rows) {
+  for (const Row& row : rows) {
+    SCOPED_TRACE(testing::Message() << check << ": " << row.text);
     Facts facts = start;
     facts.cameras.reserve(16);  // rows add copies of the first
     row.change(facts, facts.cameras.front());
@@ -71,19 +74,19 @@ void expect_conclusions(const Facts& start, std::initializer_list<Row> rows) {
     Findings complaints;
     std::string texts;
     for (const auto& finding : examine(facts)) {
-      if (finding.check == row.check) texts += finding.text + "\n" + finding.remedy + "\n";
+      if (finding.check == check) texts += finding.text + "\n" + finding.remedy + "\n";
       if (finding.severity != kOk) complaints.push_back(finding);
       EXPECT_THAT(finding.text, Not(HasSubstr("\x1b")));
     }
     EXPECT_THAT(texts, HasSubstr(row.text));
-    EXPECT_EQ(complaints.size(), row.severity == kOk ? 0U : 1U) << as_text(facts, complaints);
+    EXPECT_EQ(complaints.size(), severity == kOk ? 0U : 1U) << as_text(facts, complaints);
     if (complaints.empty()) continue;
-    EXPECT_EQ(complaints[0].check, row.check);
-    EXPECT_EQ(complaints[0].severity, row.severity);
-    EXPECT_EQ(complaints[0].prevents_use, row.prevents_use);
+    EXPECT_EQ(complaints[0].check, check);
+    EXPECT_EQ(complaints[0].severity, severity);
+    EXPECT_EQ(complaints[0].prevents_use, prevents_use);
     EXPECT_NE(complaints[0].remedy, "");
     const auto obstacle = find_obstacle(facts, facts.cameras.empty() ? "" : "2-1.4");
-    EXPECT_EQ(obstacle.has_value(), row.prevents_use.has_value());
+    EXPECT_EQ(obstacle.has_value(), prevents_use.has_value());
   }
 }
 
@@ -91,130 +94,119 @@ void no_cameras(Facts& facts) {
   facts.cameras = {CameraFacts{}, CameraFacts{}};  // taken out before they are examined
 }
 
+void become_large(Facts& facts, CameraFacts& camera) {
+  facts.configuration.text += "<VPD>\na7b7 392b camera\n</VPD>\n";
+  camera.product_id = 0x392B;
+}
+
+void be_slow(CameraFacts& camera, std::optional<bool> super_speed, std::optional<uint16_t> hub_version = {}) {
+  camera.megabits = 480;
+  camera.usb->super_speed = super_speed;
+  if (hub_version)
+    camera.hubs = {{"usb2", "Host Controller", 480, 0x0200}, {"2-1", "Desk Hub", 480, *hub_version}};
+}
+
 TEST(Examination, OfTheMachine) {
-  using F = Facts;
-  using C = CameraFacts;
-  constexpr auto kNone = ExitCode::kNoCamera;
+  const Facts start = healthy();
   expect_conclusions(
-      healthy(),
-      {{[](F& f, C&) { no_cameras(f); }, "bus", kProblem, "cable", kNone},
-       {[](F& f, C&) { no_cameras(f), f.usb_in_sysfs = false; }, "bus", kProblem, "no USB bus", kNone},
+      start, "bus", kProblem, kNone,
+      {{[](F& f, C&) { no_cameras(f); }, "cable"},
+       {[](F& f, C&) { no_cameras(f), f.usb_in_sysfs = false; }, "no USB bus"},
        // The machine's own bus does not matter then.
-       {[](F& f, C&) { no_cameras(f), f.usb_in_sysfs = f.node_folder = false, f.simulated = true; }, "bus",
-        kProblem, "no camera found", kNone},
-       {[](F& f, C&) { f.node_folder = false; }, "device-files", kProblem, "udev", kNone},
-       {[](F& f, C&) { f.node_folder = false, f.container = true; }, "device-files", kProblem,
-        "-v /dev/bus/usb", kNone},
-       {[](F& f, C&) { f.libusb_start = LIBUSB_ERROR_OTHER; }, "device-files", kProblem, "libusb", kFailure},
-       {[](F& f, C&) { f.libusb_start = LIBUSB_ERROR_OTHER, f.simulated = true; }, "device-files", kProblem,
-        "libusb", kFailure},
-       {[](F& f, C&) {
-          f.configuration = {"/etc/kxusb.conf", ENOENT, ""};
-        },
-        "configuration", kProblem, "libkxcam1", ExitCode::kNoConfiguration},
-       {[](F& f, C&) { f.configuration.text = "# comment\n\x1b[2J 1\n"; }, "configuration", kProblem,
-        "line 2", kFailure},
+       {[](F& f, C&) { no_cameras(f), f.usb_in_sysfs = f.node_folder = false, f.simulated = true; },
+        "no camera found"}});
+  expect_conclusions(start, "device-files", kProblem, kNone,
+                     {{[](F& f, C&) { f.node_folder = false; }, "udev"},
+                      {[](F& f, C&) { f.node_folder = false, f.container = true; }, "-v /dev/bus/usb"}});
+  expect_conclusions(start, "device-files", kProblem, kFailure,
+                     {{[](F& f, C&) { f.libusb_start = LIBUSB_ERROR_OTHER; }, "libusb"},
+                      {[](F& f, C&) { f.libusb_start = LIBUSB_ERROR_OTHER, f.simulated = true; }, "libusb"}});
+  expect_conclusions(
+      start, "configuration", kProblem, ExitCode::kNoConfiguration,
+      {{[](F& f, C&) { f.configuration.error = ENOENT, f.configuration.text = ""; }, "libkxcam1"}});
+  expect_conclusions(
+      start, "configuration", kProblem, kFailure,
+      {{[](F& f, C&) { f.configuration.text = "# comment\n\x1b[2J 1\n"; }, "line 2"},
        // A row outside of the block ends the process.
-       {[](F& f, C&) { f.configuration.text = "<VPD>\na7b7 3501 camera\n</VPD>\na7b7 3500\n"; },
-        "configuration", kProblem, "line 4", kFailure},
-       {[](F& f, C&) { f.configuration.text = "<VPD>\na7b7 3501 camera\n</VPD>\n"; }, "listed", kProblem,
-        "\"a7b7 3500 camera\"", kNone},
-       // A camera's transfer is its frame, at most 8 MiB, and the kernel adds to it: two of these do not fit
-       // in 16.
-       {[](F& f, C& c) {
-          f.configuration.text += "<VPD>\na7b7 392b camera\n</VPD>\n";
-          c.product_id = 0x392B;
-          f.cameras.push_back(c);
-        },
-        "memory", kWarning, "17 MB"},
-       {[](F& f, C& c) {
-          f.configuration.text += "<VPD>\na7b7 392b camera\n</VPD>\n";
-          c.product_id = 0x392B;
-          f.usbfs_memory_mb = 8;
-        },
-        "memory", kProblem, "a camera alone takes 9 MB"},
-       {[](F& f, C& c) { f.cameras.push_back(c), f.cameras.push_back(c); }, "memory", kOk, "16 MB"},
-       {[](F& f, C& c) { f.cameras.insert(f.cameras.end(), 9, c), f.usbfs_memory_mb = 0; }, "memory", kOk,
-        "unlimited"}});
+       {[](F& f, C&) { f.configuration.text = "<VPD>\na7b7 3501 camera\n</VPD>\na7b7 3500\n"; }, "line 4"}});
+  expect_conclusions(start, "listed", kProblem, kNone,
+                     {{[](F& f, C&) { f.configuration.text = "<VPD>\na7b7 3501 camera\n</VPD>\n"; },
+                       "\"a7b7 3500 camera\""}});
+  // A camera's transfer is its frame, at most 8 MiB, and the kernel adds to it: two of these do not fit
+  // in 16.
+  expect_conclusions(start, "memory", kWarning, {},
+                     {{[](F& f, C& c) { become_large(f, c), f.cameras.push_back(c); }, "17 MB"}});
+  expect_conclusions(
+      start, "memory", kProblem, {},
+      {{[](F& f, C& c) { become_large(f, c), f.usbfs_memory_mb = 8; }, "a camera alone takes 9 MB"}});
+  expect_conclusions(
+      start, "memory", kOk, {},
+      {{[](F& f, C& c) { f.cameras.push_back(c), f.cameras.push_back(c); }, "16 MB"},
+       {[](F& f, C& c) { f.cameras.insert(f.cameras.end(), 9, c), f.usbfs_memory_mb = 0; }, "unlimited"}});
 }
 
 TEST(Examination, OfACamera) {
-  using F = Facts;
-  using C = CameraFacts;
-  constexpr auto kInUse = ExitCode::kInUse;
-  const auto denied = [](F&, C& c) {
-    c.usb->open = LIBUSB_ERROR_ACCESS;
-    c.node = {"/dev/bus/usb/002/007", EACCES, 0664, "root", Membership::kNone};
-  };
-  Facts locked = healthy();
-  denied(locked, locked.cameras.front());
+  const Facts start = healthy();
+  Facts locked = start;
+  locked.cameras.front().usb->open = LIBUSB_ERROR_ACCESS;
+  locked.cameras.front().node = {"/dev/bus/usb/002/007", EACCES, 0664, "root", Membership::kNone};
   expect_conclusions(
-      locked,
-      {{[](F&, C&) {}, "permission", kProblem, "not in force", kNoPermission},
-       {[](F& f, C&) {
-          f.rule = {"/etc/udev/rules.d/70-kxcam.rules", false};
-        },
-        "permission", kProblem, "sudo rm /etc/udev/rules.d/70-kxcam.rules", kNoPermission},
-       {[](F& f, C&) { f.rule = {}; }, "permission", kProblem, "apt install libkxcam1", kNoPermission},
-       {[](F& f, C&) { f.rule = {}; }, "permission", kProblem, "udevadm trigger", kNoPermission},
-       {[](F&, C& c) { c.node.group = "cameras", c.node.mode = 0660; }, "permission", kProblem,
-        "adduser \"$USER\" cameras", kNoPermission},
-       {[](F&, C& c) { c.node.group = "cameras", c.node.membership = Membership::kAfterLogin; }, "permission",
-        kProblem, "Log in again", kNoPermission},
-       {[](F&, C& c) { c.node.group = "cameras", c.node.membership = Membership::kYes; }, "permission",
-        kProblem, "getfacl", kNoPermission},
-       {[](F&, C& c) { c.node.error = 0; }, "permission", kProblem, "sandbox", kNoPermission},
-       {[](F& f, C& c) { c.node.error = 0, f.container = true; }, "permission", kProblem,
-        "--device-cgroup-rule", kNoPermission},
-       {[](F&, C& c) { c.usb.reset(); }, "permission", kProblem, "/dev/bus/usb/002/007 may not be opened",
-        kNoPermission},
-       {[](F&, C& c) { c.usb.reset(), c.node.error = ENOENT; }, "permission", kProblem, "missing",
-        kNoPermission},
-       {[](F&, C& c) { c.usb->open = LIBUSB_ERROR_NO_DEVICE, c.node.error = 0; }, "permission", kProblem,
-        "LIBUSB_ERROR_NO_DEVICE", kFailure}});
+      locked, "permission", kProblem, kNoPermission,
+      {{[](F&, C&) {}, "not in force"},
+       {[](F& f, C&) { f.rule.file = "/etc/udev/rules.d/70-kxcam.rules", f.rule.names_cameras = false; },
+        "sudo rm /etc/udev/rules.d/70-kxcam.rules"},
+       {[](F& f, C&) { f.rule = {}; }, "apt install libkxcam1"},
+       {[](F& f, C&) { f.rule = {}; }, "udevadm trigger"},
+       {[](F&, C& c) { c.node.group = "cameras", c.node.mode = 0660; }, "adduser \"$USER\" cameras"},
+       {[](F&, C& c) { c.node.group = "cameras", c.node.membership = Membership::kAfterLogin; },
+        "Log in again"},
+       {[](F&, C& c) { c.node.group = "cameras", c.node.membership = Membership::kYes; }, "getfacl"},
+       {[](F&, C& c) { c.node.error = 0; }, "sandbox"},
+       {[](F& f, C& c) { c.node.error = 0, f.container = true; }, "--device-cgroup-rule"},
+       {[](F&, C& c) { c.usb.reset(); }, "/dev/bus/usb/002/007 may not be opened"},
+       {[](F&, C& c) { c.usb.reset(), c.node.error = ENOENT; }, "missing"}});
   expect_conclusions(
-      healthy(),
-      {{[](F&, C& c) { c.usb.reset(); }, "permission", kOk, "may be opened"},
-       {[](F&, C& c) {
-          c.holders = {{4711, "viewer"}};
-        },
-        "use", kOk, "no other program"},  // open, but not claimed
-       {[](F&, C& c) {
-          c.holders = {{4711, "viewer"}, {4712, "logger"}}, c.kernel_driver = "usbfs";
-        },
-        "use", kProblem, "in use by another program: viewer (process 4711), logger (process 4712)", kInUse},
-       {[](F&, C& c) { c.usb->claim = LIBUSB_ERROR_BUSY; }, "use", kProblem, "sudo kxcam doctor", kInUse},
-       {[](F& f, C& c) { c.usb->claim = LIBUSB_ERROR_BUSY, f.root = true; }, "use", kProblem, "container",
-        kInUse},
-       {[](F&, C& c) { c.kernel_driver = "uvcvideo"; }, "use", kProblem,
-        "echo 2-1.4:1.0 | sudo tee /sys/bus/usb/drivers/uvcvideo/unbind", kInUse},
-       {[](F&, C& c) { c.usb->claim = LIBUSB_ERROR_NOT_FOUND; }, "use", kProblem, "LIBUSB_ERROR_NOT_FOUND",
-        kFailure},
-       {[](F&, C& c) { c.product_id = 0x3FF0; }, "model", kProblem, "firmware", kFailure},
-       {[](F&, C& c) { c.product_id = 0x3FF0, c.usb->true_product = 0x392B; }, "model", kOk, "19.9MP"},
-       {[](F&, C& c) { c.product_id = 0x3FF0, c.usb->true_product = 0x1234; }, "model", kProblem,
-        "does not know", kFailure},
-       {[](F&, C& c) { c.power_control = "auto"; }, "power", kWarning,
-        "/sys/bus/usb/devices/2-1.4/power/control"},
-       {[](F&, C& c) { c.power_control = "auto"; }, "power", kWarning,
-        "TLP"},  // something has undone the rule
-       {[](F& f, C& c) { c.power_control = "auto", f.rule = {}; }, "power", kWarning, "70-kxcam.rules"},
-       {[](F&, C& c) { c.megabits = 480; }, "speed", kOk, "480"},  // nobody knows that it can do more
-       {[](F&, C& c) { c.megabits = 480, c.usb->super_speed = false; }, "speed", kOk, "480"},
-       {[](F&, C& c) { c.megabits = 480, c.usb->super_speed = true; }, "speed", kWarning, "USB 3 port"},
-       {[](F& f, C& c) { c.megabits = 480, c.usb->super_speed = true, f.super_speed_bus = false; }, "speed",
-        kWarning, "no USB 3 bus"},
-       {[](F&, C& c) {
-          c.megabits = 480, c.usb->super_speed = true;
-          c.hubs = {{"usb2", "Host Controller", 480, 0x0200}, {"2-1", "Desk Hub", 480, 0x0210}};
-        },
-        "speed", kWarning, "usb2 Host Controller, 480 Mbit/s > 2-1 Desk Hub, 480"},
-       {[](F&, C& c) {
-          c.megabits = 480, c.usb->super_speed = true;
-          c.hubs = {{"usb2", "Host Controller", 480, 0x0200}, {"2-1", "Desk Hub", 480, 0x0200}};
-        },
-        "speed", kWarning, "hub at 2-1 is a USB 2 hub"},
-       {[](F&, C& c) { c.megabits = 12; }, "speed", kProblem, "too slow"}});
+      locked, "permission", kProblem, kFailure,
+      {{[](F&, C& c) { c.usb->open = LIBUSB_ERROR_NO_DEVICE, c.node.error = 0; }, "LIBUSB_ERROR_NO_DEVICE"}});
+  expect_conclusions(start, "permission", kOk, {}, {{[](F&, C& c) { c.usb.reset(); }, "may be opened"}});
+  // Open, but not claimed.
+  expect_conclusions(start, "use", kOk, {},
+                     {{[](F&, C& c) {
+                         c.holders = {{4711, "viewer"}};
+                       },
+                       "no other program"}});
+  expect_conclusions(start, "use", kProblem, kInUse,
+                     {{[](F&, C& c) {
+                         c.holders = {{4711, "viewer"}, {4712, "logger"}}, c.kernel_driver = "usbfs";
+                       },
+                       "in use by another program: viewer (process 4711), logger (process 4712)"},
+                      {[](F&, C& c) { c.usb->claim = LIBUSB_ERROR_BUSY; }, "sudo kxcam doctor"},
+                      {[](F& f, C& c) { c.usb->claim = LIBUSB_ERROR_BUSY, f.root = true; }, "container"},
+                      {[](F&, C& c) { c.kernel_driver = "uvcvideo"; },
+                       "echo 2-1.4:1.0 | sudo tee /sys/bus/usb/drivers/uvcvideo/unbind"}});
+  expect_conclusions(start, "use", kProblem, kFailure,
+                     {{[](F&, C& c) { c.usb->claim = LIBUSB_ERROR_NOT_FOUND; }, "LIBUSB_ERROR_NOT_FOUND"}});
+  expect_conclusions(
+      start, "model", kProblem, kFailure,
+      {{[](F&, C& c) { c.product_id = 0x3FF0; }, "firmware"},
+       {[](F&, C& c) { c.product_id = 0x3FF0, c.usb->true_product = 0x1234; }, "does not know"}});
+  expect_conclusions(start, "model", kOk, {},
+                     {{[](F&, C& c) { c.product_id = 0x3FF0, c.usb->true_product = 0x392B; }, "19.9MP"}});
+  expect_conclusions(
+      start, "power", kWarning, {},
+      {{[](F&, C& c) { c.power_control = "auto"; }, "/sys/bus/usb/devices/2-1.4/power/control"},
+       {[](F&, C& c) { c.power_control = "auto"; }, "TLP"},  // something has undone the rule
+       {[](F& f, C& c) { c.power_control = "auto", f.rule = {}; }, "70-kxcam.rules"}});
+  expect_conclusions(start, "speed", kOk, {},
+                     {{[](F&, C& c) { be_slow(c, {}); }, "480"},  // nobody knows that it can do more
+                      {[](F&, C& c) { be_slow(c, false); }, "480"}});
+  expect_conclusions(
+      start, "speed", kWarning, {},
+      {{[](F&, C& c) { be_slow(c, true); }, "USB 3 port"},
+       {[](F& f, C& c) { be_slow(c, true), f.super_speed_bus = false; }, "no USB 3 bus"},
+       {[](F&, C& c) { be_slow(c, true, 0x0210); }, "usb2 Host Controller, 480 Mbit/s > 2-1 Desk Hub, 480"},
+       {[](F&, C& c) { be_slow(c, true, 0x0200); }, "hub at 2-1 is a USB 2 hub"}});
+  expect_conclusions(start, "speed", kProblem, {}, {{[](F&, C& c) { c.megabits = 12; }, "too slow"}});
 }
 
 // The library opens all listed cameras to find one, but claims only that one.

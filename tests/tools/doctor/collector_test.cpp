@@ -6,7 +6,6 @@
 #include <fstream>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <libusb.h>
 #include <unistd.h>
 
@@ -46,13 +45,8 @@ class FakeMachine : public testing::Test {
     write_values("usb3", {{"speed", "20000"}});
     write_values("2-1",
                  {{"speed", "480"}, {"version", " 2.10"}, {"idVendor", "05e3"}, {"product", "Hub\x1b"}});
-    write_values("2-1.4", {{"idVendor", "a7b7"},
-                           {"idProduct", "3500"},
-                           {"busnum", "2"},
-                           {"devnum", "7"},
-                           {"speed", "480"},
-                           {"serial", "SECRET"},
-                           {"power/control", "auto"}});
+    write_values("2-1.4", {{"idVendor", "a7b7"}, {"idProduct", "3500"}, {"busnum", "2"}, {"devnum", "7"}});
+    write_values("2-1.4", {{"speed", "480"}, {"serial", "SECRET"}, {"power/control", "auto"}});
     write_values("2-1.4:1.0", {{"uevent", "DEVTYPE=usb_interface\nDRIVER=usbfs\nPRODUCT=a7b7/3500/100"}});
     write("sys/bus/usb/devices/2-1.4/descriptors", std::string("\x12\x01\x00", 3));
     write("dev/bus/usb/002/007", "");
