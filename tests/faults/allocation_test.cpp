@@ -11,7 +11,6 @@
 #include <string_view>
 #include <vector>
 
-#include <gtest/gtest.h>
 #include <link.h>
 
 #include "camera_bus.h"
@@ -48,7 +47,9 @@ bool runs_out(const void* caller) {
   if (countdown == 0) return false;
   const auto address = reinterpret_cast<uintptr_t>(caller);
   for (size_t i = 0; i < range_count; ++i) {
-    if (address >= ranges[i].begin && address < ranges[i].end) return --countdown == 0;
+    if (address < ranges[i].begin || address >= ranges[i].end) continue;
+    errno = ENOMEM;
+    return --countdown == 0;
   }
   return false;
 }
@@ -63,19 +64,13 @@ void* __libc_realloc(void* memory, size_t bytes);  // NOLINT(bugprone-reserved-i
 void __libc_free(void* memory);                    // NOLINT(bugprone-reserved-identifier)
 
 void* malloc(size_t bytes) noexcept {
-  if (!runs_out(__builtin_return_address(0))) return __libc_malloc(bytes);
-  errno = ENOMEM;
-  return nullptr;
+  return runs_out(__builtin_return_address(0)) ? nullptr : __libc_malloc(bytes);
 }
 void* calloc(size_t count, size_t bytes) noexcept {
-  if (!runs_out(__builtin_return_address(0))) return __libc_calloc(count, bytes);
-  errno = ENOMEM;
-  return nullptr;
+  return runs_out(__builtin_return_address(0)) ? nullptr : __libc_calloc(count, bytes);
 }
 void* realloc(void* memory, size_t bytes) noexcept {
-  if (!runs_out(__builtin_return_address(0))) return __libc_realloc(memory, bytes);
-  errno = ENOMEM;
-  return nullptr;
+  return runs_out(__builtin_return_address(0)) ? nullptr : __libc_realloc(memory, bytes);
 }
 }
 
@@ -136,8 +131,9 @@ struct ScarceOperation {
   const char* name;
   bool (ScarceCamera::*run)();
   bool open_before;
-  /// Whether the camera is open after it.
-  bool (*open_after)(bool done);
+  bool (*open_after)(bool done);  ///< whether the camera is open after it
+
+  friend void PrintTo(const ScarceOperation& operation, std::ostream* out) { *out << operation.name; }
 };
 
 constexpr ScarceOperation kOperations[] = {
@@ -146,10 +142,6 @@ constexpr ScarceOperation kOperations[] = {
     {"Close", &ScarceCamera::close_camera, true, [](bool) { return false; }},
 };
 
-void PrintTo(const ScarceOperation& operation, std::ostream* out) {
-  *out << operation.name;
-}
-
 class ScarceMemory : public testing::TestWithParam<ScarceOperation> {};
 
 TEST_P(ScarceMemory, LeavesACameraOpenOrClosedAsTheResultSays) {
@@ -157,17 +149,16 @@ TEST_P(ScarceMemory, LeavesACameraOpenOrClosedAsTheResultSays) {
   ASSERT_GE(range_count, 2U);
   const ScarceOperation& operation = GetParam();
   struct Progress {
-    std::atomic<uint64_t> next_n = 1;
-    std::atomic<uint64_t> failed_allocations = 0;
-    std::atomic<bool> finished = false;
+    std::atomic<uint64_t> last_n;
+    std::atomic<uint64_t> failed_allocations;
+    std::atomic<bool> finished;
   };
-  const SharedArray<Progress> progress(1);
-  Progress& shared = progress.items().front();
+  Progress& progress = shared<Progress>(1).front();
   constexpr int kWorkers = 16;
   run_in_processes(kWorkers, [&](Worker& worker) {
     ScarceCamera camera;
-    while (!shared.finished) {
-      const uint64_t n = shared.next_n++;
+    while (!progress.finished) {
+      const uint64_t n = ++progress.last_n;
       const std::string what = std::string(operation.name) + ", allocation " + std::to_string(n);
       worker.begins(what);
       SCOPED_TRACE(what);
@@ -176,7 +167,7 @@ TEST_P(ScarceMemory, LeavesACameraOpenOrClosedAsTheResultSays) {
       const bool done = (camera.*operation.run)();
       const bool struck = countdown == 0;
       countdown = 0;
-      shared.failed_allocations += struck ? 1 : 0;
+      progress.failed_allocations += struck ? 1 : 0;
       EXPECT_TRUE(done || struck);
       if (operation.open_after(done)) {
         camera.expect_open();
@@ -185,13 +176,13 @@ TEST_P(ScarceMemory, LeavesACameraOpenOrClosedAsTheResultSays) {
       }
       camera.close_camera();
       camera.expect_closed();
-      if (!struck || HasFailure()) shared.finished = true;
+      if (!struck || HasFailure()) progress.finished = true;
     }
     // Nothing of it lasts.
     EXPECT_TRUE(camera.open_camera());
     camera.expect_open();
   });
-  EXPECT_GT(shared.failed_allocations, 0U) << "nothing was allocated";
+  EXPECT_GT(progress.failed_allocations, 0U) << "nothing was allocated";
 }
 
 INSTANTIATE_TEST_SUITE_P(Of, ScarceMemory, testing::ValuesIn(kOperations),

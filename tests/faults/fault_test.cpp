@@ -14,7 +14,6 @@
 
 #include <gtest/gtest.h>
 
-#include "effort.h"
 #include "fault_case.h"
 #include "worker_processes.h"
 
@@ -25,20 +24,17 @@ namespace {
 /// The kind of fault changes with n and with the turn.
 struct Series {
   const Operation& operation;
-  std::vector<FaultKind> kinds;
+  std::span<const FaultKind> kinds;
   size_t turn;
-
-  const FaultKind& kind(uint64_t n) const { return kinds[(n + turn) % kinds.size()]; }
 };
 
 std::vector<Series> all_series(size_t first_turn) {
   std::vector<Series> all;
   for (const Operation& operation : operations()) {
     for (const Target target : operation.targets) {
-      const std::vector<FaultKind> kinds = fault_kinds(target);
-      for (size_t turn = 0; turn < std::min(effort().kinds, kinds.size()); ++turn) {
+      const auto kinds = fault_kinds(target);
+      for (size_t turn = 0; turn < std::min(effort().kinds, kinds.size()); ++turn)
         all.push_back({operation, kinds, first_turn + turn});
-      }
     }
   }
   return all;
@@ -46,24 +42,18 @@ std::vector<Series> all_series(size_t first_turn) {
 
 /// How far the workers are with a series.
 struct Progress {
-  std::atomic<uint64_t> next_n = 1;
-  std::atomic<bool> finished = false;
+  std::atomic<uint64_t> last_n;
+  std::atomic<bool> finished;
 };
-
-/// Whether the fault had its turn.
-bool run_nth(FaultyCamera& camera, const Series& series, uint64_t n, Worker& worker) {
-  const FaultKind& kind = series.kind(n);
-  const std::string what =
-      std::string(series.operation.name) + ": " + std::string(kind.name) + ", number " + std::to_string(n);
-  worker.begins(what);
-  SCOPED_TRACE(what);
-  return run_case(camera, series.operation, kind.plan(n), kind.aftermath);
-}
 
 void run_series(FaultyCamera& camera, const Series& series, Progress& progress, Worker& worker) {
   while (!progress.finished) {
-    const uint64_t n = progress.next_n.fetch_add(effort().step);
-    if (!run_nth(camera, series, n, worker)) progress.finished = true;
+    const uint64_t n = progress.last_n += effort().step;
+    const FaultKind& kind = series.kinds[(n + series.turn) % series.kinds.size()];
+    const auto what = std::string(series.operation.name) + ": " + kind.name + ", number " + std::to_string(n);
+    worker.begins(what);
+    SCOPED_TRACE(what);
+    if (!run_case(camera, series.operation, kind.plan(n), kind.aftermath)) progress.finished = true;
   }
 }
 
@@ -71,27 +61,25 @@ struct Setup {
   const char* name;
   const char* camera;
   size_t first_turn;
-};
 
-void PrintTo(const Setup& setup, std::ostream* out) {
-  *out << setup.camera;
-}
+  friend void PrintTo(const Setup& setup, std::ostream* out) { *out << setup.camera; }
+};
 
 class SingleFault : public testing::TestWithParam<Setup> {};
 
 TEST_P(SingleFault, EndsAsDocumented) {
   const std::vector<Series> series = all_series(GetParam().first_turn + effort().first);
-  const SharedArray<Progress> progress(series.size());
-  for (size_t i = 0; i < series.size(); ++i) progress.items()[i].next_n = 1 + i % effort().step;
+  const auto progress = shared<Progress>(series.size());
+  for (size_t i = 0; i < series.size(); ++i) progress[i].last_n = 1 + i % effort().step - effort().step;
 
   run_in_processes(effort().workers, [&](Worker& worker) {
     FaultyCamera camera(GetParam().camera);
     // Each begins at another series: most series are short, and all workers at once would run beyond its end.
     for (size_t i = 0; i < series.size(); ++i) {
       const size_t mine =
-          (static_cast<size_t>(worker.number()) * series.size() / static_cast<size_t>(effort().workers) + i) %
+          (static_cast<size_t>(worker.number) * series.size() / static_cast<size_t>(effort().workers) + i) %
           series.size();
-      run_series(camera, series[mine], progress.items()[mine], worker);
+      run_series(camera, series[mine], progress[mine], worker);
     }
   });
 }
@@ -104,47 +92,34 @@ INSTANTIATE_TEST_SUITE_P(Cameras, SingleFault,
 
 // Two faults at random in one operation. KXCAM_FAULT_SEED repeats what the printed seed found.
 
-unsigned chosen_seed() {
-  const char* given = std::getenv("KXCAM_FAULT_SEED");
-  return given != nullptr ? static_cast<unsigned>(std::strtoul(given, nullptr, 10)) : std::random_device()();
-}
-
 void append(kxsim::FaultPlan& to, const kxsim::FaultPlan& from) {
   to.requests.insert(to.requests.end(), from.requests.begin(), from.requests.end());
   to.bulk.insert(to.bulk.end(), from.bulk.begin(), from.bulk.end());
   to.frames.insert(to.frames.end(), from.frames.begin(), from.frames.end());
 }
 
-class Dice {
- public:
-  explicit Dice(unsigned seed) : random_(seed) {}
-
-  template <class T>
-  const T& one_of(std::span<const T> all) {
-    return all[std::uniform_int_distribution<size_t>(0, all.size() - 1)(random_)];
-  }
-  uint64_t up_to(uint64_t most) { return std::uniform_int_distribution<uint64_t>(1, most)(random_); }
-
- private:
-  std::minstd_rand random_;
-};
+/// One of them at random.
+template <class T>
+const T& one_of(std::span<const T> all, std::minstd_rand& random) {
+  return all[std::uniform_int_distribution<size_t>(0, all.size() - 1)(random)];
+}
 
 /// Of the operations' requests most, of their reads all are among these.
 constexpr uint64_t kLastRequest = 100;
 constexpr uint64_t kLastRead = 12;
 
 void meet_two_faults(FaultyCamera& camera, unsigned seed, Worker& worker) {
-  Dice dice(seed);
-  const Operation& operation = dice.one_of<Operation>(operations());
+  std::minstd_rand random(seed);
+  const Operation& operation = one_of<Operation>(operations(), random);
   kxsim::FaultPlan plan;
-  std::string what = "seed " + std::to_string(seed) + ", " + std::string(operation.name) + ":";
+  std::string what = "seed " + std::to_string(seed) + ", " + operation.name + ":";
   for (int i = 0; i < 2; ++i) {
-    const Target target = dice.one_of<Target>(operation.targets);
-    const std::vector<FaultKind> kinds = fault_kinds(target);
-    const FaultKind& kind = dice.one_of<FaultKind>(kinds);
-    const uint64_t n = dice.up_to(target == Target::kRequests ? kLastRequest : kLastRead);
+    const Target target = one_of<Target>(operation.targets, random);
+    const FaultKind& kind = one_of<FaultKind>(fault_kinds(target), random);
+    const uint64_t last = target == Target::kRequests ? kLastRequest : kLastRead;
+    const uint64_t n = std::uniform_int_distribution<uint64_t>(1, last)(random);
     append(plan, kind.plan(n));
-    what += " " + std::string(kind.name) + ", number " + std::to_string(n) + ";";
+    what += std::string(" ") + kind.name + ", number " + std::to_string(n) + ";";
   }
   worker.begins(what);
   SCOPED_TRACE(what);
@@ -153,13 +128,15 @@ void meet_two_faults(FaultyCamera& camera, unsigned seed, Worker& worker) {
 }
 
 TEST(TwoFaults, EndAsDocumented) {
-  const unsigned seed = chosen_seed();
+  const char* given = std::getenv("KXCAM_FAULT_SEED");
+  const auto seed =
+      given != nullptr ? static_cast<unsigned>(std::strtoul(given, nullptr, 10)) : std::random_device()();
   std::printf("  seed %u\n", seed);
   const Effort much = effort();
   run_in_processes(much.workers, [&](Worker& worker) {
-    FaultyCamera camera(worker.number() % 2 == 0 ? "3600,fps=0,features=5" : "0030,fps=0");
+    FaultyCamera camera(worker.number % 2 == 0 ? "3600,fps=0,features=5" : "0030,fps=0");
     for (int i = 0; i < much.pairs; ++i) {
-      meet_two_faults(camera, seed + static_cast<unsigned>(worker.number() * much.pairs + i), worker);
+      meet_two_faults(camera, seed + static_cast<unsigned>(worker.number * much.pairs + i), worker);
     }
   });
 }

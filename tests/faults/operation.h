@@ -3,17 +3,25 @@
 
 #include <chrono>
 #include <span>
-#include <string_view>
 #include <vector>
 
-#include "fault_kind.h"
 #include "faulty_camera.h"
 
 namespace kxcam::faults {
 
+/// What is left of a camera after a fault.
+enum class Aftermath {
+  kNone,    ///< the library tries a second time, and that time it works
+  kLost,    ///< a request was not executed, or its answer was wrong; or a frame was lost
+  kReset,   ///< the library has reset the camera, and some do not send pictures after that
+  kPulled,  ///< the camera is off the bus
+};
+
+enum class Target { kRequests, kReads };
+
 /// Something that an application does with a camera. The camera is open and whole before.
 struct Operation {
-  std::string_view name;
+  const char* name;
   std::vector<Target> targets;  ///< what of it can go wrong and is not part of another operation
   void (*prepare)(FaultyCamera&);
   bool (*run)(FaultyCamera&);              ///< true for success

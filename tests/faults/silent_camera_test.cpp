@@ -7,7 +7,6 @@
 
 #include <gtest/gtest.h>
 
-#include "effort.h"
 #include "fault_case.h"
 #include "kxcam/kxcam.h"
 #include "worker_processes.h"
@@ -17,17 +16,9 @@ namespace {
 
 using namespace std::chrono_literals;
 
-kxsim::FaultPlan silence() {
-  return {.requests = {{.action = kxsim::RequestFault::Action::kTimeout}},
-          .bulk = {{.action = kxsim::BulkFault::Action::kTimeout}}};
-}
-
 void answer_nothing(FaultyCamera& camera) {
-  camera.device().inject(silence());
-}
-
-void be_gone(FaultyCamera& camera) {
-  camera.pull();
+  camera.device().inject({.requests = {{.action = kxsim::RequestFault::Action::kTimeout}},
+                          .bulk = {{.action = kxsim::BulkFault::Action::kTimeout}}});
 }
 
 class SilentCamera : public testing::TestWithParam<const char*> {
@@ -38,8 +29,7 @@ class SilentCamera : public testing::TestWithParam<const char*> {
   static void run_all(const std::vector<Operation>& all, void (*disturb)(FaultyCamera&),
                       Milliseconds (*limit)(const Operation&)) {
     run_in_processes(static_cast<int>(all.size()), [&](Worker& worker) {
-      const auto number = static_cast<size_t>(worker.number());
-      const Operation& operation = all[number];
+      const Operation& operation = all[static_cast<size_t>(worker.number)];
       worker.begins(operation.name);
       SCOPED_TRACE(operation.name);
       FaultyCamera camera(GetParam());
@@ -65,7 +55,9 @@ TEST_P(SilentCamera, EndsAtOnceWhenItIsGone) {
   for (Operation& operation : all) {
     if (!operation.failures.empty()) operation.failures.push_back(KXCAM_ERROR_EMPTY_BUS);
   }
-  run_all(all, be_gone, [](const Operation& operation) { return operation.limit; });
+  run_all(
+      all, [](FaultyCamera& camera) { camera.pull(); },
+      [](const Operation& operation) { return operation.limit; });
 }
 
 INSTANTIATE_TEST_SUITE_P(Cameras, SilentCamera, testing::Values("3600,fps=0,features=5", "0030,fps=0"),
