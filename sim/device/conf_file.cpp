@@ -41,9 +41,9 @@ TemporaryConfFile::TemporaryConfFile()
   const auto text = conf_text();
   if (descriptor_ >= 0 && write(descriptor_, text.data(), text.size()) == static_cast<ssize_t>(text.size()))
     return;
-  const std::system_error error(errno, std::generic_category(), "cannot write a configuration file");
+  const int cause = errno;
   if (descriptor_ >= 0) close(descriptor_);
-  throw error;
+  throw std::system_error(cause, std::generic_category(), "cannot write a configuration file");
 }
 
 TemporaryConfFile::~TemporaryConfFile() {

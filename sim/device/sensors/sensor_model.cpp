@@ -165,7 +165,8 @@ double pause_0410(const RegisterFiles& files, int width, int height) {
 
 /// The whole frame in lines of a microsecond; in line scan each line has its own.
 double pause_in_c8(const RegisterFiles& files, int width, int height) {
-  return above(sensor_value(files, 0xC8), width / 8 * 8 * height * 0.003515625 + 80);
+  const int whole_columns = width / 8 * 8;
+  return above(sensor_value(files, 0xC8), whole_columns * height * 0.003515625 + 80);
 }
 
 const RegisterNumber kBridgeFrame = {{0x14, 0, true}, {0x1E, 16, true}};
