@@ -3,6 +3,7 @@
 
 #include <kxcam/extra.h>
 
+#include "device_provider.h"
 #include "kxcamsrc.h"
 
 GST_DEBUG_CATEGORY_STATIC(kxcam_debug);
@@ -19,7 +20,9 @@ gboolean init(GstPlugin* plugin) {
   GST_DEBUG_CATEGORY_INIT(kxcam_debug, "kxcam", 0, "messages of the camera library");
   kxcam_set_message_handler(log_message, nullptr);
   // Elements that look for any camera do not take an industrial one.
-  return gst_element_register(plugin, "kxcamsrc", GST_RANK_NONE, gst_kxcam_src_get_type());
+  return gst_element_register(plugin, "kxcamsrc", GST_RANK_NONE, gst_kxcam_src_get_type()) &&
+         gst_device_provider_register(plugin, "kxcamdeviceprovider", GST_RANK_PRIMARY,
+                                      gst_kxcam_device_provider_get_type());
 }
 
 }  // namespace

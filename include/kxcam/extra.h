@@ -223,6 +223,9 @@ struct kxcam_bus_event {
   char serial[16];    /**< serial number without blanks at its end; "" when it could not be read, as it cannot
                          while another program holds the camera */
   char port[32];      /**< as in #kxcam_description */
+  char model[32];     /**< model name; "" where `product_id` is that of no model */
+  int32_t usb_speed;  /**< Mbit/s */
+  int32_t reserved;   /**< 0 */
 };
 
 /** @brief Starts or ends watching the bus, in a thread of the library's own.

@@ -114,6 +114,9 @@ int kxcam_next_event(kxcam_bus_event* event, size_t size) {
     is.product_id = next->product_id;
     api::copy_text(is.serial, next->serial.c_str());
     api::copy_text(is.port, next->port.c_str());
+    if (const int row = find_model(static_cast<uint32_t>(next->product_id)); row != kUnknownModel)
+      api::copy_text(is.model, model_table[static_cast<size_t>(row)].MODEL);
+    is.usb_speed = megabits(next->usb_speed);
     api::hand_out(is, event, size);
     return true;
   });

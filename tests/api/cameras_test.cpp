@@ -187,6 +187,8 @@ TEST_F(Cameras, ThatComeAndGoAreReported) {
     EXPECT_EQ(event.arrived, arrived);
     EXPECT_STREQ(event.serial, serial);
     EXPECT_EQ(event.product_id, 0x3600);
+    EXPECT_STREQ(event.model, "Model 0.3MP-C");
+    EXPECT_EQ(event.usb_speed, 5000);
     return std::string(event.port);
   };
   const std::string port = expect(1, "AAAAAAAAAAAA");

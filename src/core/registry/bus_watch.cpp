@@ -36,8 +36,11 @@ uint16_t product_of(libusb_device* device) {
 
 /// What can be learned of a camera without disturbing whoever holds it.
 BusEvent arrival_of(libusb_device* device) {
-  BusEvent event{
-      .arrived = true, .product_id = product_of(device), .serial = {}, .port = port_name(port_of(device))};
+  BusEvent event{.arrived = true,
+                 .product_id = product_of(device),
+                 .serial = {},
+                 .port = port_name(port_of(device)),
+                 .usb_speed = libusb_get_device_speed(device) - 1};
   if (const ContextRef camera = camera_of(device); camera != nullptr) {
     const SerialRecord& serial = camera->parameter.serial_number;
     event.serial = trimmed({serial.data(), serial.size()});

@@ -12,6 +12,7 @@ struct BusEvent {
   int product_id = 0;
   std::string serial;  ///< "" when it cannot be read
   std::string port;    ///< "1-2.3"
+  int usb_speed = -1;  ///< libusb's code minus 1, as in CameraContext
 };
 
 struct WatchBegun {
