@@ -296,6 +296,9 @@ class Server final : public httplib::Server {
   }
 
   void serve(HttpService& service) { service_ = &service; }
+
+  /// The library lets no more than five wait to be accepted; one that comes then tries again after a second.
+  void let_more_wait() { ::listen(svr_sock_, SOMAXCONN); }
   Connections& connections() { return connections_; }
 
   void converse(Pipe& pipe, const std::function<void()>& trust) {
@@ -379,7 +382,10 @@ class HttpServer::Implementation {
     } else if (!server_.bind_to_port(kAddress, port)) {
       port_ = -1;
     }
-    if (port_ > 0) return;
+    if (port_ > 0) {
+      server_.let_more_wait();
+      return;
+    }
     throw Error(ExitCode::kFailure, fmt::format("port {} is taken, or may not be used", port),
                 "Choose another with --port, or leave the option out.");
   }
