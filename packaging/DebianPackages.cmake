@@ -1,8 +1,9 @@
-# Four packages, one per component: `cpack` in the build folder makes those that were built.
+# One package per component: `cpack` in the build folder makes those that were built.
 set(packages_lib libkxcam${PROJECT_VERSION_MAJOR})
 set(packages_dev libkxcam-dev)
 set(packages_tools kxcam-tools)
 set(packages_sim kxcam-sim)
+set(packages_gst gstreamer1.0-kxcam)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_COMPONENTS_ALL lib dev)
@@ -11,6 +12,9 @@ if(TARGET kxcam_tool)
 endif()
 if(TARGET kxsim)
   list(APPEND CPACK_COMPONENTS_ALL sim)
+endif()
+if(TARGET gstkxcam)
+  list(APPEND CPACK_COMPONENTS_ALL gst)
 endif()
 foreach(component IN LISTS CPACK_COMPONENTS_ALL)
   string(TOUPPER ${component} key)
@@ -54,6 +58,12 @@ set(CPACK_COMPONENT_TOOLS_DESCRIPTION
     "capture and inspect images from industrial USB cameras\nThe command kxcam lists cameras, captures and streams pictures, changes and\nstores settings and finds out why a camera does not work.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${packages_lib} (>= ${PROJECT_VERSION})")
+
+set(CPACK_COMPONENT_GST_DESCRIPTION
+    "GStreamer source for industrial USB cameras\nThe element kxcamsrc gives pictures of a camera to GStreamer pipelines.\nA device provider lists the cameras and tells of those that come and go.")
+set(CPACK_DEBIAN_GST_PACKAGE_SECTION video)
+set(CPACK_DEBIAN_GST_PACKAGE_DEPENDS "${packages_lib} (>= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_GST_PACKAGE_SUGGESTS "gstreamer1.0-tools")
 
 set(CPACK_COMPONENT_SIM_DESCRIPTION
     "simulated industrial USB cameras\nThe command kxsim runs any program against simulated cameras, without\nhardware or root, and exports them to virtual machines.")

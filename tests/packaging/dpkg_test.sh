@@ -28,12 +28,16 @@ inside kxsim run --camera 3600 --conf /etc/kxusb.conf -- kxcam list | grep -q '0
 # shellcheck disable=SC2016 # it is the inner shell that asks pkg-config
 inside sh -c 'cc -o /first_picture /usr/share/doc/libkxcam-dev/examples/first_picture.c $(pkg-config --cflags --libs kxcam)'
 inside kxsim run --camera 3600 -- /first_picture | head -c 2 | grep -q P6
+# The packages of a build for /usr/local have no folder of the architecture.
+gst=$(find "$1" -name 'gstreamer1.0-kxcam_*')
+[ -z "$gst" ] || inside env GST_PLUGIN_PATH=/usr/lib/gstreamer-1.0 GST_REGISTRY=/registry \
+  kxsim run --camera 3600 -- gst-launch-1.0 -q kxcamsrc num-buffers=2 ! fakesink
 
 # An edited configuration stays when the packages are installed again or removed, until they are purged.
 echo "# ours" >>"$system/etc/kxusb.conf"
 inside sh -c 'dpkg --force-confold --install /packages/libkxcam1_*.deb'
 grep -q '^# ours$' "$system/etc/kxusb.conf"
-inside dpkg --remove kxcam-sim kxcam-tools libkxcam-dev libkxcam1
+inside dpkg --remove ${gst:+gstreamer1.0-kxcam} kxcam-sim kxcam-tools libkxcam-dev libkxcam1
 grep -q '^# ours$' "$system/etc/kxusb.conf"
 inside dpkg --purge libkxcam1
 ours | diff "$layer/before" -

@@ -7,7 +7,9 @@ work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 for package in "$1"/*.deb; do dpkg-deb -x "$package" "$work"; done
 # shellcheck disable=SC2046 # several words
-set -- "$work/usr/bin/kxcam" "$work/usr/bin/kxsim" $(find "$work/usr/lib" -type f -name '*.so*')
-[ $# -eq 4 ]
+set -- "$work/usr/bin/kxcam" "$work/usr/bin/kxsim" $(find "$work/usr/lib" -type f -name '*.so*' ! -name libgstkxcam.so)
+[ $# -ge 4 ]
 # Debian's C library is not built for control flow integrity, and marks each program so.
 hardening-check --nocfprotection "$@"
+# It copies into memory whose size only GStreamer knows, and calls nothing else that could be protected.
+find "$work/usr/lib" -name libgstkxcam.so -exec hardening-check --nocfprotection --nofortify {} +

@@ -5,4 +5,4 @@ rm -rf "$2"
 cpack --config "$1/CPackConfig.cmake" -B "$2"
 rm -r "$2/_CPack_Packages"
 set -- "$2"/*.deb
-[ $# -eq 4 ]
+[ $# -ge 4 ]

@@ -37,6 +37,9 @@ expect libkxcam-dev "$lib/libkxcam\.so" /usr/include/kxcam/kxcam.h "$lib/pkgconf
   /usr/share/doc/libkxcam-dev/examples/first_picture.c
 expect kxcam-tools /usr/bin/kxcam /usr/share/man/man1/kxcam.1.gz /usr/share/bash-completion/completions/kxcam
 expect kxcam-sim /usr/bin/kxsim "$lib/kxcam/libkxsim-usbfs\.so" "$lib/kxcam/kxsim\.conf" /usr/share/man/man1/kxsim.1.gz
+# Where GStreamer was there to build it.
+gst=$(find "$packages" -name 'gstreamer1.0-kxcam_*')
+[ -z "$gst" ] || expect gstreamer1.0-kxcam "$lib/gstreamer-1\.0/libgstkxcam\.so" /usr/share/doc/gstreamer1.0-kxcam/copyright
 
 # No file is in two packages: they install beside each other.
 [ -z "$(cat "$work"/*.files | grep -v '/$' | sort | uniq -d)" ]
@@ -46,6 +49,7 @@ depends libkxcam1 libc6 'libusb-1\.0-0'
 depends libkxcam-dev "libkxcam1 \(= $version\)" 'libusb-1\.0-0-dev'
 depends kxcam-tools "libkxcam1 \(>= $version\)" libc6 'libpng16-16'
 depends kxcam-sim libc6 libusbredirparser1
+[ -z "$gst" ] || depends gstreamer1.0-kxcam "libkxcam1 \(>= $version\)" libc6 'libgstreamer-plugins-base1\.0-0(t64)?'
 
 dpkg-deb -e "$(package libkxcam1)" "$work/control"
 [ "$(cat "$work/control/conffiles")" = /etc/kxusb.conf ]
