@@ -135,14 +135,6 @@ TEST(Requests, AResetClearsWhatIsVolatileAndOnlyThat) {
   EXPECT_EQ(host.ask(kFlashRead, 0x400, 0, 1), Bytes{2});
 }
 
-TEST(Requests, AHeldCpuAnswersNothing) {
-  Host host("0500");
-  EXPECT_TRUE(host.tell(kFx2Memory, 0, 0xE600, {1}));
-  EXPECT_EQ(host.ask(kFirmwareVersion), std::nullopt);
-  EXPECT_TRUE(host.tell(kFx2Memory, 0, 0xE600, {0}));
-  EXPECT_NE(host.ask(kFirmwareVersion), std::nullopt);
-}
-
 /// What registers make of the time between frames, in milliseconds, at a rate of 10 a second.
 TEST(Timing, FollowsTheRegisters) {
   struct Row {

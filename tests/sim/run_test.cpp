@@ -8,7 +8,6 @@
 #include <string>
 
 #include <gmock/gmock.h>
-#include <gtest/gtest.h>
 #include <sys/wait.h>
 
 #include "device/camera_options.h"
@@ -18,7 +17,6 @@ namespace {
 
 using testing::AllOf;
 using testing::HasSubstr;
-using testing::IsEmpty;
 
 struct Result {
   int status = -1;
