@@ -119,8 +119,8 @@ TEST_F(CorrectedFrame, KeepsItsShapeWhileThePictureIsTurned) {
   EXPECT_EQ(out, Samples(kPixels, 45));
 }
 
-// Another thread that changes tables, list and gains acts on whole frames.
-TEST_F(CorrectedFrame, IsCorrectedWithOneSetOfTables) {
+// Another thread that changes tables, list, gains and curves acts on whole frames.
+TEST_F(CorrectedFrame, IsMadeWithOneSetOfTablesAndCurves) {
   const ContextRef ctx = open_imperfect(kRGGB);
   const std::vector<double> halved(34, 0.375);
   const std::vector<double> kept(34, -0.125);
@@ -130,6 +130,7 @@ TEST_F(CorrectedFrame, IsCorrectedWithOneSetOfTables) {
     for (int i = 0; !done; ++i) {
       const auto& columns = i % 2 == 0 ? halved : kept;
       set_fpn_data(*context_at(kCamera), columns.data(), columns.data(), nullptr, 34, 0);
+      CameraSetBlackLevel(kCamera, i % 3 * 9);
       CameraSetWBGain(kCamera, 1.5, 1.0, 0.5);
       CameraOnePushWB(kCamera);
       ctx->picture.dead_pixels.store(std::make_shared<const DeadPixelList>());
@@ -142,6 +143,7 @@ TEST_F(CorrectedFrame, IsCorrectedWithOneSetOfTables) {
     // The gain is 1 - 0.125 - 0.375 or 1 - 0.125 + 0.125.
     EXPECT_TRUE(frame[0] == 40 || frame[0] == 80) << int{frame[0]};
     EXPECT_EQ(frame, Samples(kPixels, frame[0]));
+    for (size_t i = 3; i < out.size(); ++i) ASSERT_EQ(out[i], out[i - 3]);
   }
   done = true;
   setter.join();

@@ -2,9 +2,7 @@
 #include "core/picture/isp.h"
 
 #include <algorithm>
-#include <atomic>
 #include <numeric>
-#include <thread>
 
 #include "context_fixture.h"
 #include "core/picture/correction_settings.h"
@@ -38,30 +36,23 @@ TEST_F(Isp, ConvertsByTheColourModeOfTheModel) {
   constexpr int kWidth = 14;
   constexpr int kHeight = 9;
   for (const Mode& mode : kModes) {
-    SCOPED_TRACE(mode.color_mode);
     const ContextRef ctx = open(mode.color_mode, kWidth, kHeight, true);
     ASSERT_TRUE(ok(CameraSetGamma(kCamera, 1.6)));
     ASSERT_TRUE(ok(CameraSetSaturation(kCamera, 0.4)));
     auto frame = noise(kWidth * kHeight, mode.color_mode);
-    const ImageView raw(frame, kWidth, kHeight);
-
-    std::vector<uint8_t> expected(frame.size() * 3);
-    const int32_t mean = mode.to_color(frame_settings(*ctx), raw, expected.data(), KXCAM_FORMAT_COLOR);
-    GuardedOutput color(expected.size());
-    ASSERT_TRUE(ok(CameraISP(kCamera, frame.data(), color.data(), kWidth, kHeight, kUncorrectedColor)));
-    EXPECT_EQ(color.picture(), expected);
-    EXPECT_TRUE(color.guards_intact());
-    EXPECT_EQ(get(CameraGetAvg, kCamera), mean);
-
-    expected.resize(frame.size());
-    mode.to_grey(frame_settings(*ctx), raw, expected.data(), 0);
-    GuardedOutput grey(expected.size());
     // Grey comes before colour.
-    ASSERT_TRUE(ok(CameraISP(kCamera, frame.data(), grey.data(), kWidth, kHeight,
-                             kUncorrectedGrey | KXCAM_FORMAT_COLOR)));
-    EXPECT_EQ(grey.picture(), expected);
-    EXPECT_TRUE(grey.guards_intact());
-    EXPECT_EQ(get(CameraGetAvg, kCamera), mean);
+    for (const int format : {kUncorrectedColor, kUncorrectedGrey | KXCAM_FORMAT_COLOR}) {
+      SCOPED_TRACE(testing::Message() << mode.color_mode << ", format " << format);
+      const bool color = format == kUncorrectedColor;
+      std::vector<uint8_t> expected(frame.size() * (color ? 3 : 1));
+      const int32_t mean = (color ? mode.to_color : mode.to_grey)(
+          frame_settings(*ctx), ImageView(frame, kWidth, kHeight), expected.data(), KXCAM_FORMAT_COLOR);
+      GuardedOutput out(expected.size());
+      ASSERT_TRUE(ok(CameraISP(kCamera, frame.data(), out.data(), kWidth, kHeight, format)));
+      EXPECT_EQ(out.picture(), expected);
+      EXPECT_TRUE(out.guards_intact());
+      EXPECT_EQ(get(CameraGetAvg, kCamera), mean);
+    }
   }
 }
 
@@ -164,24 +155,6 @@ TEST_F(Isp, AppliesTheMatrixForEnhancementOrAnySaturationButOne) {
   EXPECT_NE(red_and_blue(), std::pair(10, 200));
   ASSERT_TRUE(ok(CameraSetSaturation(kCamera, 0.0)));
   EXPECT_EQ(red_and_blue(), std::pair(2 + 71 + 15, 2 + 71 + 15));
-}
-
-// A frame is made with the curves of one setting even while another thread changes them.
-TEST_F(Isp, ProcessesAFrameWithOneSetOfCurves) {
-  open(kMono8, 64, 64);
-  std::atomic<bool> done = false;
-  std::thread setter([&] {
-    for (int i = 0; !done; ++i) CameraSetBlackLevel(kCamera, i % 2 == 0 ? 0 : 90);
-  });
-  std::vector<uint8_t> frame(64 * 64, 100);
-  std::vector<uint8_t> out(frame.size());
-  for (int i = 0; i < 500; ++i) {
-    ASSERT_TRUE(ok(CameraISP(kCamera, frame.data(), out.data(), 64, 64, kUncorrectedGrey)));
-    ASSERT_TRUE(std::ranges::all_of(out, [&](uint8_t level) { return level == out[0]; }));
-    ASSERT_TRUE(out[0] == 100 || out[0] == 10 * 256 / 166) << int{out[0]};
-  }
-  done = true;
-  setter.join();
 }
 
 }  // namespace
