@@ -11,7 +11,6 @@ namespace {
 
 using namespace std::chrono_literals;
 using Clock = std::chrono::steady_clock;
-using FrameAction = kxsim::FrameFault::Action;
 
 constexpr int kPixels = 720 * 540;
 
@@ -26,27 +25,11 @@ class Acquisition : public CameraBus {
   }
 };
 
-TEST_F(Acquisition, DeliversEveryFrameInOrderAsItWasSent) {
-  open("3600");
-  for (int n = 0; n < 12; ++n) EXPECT_EQ(number_of(query_raw()), n);
-}
-
 TEST_F(Acquisition, FramesAboveTheLargestTransferComeInChunks) {
   open("3A00");  // 3664 x 2748 = 10,068,672 bytes
   CameraSetTimeout(0, 20'000);
   EXPECT_EQ(number_of(query_raw()), 0);
   EXPECT_EQ(number_of(query_raw()), 1);
-}
-
-TEST_F(Acquisition, FramesOfAWrongLengthAreDropped) {
-  const auto camera = plug("3600,fps=0");
-  camera->set_frame_source(kxsim::fill_numbered_frame);
-  camera->inject({.frames = {{.action = FrameAction::kShort, .which = {1, 1}, .bytes = 1},
-                             {.action = FrameAction::kLong, .which = {3, 3}, .bytes = 1},
-                             {.action = FrameAction::kSplit, .which = {4, 4}, .bytes = 100'000},
-                             {.action = FrameAction::kMissing, .which = {5, 5}}}});
-  ASSERT_EQ(CameraInit(0), 0U);
-  for (const int number : {1, 5, 6}) EXPECT_EQ(number_of(query_raw()), number);
 }
 
 TEST_F(Acquisition, TransferErrorsResetTheCameraAndTheStreamCanGoOn) {
@@ -98,35 +81,6 @@ TEST_F(Acquisition, AQueryWaitsForTheExposureToo) {
   EXPECT_GE(Clock::now() - start, 1000ms);
 }
 
-TEST_F(Acquisition, ClosingEndsAWaitingQuery) {
-  open_silent();
-  CameraSetTimeout(0, 50'000);
-  const auto start = Clock::now();
-  std::thread waiting([] {
-    Bytes frame(kPixels);
-    int size = kPixels;
-    EXPECT_EQ(CameraQueryImage(0, frame.data(), &size, KXCAM_FORMAT_RAW), 1U);
-  });
-  std::this_thread::sleep_for(50ms);
-  EXPECT_EQ(CameraFree(0), 0U);
-  waiting.join();
-  EXPECT_LT(Clock::now() - start, 40s);
-}
-
-TEST_F(Acquisition, APulledCableEndsInTimeoutsAndACleanClose) {
-  const auto camera = open("3600");
-  EXPECT_FALSE(query_raw().empty());
-  bus_.unplug(*camera);
-  CameraClearHostBuffer(0);
-  EXPECT_TRUE(query_raw().empty());
-  EXPECT_EQ(code(), KXCAM_ERROR_NO_FRAME);
-  EXPECT_EQ(code_of(CameraGetResolutionCount, 0), KXCAM_ERROR_READ_REQUEST);
-  EXPECT_EQ(CameraFree(0), 0U);
-  bus_.plug(camera);
-  ASSERT_EQ(CameraInit(0), 0U);
-  EXPECT_FALSE(query_raw().empty());
-}
-
 TEST_F(Acquisition, AQueryNeedsTheExactSize) {
   open("3600");
   Bytes image(kPixels * 4 + 4);
@@ -149,13 +103,6 @@ TEST_F(Acquisition, AQueryNeedsTheExactSize) {
   EXPECT_EQ(pixels.front() >> 24, 0xEEU);
   size = 0x40000000 + kPixels;  // in bytes as many as kPixels, modulo 2^32
   EXPECT_EQ(CameraQueryImageLV(0, pixels.data(), &size, KXCAM_FORMAT_COLOR), 1U);
-}
-
-TEST_F(Acquisition, TwelveBitFramesAreTwoBytesAPixel) {
-  open("369B");
-  const Bytes frame = query_raw();
-  ASSERT_EQ(frame.size(), 2U * kPixels);
-  EXPECT_GE(number_of(frame), 0);
 }
 
 TEST_F(Acquisition, ThreadsShareACameraUntilItIsClosed) {

@@ -12,13 +12,15 @@
 namespace {
 
 std::optional<kxsim::TemporaryConfFile> conf;
+std::shared_ptr<kxsim::SimulatedCamera> camera;
 
 }  // namespace
 
 void plug_in_camera(const char* options) {
   const auto description = kxsim::parse_camera_options(options);
   setenv("KXUSB_CONF", conf.emplace().path().c_str(), 1);
-  kxsim::VirtualBus::instance().plug(std::make_shared<kxsim::SimulatedCamera>(description));
+  camera = std::make_shared<kxsim::SimulatedCamera>(description);
+  kxsim::VirtualBus::instance().plug(camera);
 }
 
 int unplug_cameras() {
@@ -26,5 +28,5 @@ int unplug_cameras() {
   const size_t open = bus.open_nodes();
   bus.unplug_all();
   conf.reset();
-  return static_cast<int>(open);
+  return static_cast<int>(open + camera->counters().unknown);
 }
