@@ -6,6 +6,7 @@
 namespace kxcam::test {
 
 TestBus::TestBus() {
+  last_error = KXCAM_ERROR_NONE_YET;
   setenv("KXUSB_CONF", conf_.path().c_str(), 1);
 }
 

@@ -7,6 +7,7 @@
 
 #include "camera_bus.h"
 #include "eventually.h"
+#include "kxcam/extra.h"
 
 namespace kxcam::test {
 namespace {
@@ -89,8 +90,8 @@ TEST_F(Reconnect, WakesTheOldSensorAgain) {
 TEST_F(Reconnect, GivesTheCameraAllThatItsBridgeLost) {
   const auto first = plug("3600,features=3");
   const auto camera = plug("3600,features=3");
-  ASSERT_EQ(CameraInit(0), 0U);
-  ASSERT_EQ(CameraInit(1), 0U);
+  int index = -1;
+  for (const auto& each : {first, camera}) ASSERT_EQ(kxcam_open(each->options().serial.c_str(), &index), 0);
   CameraSetTriggerPolarity(1, 3);
   CameraEnableStrobe(1, true);
   CameraSetStrobePolarity(1, 0);
@@ -111,13 +112,14 @@ TEST_F(Reconnect, GivesTheCameraAllThatItsBridgeLost) {
 
 TEST_F(Reconnect, TellsCamerasOfOneSerialNumberApart) {
   const std::string twin = "3600,serial=TWIN";
-  const auto first = plug(twin);
-  const auto second = plug(twin);
+  auto first = plug(twin);
+  auto second = plug(twin);
   ASSERT_EQ(CameraInit(0), 0U);
+  if (first->requests(0xA2).empty()) std::swap(first, second);  // libusb may list the second one first
   ASSERT_EQ(CameraInit(1), 0U);
   bus_.unplug(*second);
   EXPECT_EQ(code_of(CameraReconnect, 1), KXCAM_ERROR_NO_DEVICE) << "the other one is open";
-  bus_.plug(second, 2);
+  bus_.plug(second, 9);
   EXPECT_EQ(CameraReconnect(1), 0U);
   CameraFree(0);
   bus_.replug(second);
