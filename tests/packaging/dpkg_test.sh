@@ -32,12 +32,15 @@ inside kxsim run --camera 3600 -- /first_picture | head -c 2 | grep -q P6
 gst=$(find "$1" -name 'gstreamer1.0-kxcam_*')
 [ -z "$gst" ] || inside env GST_PLUGIN_PATH=/usr/lib/gstreamer-1.0 GST_REGISTRY=/registry \
   kxsim run --camera 3600 -- gst-launch-1.0 -q kxcamsrc num-buffers=2 ! fakesink
+python=$(find "$1" -name 'python3-kxcam_*')
+[ -z "$python" ] || inside kxsim run --camera 3600 -- \
+  /usr/bin/python3 -c 'import kxcam; print(kxcam.Camera().query().shape)' | grep -q '(540, 720, 3)'
 
 # An edited configuration stays when the packages are installed again or removed, until they are purged.
 echo "# ours" >>"$system/etc/kxusb.conf"
 inside sh -c 'dpkg --force-confold --install /packages/libkxcam1_*.deb'
 grep -q '^# ours$' "$system/etc/kxusb.conf"
-inside dpkg --remove ${gst:+gstreamer1.0-kxcam} kxcam-sim kxcam-tools libkxcam-dev libkxcam1
+inside dpkg --remove ${gst:+gstreamer1.0-kxcam} ${python:+python3-kxcam} kxcam-sim kxcam-tools libkxcam-dev libkxcam1
 grep -q '^# ours$' "$system/etc/kxusb.conf"
 inside dpkg --purge libkxcam1
 ours | diff "$layer/before" -

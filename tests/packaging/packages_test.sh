@@ -40,6 +40,10 @@ expect kxcam-sim /usr/bin/kxsim "$lib/kxcam/libkxsim-usbfs\.so" "$lib/kxcam/kxsi
 # Where GStreamer was there to build it.
 gst=$(find "$packages" -name 'gstreamer1.0-kxcam_*')
 [ -z "$gst" ] || expect gstreamer1.0-kxcam "$lib/gstreamer-1\.0/libgstkxcam\.so" /usr/share/doc/gstreamer1.0-kxcam/copyright
+# Where there was what wheels are made with.
+python=$(find "$packages" -name 'python3-kxcam_*')
+[ -z "$python" ] || expect python3-kxcam /usr/lib/python3/dist-packages/kxcam/__init__.py \
+  '/usr/lib/python3/dist-packages/kxcam-[0-9.]*\.dist-info/entry_points\.txt'
 
 # No file is in two packages: they install beside each other.
 [ -z "$(cat "$work"/*.files | grep -v '/$' | sort | uniq -d)" ]
@@ -50,6 +54,7 @@ depends libkxcam-dev "libkxcam1 \(= $version\)" 'libusb-1\.0-0-dev'
 depends kxcam-tools "libkxcam1 \(>= $version\)" libc6 'libpng16-16'
 depends kxcam-sim libc6 libusbredirparser1
 [ -z "$gst" ] || depends gstreamer1.0-kxcam "libkxcam1 \(>= $version\)" libc6 'libgstreamer-plugins-base1\.0-0(t64)?'
+[ -z "$python" ] || depends python3-kxcam "libkxcam1 \(>= $version\)" python3-numpy
 
 dpkg-deb -e "$(package libkxcam1)" "$work/control"
 [ "$(cat "$work/control/conffiles")" = /etc/kxusb.conf ]

@@ -228,7 +228,12 @@ def test_cameras_that_come_and_go(kxsim):
         left = bus.next(PATIENCE)
         kxsim.plug(3)
         came = next(iter(bus))
-        assert (left.arrived, came.arrived, came.serial, came.product_id) == (False, True, "THREE", 0x3600)
+        assert (left.arrived, came.arrived, came.serial, came.model) == (
+            False,
+            True,
+            "THREE",
+            "Model 0.3MP-C",
+        )
 
         async def one_more():
             kxsim.unplug(3)

@@ -66,6 +66,8 @@ class BusEvent:
     serial: str  #: "" when it could not be read, as while another program holds the camera
     product_id: int
     port: str  #: "1-2.3" as in /sys/bus/usb/devices
+    model: str  #: model name; "" where `product_id` is that of no model
+    usb_speed: int  #: Mbit/s
 
 
 class BusWatch:
@@ -101,7 +103,14 @@ class BusWatch:
         event = kxcam_bus_event()
         if library.kxcam_next_event(byref(event), sizeof(event)) != 0:
             return None
-        return BusEvent(bool(event.arrived), _text(event.serial), event.product_id, _text(event.port))
+        return BusEvent(
+            arrived=bool(event.arrived),
+            serial=_text(event.serial),
+            product_id=event.product_id,
+            port=_text(event.port),
+            model=_text(event.model),
+            usb_speed=event.usb_speed,
+        )
 
     def next(self, timeout: float | None = None) -> BusEvent | None:
         """Waits for an event: for `timeout` seconds, or without an end. None if there was none in time.

@@ -100,6 +100,9 @@ class kxcam_bus_event(Structure):
         ("product_id", c_int32),
         ("serial", c_char * 16),
         ("port", c_char * 32),
+        ("model", c_char * 32),
+        ("usb_speed", c_int32),
+        ("reserved", c_int32),
     ]
 
 
