@@ -3,6 +3,7 @@
 import base64
 import json
 import os
+import pathlib
 import shutil
 import subprocess
 import tempfile
@@ -39,8 +40,9 @@ class Browser:
         driver = shutil.which("chromedriver")
         if driver is None:
             raise WebDriverError("there is no chromedriver: packaging/install-dependencies browser")
-        log = os.path.join(self.folder.name, "driver.log")
-        self.driver = subprocess.Popen([driver, "--port=0"], stdout=open(log, "w"), stderr=subprocess.STDOUT)
+        log = pathlib.Path(self.folder.name, "driver.log")
+        with log.open("w") as output:
+            self.driver = subprocess.Popen([driver, "--port=0"], stdout=output, stderr=subprocess.STDOUT)
         try:
             self.base = f"http://127.0.0.1:{wait_for('the driver', lambda: self._port(log))}"
             self.session = f"/session/{self._start(width, height, dark, scale)}"
@@ -50,7 +52,7 @@ class Browser:
 
     @staticmethod
     def _port(log):
-        words = open(log).read().partition("started successfully on port ")[2].split()
+        words = log.read_text().partition("started successfully on port ")[2].split()
         return words[0].rstrip(".") if words else None
 
     def _start(self, width, height, dark, scale):
