@@ -206,6 +206,17 @@ bool set_parameter(CameraContext& camera) {
   return all(results);
 }
 
+void restore_remaining_settings(CameraContext& camera) {
+  const CameraParameter& live = camera.parameter;
+  const uint16_t flags = live.isp_flags;
+  set_ae_target(camera, live.ae_target);
+  set_frame_rate(camera, (flags & kFrameRateFree) == 0, live.frame_rate);
+  set_trigger_polarity(camera, live.trigger_polarity);
+  enable_strobe(camera, (flags & kStrobeOff) == 0);
+  set_strobe_polarity(camera, live.strobe_polarity);
+  write_unit_times(camera);
+}
+
 bool set_property(CameraContext& camera, std::string_view key, int value) {
   const Property* property = find_property(key);
   if (property == nullptr) return false;

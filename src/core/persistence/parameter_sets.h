@@ -24,6 +24,10 @@ bool load_parameter(CameraContext& camera, int slot);
 /// that of the settings before the snap mode.
 bool set_parameter(CameraContext& camera);
 
+/// Sends those that load_parameter() sends and set_parameter() does not. The times of the trigger unit go to
+/// this camera, whose unit lost them, and not to the first one, where their setters send them.
+void restore_remaining_settings(CameraContext& camera);
+
 // Settings that are kept by name: "image_format", "resolution_index", "enable_roi" (a byte each),
 // "roi_offset_x", "roi_offset_y", "roi_width", "roi_height" (two bytes each). False, without a code, for any
 // other key.

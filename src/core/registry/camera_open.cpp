@@ -9,9 +9,6 @@
 #include "core/acquisition/orientation.h"
 #include "core/acquisition/readout.h"
 #include "core/acquisition/video.h"
-#include "core/control/auto_exposure.h"
-#include "core/control/frame_timing.h"
-#include "core/control/trigger.h"
 #include "core/persistence/parameter_sets.h"
 #include "core/persistence/stored_tables.h"
 #include "core/registry/contexts.h"
@@ -172,19 +169,6 @@ DeviceHandle change_device(CameraContext& context) {
   attach_device(context, handle);
   context.stream.counters.reconnects.add(1);
   return handle;
-}
-
-/// What load_parameter() sends beyond set_parameter(). The times of the trigger unit go to this camera, whose
-/// unit lost them, and not to the first one, where their setters send them.
-void restore_remaining_settings(CameraContext& context) {
-  const CameraParameter& live = context.parameter;
-  const uint16_t flags = live.isp_flags;
-  set_ae_target(context, live.ae_target);
-  set_frame_rate(context, (flags & kFrameRateFree) == 0, live.frame_rate);
-  set_trigger_polarity(context, live.trigger_polarity);
-  enable_strobe(context, (flags & kStrobeOff) == 0);
-  set_strobe_polarity(context, live.strobe_polarity);
-  write_unit_times(context);
 }
 
 void resume_acquisition(CameraContext& context, libusb_device_handle* handle) {
