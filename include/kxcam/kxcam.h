@@ -194,11 +194,11 @@ KXCAM_API uint32_t CameraReset(int camera);
  * and queries fail with #KXCAM_ERROR_NO_FRAME until this call.
  *
  * The camera is found by its serial number, whatever port it is plugged into. If several cameras have that
- * number, those already open are skipped, and the one at the previous port is preferred. A camera whose
- * serial number could not be read at open cannot be found: close it and open it again. The index, settings
- * and tables are kept, all settings are sent to the camera again (the times of the trigger unit to this
- * camera), and the stream starts without any earlier frame. Queries waiting in other threads fail with
- * #KXCAM_ERROR_NO_FRAME.
+ * number, those already open are skipped, as are those at the previous port of another open camera, and the
+ * one at the previous port is preferred. A camera whose serial number could not be read at open cannot be
+ * found: close it and open it again. The index, settings and tables are kept, all settings are sent to the
+ * camera again (the times of the trigger unit to this camera), and the stream starts without any earlier
+ * frame. Queries waiting in other threads fail with #KXCAM_ERROR_NO_FRAME.
  *
  * Errors: #KXCAM_ERROR_NO_DEVICE for a virtual camera, and while the camera is not attached: the index then
  * stays open, and the call may be repeated. Takes about as long as CameraInit(). Exclusive. */

@@ -65,7 +65,7 @@ struct DevicePart {
   uint16_t feature_bits = 0;
   Relaxed<int32_t> usb_speed = 1;  ///< libusb's code minus 1: 0 low, 1 full, 2 high, 3 super speed
   Published<libusb_device_handle> usb_handle;
-  UsbPort port;  ///< guarded by attachment_mutex
+  std::atomic<UsbPort> port{};
 };
 
 /// What the reader met, since the camera was opened.

@@ -160,8 +160,7 @@ DeviceHandle change_device(CameraContext& context) {
   if (context.stream.ring != nullptr) context.stream.ring->drop_ready_frames();
   // Held until the device is the camera's: of two cameras of one serial number each gets its own.
   const Enumeration bus;
-  DeviceHandle handle =
-      find_by_serial(bus, context.parameter.serial_number, context.model().PID, context.device.port);
+  DeviceHandle handle = find_device_of(context, bus);
   if (handle == nullptr) {
     if (context.stream.ring != nullptr) context.stream.ring->set_gone(true);
     return nothing(KXCAM_ERROR_NO_DEVICE);

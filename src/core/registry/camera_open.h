@@ -43,9 +43,9 @@ bool free_camera(int index);
 bool close_camera(int index);
 
 /// Brings back an open camera whose cable was pulled or that was reset, by its serial number and wherever it
-/// is on the bus now. Of several cameras of that number it takes none that is open, and the one at the old
-/// port if it can. Settings, tables and index stay; the live settings are sent to the camera again, and the
-/// stream starts with an empty ring.
+/// is on the bus now. Of several cameras of that number it takes none that is open or at the port of another
+/// open one, and the one at its old port if it can. Settings, tables and index stay; the live settings are
+/// sent to the camera again, and the stream starts with an empty ring.
 ///
 /// NOT_OPEN when it was closed meanwhile; NO_DEVICE for a camera that never had a device, and while the
 /// camera is not there: it then stays open without a device, and the call may be repeated. Queries in other

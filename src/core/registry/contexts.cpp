@@ -77,6 +77,15 @@ bool is_attached(libusb_device* device) {
   return camera_of(device) != nullptr;
 }
 
+bool was_opened_at(const UsbPort& port, const SerialRecord& serial) {
+  Slots& all = slots();
+  const std::lock_guard lock(all.mutex);
+  return std::ranges::any_of(all.contexts, [&](const ContextRef& camera) {
+    return camera != nullptr && !camera->device.is_virtual && camera->parameter.serial_number == serial &&
+           camera->device.port.load() == port;
+  });
+}
+
 bool is_serial_open(std::string_view serial) {
   Slots& all = slots();
   const std::lock_guard lock(all.mutex);

@@ -35,6 +35,9 @@ ContextRef camera_of(libusb_device* device);
 /// Whether that device is an open camera's.
 bool is_attached(libusb_device* device);
 
+/// Whether an open camera with that serial number has its device at that port, or had it there last.
+bool was_opened_at(const UsbPort& port, const SerialRecord& serial);
+
 /// Whether a camera with that serial number is open; without the blanks at its end.
 bool is_serial_open(std::string_view serial);
 

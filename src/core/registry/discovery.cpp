@@ -160,16 +160,18 @@ std::string port_name(const UsbPort& port) {
   return name;
 }
 
-DeviceHandle find_by_serial(const Enumeration& bus, const SerialRecord& serial, uint32_t product_id,
-                            const UsbPort& port) {
+DeviceHandle find_device_of(const CameraContext& camera, const Enumeration& bus) {
+  const SerialRecord& serial = camera.parameter.serial_number;
+  const UsbPort own = camera.device.port;
   DeviceHandle first;
   for (const DeviceHandle& device : bus.devices()) {
     libusb_device_handle* handle = device.get();
-    const bool at_port = port_of(libusb_get_device(handle)) == port;
-    if (!is_camera(handle) || (first != nullptr && !at_port) || is_attached(libusb_get_device(handle)))
+    const UsbPort port = port_of(libusb_get_device(handle));
+    if (!is_camera(handle) || (first != nullptr && port != own) || is_attached(libusb_get_device(handle)))
       continue;
-    if (true_product(handle) != product_id || read_serial(handle) != serial) continue;
-    if (at_port) return device;
+    if (port != own && was_opened_at(port, serial)) continue;
+    if (true_product(handle) != camera.model().PID || read_serial(handle) != serial) continue;
+    if (port == own) return device;
     first = device;
   }
   return first;

@@ -61,10 +61,10 @@ SerialRecord read_serial(libusb_device_handle* handle);
 /// A serial number without the blanks at its end.
 std::string_view trimmed(std::string_view serial);
 
-/// The camera with that serial number and product id that is not open: the one at `port`, or else the first
-/// on the bus. Null when there is none.
-DeviceHandle find_by_serial(const Enumeration& bus, const SerialRecord& serial, uint32_t product_id,
-                            const UsbPort& port);
+/// The device that an open camera without one takes: of those with its serial number and model the one at
+/// its port, or else the first that is neither open nor where another open camera of that number lost its
+/// own. Null when there is none.
+DeviceHandle find_device_of(const CameraContext& camera, const Enumeration& bus);
 
 /// Identity of the camera at that position on the bus, read from the camera itself; outputs may be null.
 ///

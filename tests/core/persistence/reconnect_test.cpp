@@ -120,7 +120,14 @@ TEST_F(Reconnect, TellsCamerasOfOneSerialNumberApart) {
   bus_.unplug(*second);
   EXPECT_EQ(code_of(CameraReconnect, 1), KXCAM_ERROR_NO_DEVICE) << "the other one is open";
   bus_.plug(second, 9);
+  EXPECT_EQ(CameraReconnect(1), 0U) << "at another port";
+  bus_.unplug(*first);
+  bus_.unplug(*second);
+  bus_.plug(second, 9);
+  EXPECT_EQ(code_of(CameraReconnect, 0), KXCAM_ERROR_NO_DEVICE) << "the other one is back before it";
+  bus_.plug(first);
   EXPECT_EQ(CameraReconnect(1), 0U);
+  EXPECT_EQ(CameraReconnect(0), 0U);
   CameraFree(0);
   bus_.replug(second);
   first->clear_requests();
