@@ -2,15 +2,22 @@
 #include "core/acquisition/frame_reader.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <utility>
+
+#include <pthread.h>
 
 #include "core/control/trigger.h"
 #include "core/registry/camera_context.h"
 #include "sync/clock.h"
 #include "usb/kxusb.h"
+#include "usb/message.h"
 
 namespace kxcam {
 
@@ -170,7 +177,30 @@ class FrameCollector {
 
 }  // namespace
 
+namespace {
+
+/// Real-time scheduling for the calling thread if the environment asks for it: between two transfers nobody
+/// takes what the camera sends, and a busy system may make that long.
+void take_priority() {
+  const char* wish = secure_getenv("KXCAM_READER_PRIORITY");
+  if (wish == nullptr) return;
+  sched_param priority{};
+  const char* end = wish + std::strlen(wish);
+  const auto [rest, error] = std::from_chars(wish, end, priority.sched_priority);
+  const bool number = error == std::errc() && rest == end;
+  if (number && pthread_setschedparam(pthread_self(), SCHED_FIFO | SCHED_RESET_ON_FORK, &priority) == 0)
+    return;
+  try {
+    say(stderr, "KXCAM_READER_PRIORITY has no effect: no number, or none that the system grants.\n");
+  } catch (const std::bad_alloc&) {
+    // The thread goes on without a word.
+  }
+}
+
+}  // namespace
+
 void reader(CameraContext& context) {
+  take_priority();
   FrameCollector collector(context);
   while (context.stream.running) collector.collect();
 }

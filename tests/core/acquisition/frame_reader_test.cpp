@@ -1,8 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <atomic>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include <gmock/gmock.h>
+#include <sched.h>
 
 #include "camera_bus.h"
+#include "kxcam/extra.h"
 
 namespace kxcam::test {
 namespace {
@@ -87,6 +95,42 @@ TEST_F(FrameReader, TheFirstShotAfterAChangeOfGeometryIsDelivered) {
   ASSERT_EQ(CameraSetResolution(0, 0, nullptr, nullptr), 0U);
   ASSERT_EQ(CameraTriggerShot(0), 0U);
   EXPECT_FALSE(query_raw(1).empty());
+}
+
+/// Threads of this process that run in real time with that priority.
+int threads_of_priority(int priority) {
+  int count = 0;
+  for (const auto& task : std::filesystem::directory_iterator("/proc/self/task")) {
+    const pid_t thread = std::stoi(task.path().filename());
+    sched_param own{};
+    const bool real_time = (sched_getscheduler(thread) & ~SCHED_RESET_ON_FORK) == SCHED_FIFO;
+    if (real_time && sched_getparam(thread, &own) == 0 && own.sched_priority == priority) ++count;
+  }
+  return count;
+}
+
+TEST_F(FrameReader, TakesThePriorityThatIsAskedForOrSaysThatItCannot) {
+  std::vector<std::string> messages;
+  kxcam_set_message_handler(
+      [](const char* text, void* data) { static_cast<std::vector<std::string>*>(data)->emplace_back(text); },
+      &messages);
+  const auto open_with = [&](const char* priority) {
+    setenv("KXCAM_READER_PRIORITY", priority, 1);
+    messages.clear();
+    open("3600");
+    EXPECT_FALSE(query_raw(20).empty());
+  };
+  open_with("7");
+  EXPECT_EQ(threads_of_priority(7), messages.empty() ? 1 : 0);
+  for (const char* wrong : {"100", "7 "}) {
+    SCOPED_TRACE(wrong);
+    CameraFree(0);
+    bus_.unplug_all();
+    open_with(wrong);
+    EXPECT_THAT(messages, testing::ElementsAre(testing::HasSubstr("KXCAM_READER_PRIORITY")));
+  }
+  unsetenv("KXCAM_READER_PRIORITY");
+  kxcam_set_message_handler(nullptr, nullptr);
 }
 
 }  // namespace
