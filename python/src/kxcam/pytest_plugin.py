@@ -250,6 +250,8 @@ def _run_apart(item: pytest.Item, mark: pytest.Mark) -> Iterator[pytest.TestRepo
     for last in map(json.loads, lines):
         report = item.config.hook.pytest_report_from_serializable(config=item.config, data=last)
         report.nodeid, report.location = item.nodeid, item.location
+        if isinstance(report.longrepr, list):
+            report.longrepr = tuple(report.longrepr)  # where a test was skipped: JSON has no tuples
         yield report
     if last.get("when") != "teardown":
         yield _report(item, "failed", f"the test's process {status}\n{output}")
