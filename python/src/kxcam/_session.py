@@ -268,6 +268,7 @@ class Session(ControlProperties):
 
 
 def _close_forgotten(handle: Handle) -> None:
-    if not handle.closed and not sys.is_finalizing():
-        warnings.warn("a camera was not closed: use it in a `with` block", ResourceWarning, stacklevel=2)
+    forgotten = not handle.closed
     handle.close()
+    if forgotten and not sys.is_finalizing():
+        warnings.warn("a camera was not closed: use it in a `with` block", ResourceWarning, stacklevel=2)
