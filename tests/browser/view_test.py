@@ -52,27 +52,39 @@ class Page(unittest.TestCase):
         token = viewer.address.split("#")[1]
         self.assertNotIn(token, self.browser.run("return location.href"))
         numbers = [self.browser.run("return window.kxcam.picture().number")]
-        wait_for("newer pictures", lambda: self.browser.run("return window.kxcam.picture().number") > numbers[0] + 5)
+        wait_for(
+            "newer pictures",
+            lambda: self.browser.run("return window.kxcam.picture().number") > numbers[0] + 5,
+        )
         self.browser.call("POST", "/refresh", {})
         wait_for("pictures", lambda: self.browser.run("return window.kxcam?.frames > 3"))
         self.assertEqual(self.text("#state"), "live")
         self.browser.press(" ")
-        wait_for("a pause", lambda: self.browser.run("return document.getElementById('pause').innerText") == "Go on")
+        wait_for(
+            "a pause",
+            lambda: self.browser.run("return document.getElementById('pause').innerText") == "Go on",
+        )
         self.browser.press(" ")
 
     def test_slider_and_field_change_the_camera(self):
         self.view("3600,fps=30,light=1")
-        self.browser.run("const s = document.querySelector('[data-name=gain] [type=range]');"
-                         "for (let v = 100; v <= 900; v += 50) { s.value = v; s.dispatchEvent(new Event('input')); }")
+        self.browser.run(
+            "const s = document.querySelector('[data-name=gain] [type=range]');"
+            "for (let v = 100; v <= 900; v += 50) { s.value = v; s.dispatchEvent(new Event('input')); }"
+        )
         wait_for("the gain", lambda: self.control("gain") and abs(self.control("gain") - 230) < 3)
         exposure = self.control("exposure")
-        self.browser.run("const n = document.getElementById('control-exposure-ms');"
-                         "n.value = '33'; n.dispatchEvent(new Event('change'));")
+        self.browser.run(
+            "const n = document.getElementById('control-exposure-ms');"
+            "n.value = '33'; n.dispatchEvent(new Event('change'));"
+        )
         wait_for("the exposure in lines", lambda: self.control("exposure") != exposure)
         field = "return document.getElementById('control-exposure').value"
         wait_for("its field", lambda: self.browser.run(field) == str(round(self.control("exposure"))))
-        self.browser.run("const n = document.getElementById('control-gain');"
-                         "n.value = '900'; n.dispatchEvent(new Event('change'));")
+        self.browser.run(
+            "const n = document.getElementById('control-gain');"
+            "n.value = '900'; n.dispatchEvent(new Event('change'));"
+        )
         wait_for("a refusal", lambda: "gain: 900 is not in 1..255" in self.text("#message"))
         self.browser.log()  # a refusal is an error to the browser's console
 
@@ -126,8 +138,10 @@ class Page(unittest.TestCase):
         self.view(f"3600,fps=30,name={name}", "369B,fps=30,serial=OTHER")
         self.assertIn(name, self.browser.run("return document.getElementById('cameras').innerText"))
         self.assertEqual(self.browser.run("return document.images.length"), 0)
-        self.browser.run("const c = document.getElementById('cameras'); c.selectedIndex = 1;"
-                         "c.dispatchEvent(new Event('change'));")
+        self.browser.run(
+            "const c = document.getElementById('cameras'); c.selectedIndex = 1;"
+            "c.dispatchEvent(new Event('change'));"
+        )
         wait_for("the other camera", lambda: "M12" in self.browser.run("return document.title"))
         wait_for("its picture", lambda: "Grey" in self.text("#levels"))
 
@@ -139,10 +153,12 @@ class Page(unittest.TestCase):
             self.assertLessEqual(wide, 0)
         finally:
             self.browser.call("POST", "/window/rect", {"width": 1280, "height": 860})
-        nameless = self.browser.run("""
+        nameless = self.browser.run(
+            """
             return [...document.querySelectorAll("button, input, select, canvas, dialog")].filter((e) =>
               !(e.innerText || e.title || e.ariaLabel || e.getAttribute("aria-labelledby") || e.labels?.length ||
-                e.ariaHidden || e.hidden)).map((e) => e.outerHTML)""")
+                e.ariaHidden || e.hidden)).map((e) => e.outerHTML)"""
+        )
         self.assertEqual(nameless, [])
 
 

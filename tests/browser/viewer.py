@@ -21,8 +21,13 @@ class Viewer:
         for camera in cameras:
             line += ["--camera", camera]
         line += ["--", BUILD / "tools/kxcam/kxcam", "view", "--no-open", "--directory", self.recordings]
-        self.process = subprocess.Popen(line, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL, text=True,
-                                        env=dict(os.environ, KXSIM_SOCKET=self.socket))
+        self.process = subprocess.Popen(
+            line,
+            stdout=subprocess.PIPE,
+            stderr=subprocess.DEVNULL,
+            text=True,
+            env=dict(os.environ, KXSIM_SOCKET=self.socket),
+        )
         self.address = self.process.stdout.readline().strip()
 
     def tell_simulator(self, words):

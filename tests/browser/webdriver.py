@@ -56,23 +56,42 @@ class Browser:
         return words[0].rstrip(".") if words else None
 
     def _start(self, width, height, dark, scale):
-        arguments = ["--headless=new", "--disable-gpu", "--hide-scrollbars", "--disable-dev-shm-usage",
-                     f"--user-data-dir={self.folder.name}/profile", f"--force-device-scale-factor={scale}",
-                     f"--window-size={width},{height}"]
+        arguments = [
+            "--headless=new",
+            "--disable-gpu",
+            "--hide-scrollbars",
+            "--disable-dev-shm-usage",
+            f"--user-data-dir={self.folder.name}/profile",
+            f"--force-device-scale-factor={scale}",
+            f"--window-size={width},{height}",
+        ]
         if os.geteuid() == 0:  # Chromium's sandbox is not for root
             arguments.append("--no-sandbox")
         if dark:
             arguments.append("--force-dark-mode")
-        options = {"args": arguments, "binary": shutil.which("chromium"),
-                   "prefs": {"download.default_directory": self.downloads}}
-        reply = self._call("POST", "/session", {"capabilities": {"alwaysMatch": {
-            "goog:chromeOptions": options, "goog:loggingPrefs": {"browser": "ALL"}}}})
+        options = {
+            "args": arguments,
+            "binary": shutil.which("chromium"),
+            "prefs": {"download.default_directory": self.downloads},
+        }
+        reply = self._call(
+            "POST",
+            "/session",
+            {
+                "capabilities": {
+                    "alwaysMatch": {"goog:chromeOptions": options, "goog:loggingPrefs": {"browser": "ALL"}}
+                }
+            },
+        )
         return reply["sessionId"]
 
     def _call(self, method, path, body=None):
-        request = urllib.request.Request(self.base + path, method=method,
-                                         data=None if body is None else json.dumps(body).encode(),
-                                         headers={"Content-Type": "application/json"})
+        request = urllib.request.Request(
+            self.base + path,
+            method=method,
+            data=None if body is None else json.dumps(body).encode(),
+            headers={"Content-Type": "application/json"},
+        )
         try:
             with urllib.request.urlopen(request, timeout=LONG) as reply:
                 return json.load(reply)["value"]
@@ -99,26 +118,62 @@ class Browser:
         self.call("POST", f"/element/{self.element(selector)}/value", {"text": keys})
 
     def press(self, key):
-        self._act([{"type": "key", "id": "keyboard", "actions": [
-            {"type": "keyDown", "value": key}, {"type": "keyUp", "value": key}]}])
+        self._act(
+            [
+                {
+                    "type": "key",
+                    "id": "keyboard",
+                    "actions": [{"type": "keyDown", "value": key}, {"type": "keyUp", "value": key}],
+                }
+            ]
+        )
 
     def drag(self, selector, start, end):
         """From one place of an element to another, both in parts of its size."""
-        box = self.run("const b = document.querySelector(arguments[0]).getBoundingClientRect();"
-                       "return [b.left, b.top, b.width, b.height]", selector)
-        (x0, y0), (x1, y1) = [(round(box[0] + x * box[2]), round(box[1] + y * box[3])) for x, y in (start, end)]
+        box = self.run(
+            "const b = document.querySelector(arguments[0]).getBoundingClientRect();"
+            "return [b.left, b.top, b.width, b.height]",
+            selector,
+        )
+        (x0, y0), (x1, y1) = [
+            (round(box[0] + x * box[2]), round(box[1] + y * box[3])) for x, y in (start, end)
+        ]
         move = {"type": "pointerMove", "origin": "viewport"}
-        steps = [dict(move, duration=0, x=x0, y=y0), {"type": "pointerDown", "button": 0},
-                 dict(move, duration=50, x=(x0 + x1) // 2, y=(y0 + y1) // 2), dict(move, duration=50, x=x1, y=y1),
-                 {"type": "pointerUp", "button": 0}]
-        self._act([{"type": "pointer", "id": "mouse", "parameters": {"pointerType": "mouse"}, "actions": steps}])
+        steps = [
+            dict(move, duration=0, x=x0, y=y0),
+            {"type": "pointerDown", "button": 0},
+            dict(move, duration=50, x=(x0 + x1) // 2, y=(y0 + y1) // 2),
+            dict(move, duration=50, x=x1, y=y1),
+            {"type": "pointerUp", "button": 0},
+        ]
+        self._act(
+            [{"type": "pointer", "id": "mouse", "parameters": {"pointerType": "mouse"}, "actions": steps}]
+        )
 
     def hover(self, selector, x, y):
-        box = self.run("const b = document.querySelector(arguments[0]).getBoundingClientRect();"
-                       "return [b.left, b.top, b.width, b.height]", selector)
-        self._act([{"type": "pointer", "id": "mouse", "parameters": {"pointerType": "mouse"}, "actions": [
-            {"type": "pointerMove", "origin": "viewport", "duration": 10,
-             "x": round(box[0] + x * box[2]), "y": round(box[1] + y * box[3])}]}])
+        box = self.run(
+            "const b = document.querySelector(arguments[0]).getBoundingClientRect();"
+            "return [b.left, b.top, b.width, b.height]",
+            selector,
+        )
+        self._act(
+            [
+                {
+                    "type": "pointer",
+                    "id": "mouse",
+                    "parameters": {"pointerType": "mouse"},
+                    "actions": [
+                        {
+                            "type": "pointerMove",
+                            "origin": "viewport",
+                            "duration": 10,
+                            "x": round(box[0] + x * box[2]),
+                            "y": round(box[1] + y * box[3]),
+                        }
+                    ],
+                }
+            ]
+        )
 
     def _act(self, actions):
         self.call("POST", "/actions", {"actions": actions})
@@ -127,9 +182,9 @@ class Browser:
         """What the browser's console has shown since the last call."""
         return self.call("POST", "/se/log", {"type": "browser"})
 
-    def screenshot(self, file):
-        with open(file, "wb") as out:
-            out.write(base64.b64decode(self.call("GET", "/screenshot")))
+    def screenshot(self):
+        """The bytes of a PNG file."""
+        return base64.b64decode(self.call("GET", "/screenshot"))
 
     def _end_driver(self):
         self.driver.terminate()

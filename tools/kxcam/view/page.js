@@ -388,30 +388,42 @@ function rounded(control, value) {
 
 const textOf = (control, value) => (control.whole ? String(value) : String(Number(value.toPrecision(6))));
 
+function rangeOf({ choices, minimum, maximum, unit, step }) {
+  if (choices) return choices.join(", ");
+  const steps = step ? `, in steps of ${step}` : "";
+  return `${minimum} to ${maximum}${unit ? ` ${unit}` : ""}${steps}`;
+}
+
 function makeRow(control) {
   const id = `control-${control.name}`;
-  const range = control.choices ? control.choices.join(", ") : `${control.minimum} to ${control.maximum} ${control.unit}`;
-  const title = `${control.description} (${range}${control.step ? `, in steps of ${control.step}` : ""})`;
+  const title = `${control.description}: ${rangeOf(control)}`;
   const label = el("label", { textContent: control.name, title, htmlFor: id });
   const row = el("div", { className: "control" }, label);
   row.dataset.name = control.name;
+  const explained = el("div", { className: "about", id: `${id}-about`, textContent: title });
   const reset = el("button", { className: "reset", type: "button", textContent: "↺", title: `Back to ${control.neutral}` });
   reset.setAttribute("aria-label", `Reset ${control.name}`);
   reset.onclick = () => set(control.name, control.neutral);
-  const unit = el("span", { className: "unit" }, control.unit && control.neutral === undefined ? control.unit : reset);
+  const unit = el("span", { className: "unit", textContent: control.unit });
+  const finish = (input) => {
+    input.setAttribute("aria-describedby", explained.id);
+    row.append(unit, control.neutral === undefined ? "" : reset, explained);
+  };
   const change = (value) => {
     row.classList.toggle("changed", control.neutral !== undefined && value !== control.neutral);
   };
   if (control.choices?.length === 2 && control.choices[0] === "off") {
     const box = el("input", { type: "checkbox", id, className: "wide" });
     box.onchange = () => set(control.name, +box.checked);
-    row.append(box, unit);
+    row.append(box);
+    finish(box);
     return { row, show: (value) => { box.checked = value === 1; change(value); } };
   }
   if (control.choices) {
     const list = el("select", { id, className: "wide" }, ...control.choices.map((word, value) => new Option(word, value)));
     list.onchange = () => set(control.name, +list.value);
-    row.append(list, unit);
+    row.append(list);
+    finish(list);
     return { row, show: (value) => { list.value = value; change(value); } };
   }
   const { place, value } = scaleOf(control);
@@ -433,8 +445,8 @@ function makeRow(control) {
       set(control.name, wanted);
     }
   };
-  row.append(slider, number, unit);
-  if (control.unit && control.neutral !== undefined) unit.prepend(el("span", { textContent: `${control.unit} `, hidden: true }));
+  row.append(slider, number);
+  finish(number);
   return {
     row,
     show: (now) => {
