@@ -69,16 +69,6 @@ TEST_F(Geometry, PresetsAndRegionsChangeThePictureAndFailuresDoNot) {
   EXPECT_EQ(image_size(), std::pair(64, 48));
 }
 
-TEST_F(Geometry, ARotatedRegionHasTheSizeThatWasAskedFor) {
-  const auto camera = open("3600");
-  ASSERT_EQ(CameraSetRotate(0, 90), 0U);
-  ASSERT_EQ(CameraSetROI(0, 8, 16, 64, 128), 0U);
-  EXPECT_EQ(camera->readout().width, 128);
-  EXPECT_EQ(camera->readout().height, 64);
-  EXPECT_EQ(image_size(), std::pair(64, 128));
-  EXPECT_FALSE(query(KXCAM_FORMAT_COLOR).empty());
-}
-
 TEST_F(Geometry, SizesThatFitNoIntAreRefused) {
   ASSERT_EQ(CameraInitVirtual(0, 0x3600, nullptr), 0U);
   const auto of = [](int width, int height, int format) {

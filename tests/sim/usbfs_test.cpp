@@ -9,24 +9,85 @@
 #include <dirent.h>
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <libusb.h>
 #include <sys/ioctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include "device/fault_script.h"
 #include "device/vendor_request.h"
-#include "libusb_session.h"
+#include "eventually.h"
+#include "usbfs/virtual_bus.h"
 
 namespace kxsim {
 namespace {
 
+using kxcam::test::eventually;
 using std::chrono::milliseconds;
 using std::chrono::steady_clock;
 using testing::ElementsAre;
 
 constexpr int kRoom = 640 * 480 + 1024;  // for a frame of 0x304B
 
-class Usbfs : public LibusbSession {};
+struct CloseHandle {
+  void operator()(libusb_device_handle* handle) const { libusb_close(handle); }
+};
+using Handle = std::unique_ptr<libusb_device_handle, CloseHandle>;
+
+std::shared_ptr<SimulatedCamera> make_camera(const char* description) {
+  return std::make_shared<SimulatedCamera>(parse_camera_options(description));
+}
+
+/// A libusb context on an empty virtual bus.
+class Usbfs : public testing::Test {
+ protected:
+  void TearDown() override {
+    stop();
+    EXPECT_EQ(bus_.open_nodes(), 0U) << "no test may leave a node open";
+    EXPECT_EQ(bus_.memory().used(), 0U);
+    bus_.unplug_all();
+    bus_.memory().set_limit(MemoryBudget::kKernelDefault);
+  }
+
+  void start() { ASSERT_EQ(libusb_init(&context_), 0); }
+  void stop() {
+    if (context_ != nullptr) libusb_exit(context_);
+    context_ = nullptr;
+  }
+
+  /// Opens the n-th device; `error` takes libusb's code.
+  Handle open(size_t number = 0, int* error = nullptr) {
+    libusb_device** list = nullptr;
+    libusb_device_handle* handle = nullptr;
+    const auto count = libusb_get_device_list(context_, &list);
+    int result = LIBUSB_ERROR_NOT_FOUND;
+    if (count > static_cast<ssize_t>(number)) result = libusb_open(list[number], &handle);
+    if (count >= 0) libusb_free_device_list(list, 1);
+    if (error != nullptr) *error = result;
+    return Handle(handle);
+  }
+
+  /// Plugs in one camera, starts libusb and opens it.
+  Handle open_one(const std::shared_ptr<SimulatedCamera>& camera) {
+    bus_.plug(camera);
+    start();
+    return open();
+  }
+
+  static int read(const Handle& handle, int length, unsigned timeout, int* transferred = nullptr) {
+    std::vector<unsigned char> data(static_cast<size_t>(length));
+    int ignored = 0;
+    return libusb_bulk_transfer(handle.get(), 0x81, data.data(), length,
+                                transferred == nullptr ? &ignored : transferred, timeout);
+  }
+  static int ask(const Handle& handle, uint8_t request, unsigned timeout = 1000) {
+    unsigned char reply[10];
+    return libusb_control_transfer(handle.get(), 0xC0, request, 0, 0, reply, sizeof reply, timeout);
+  }
+
+  VirtualBus& bus_ = VirtualBus::instance();
+  libusb_context* context_ = nullptr;
+};
 
 TEST_F(Usbfs, TimeOutsAreKeptAndCanCarryData) {
   const auto camera = make_camera("304B,fps=0");
@@ -67,7 +128,8 @@ TEST_F(Usbfs, ResetAndPulledCableEndAPendingReadAtOnce) {
   EXPECT_NE(libusb_reset_device(handle.get()), 0);
 }
 
-TEST_F(Usbfs, OneHandleHasTheInterface) {
+TEST_F(Usbfs, OneHandleHasTheInterfaceAndAllAreCounted) {
+  const auto opened_before = bus_.nodes_opened();
   const auto camera = make_camera("0x3500");
   const auto first = open_one(camera);
   auto second = open();
@@ -79,21 +141,13 @@ TEST_F(Usbfs, OneHandleHasTheInterface) {
   EXPECT_EQ(ask(second, kFirmwareVersion), 4) << "requests need no claim";
   EXPECT_EQ(libusb_release_interface(first.get(), 0), 0);
   EXPECT_EQ(libusb_claim_interface(second.get(), 0), 0);
+  EXPECT_EQ(bus_.open_nodes(), 2U);
   second.reset();
+  EXPECT_EQ(bus_.open_nodes(), 1U);
   EXPECT_EQ(libusb_claim_interface(first.get(), 0), 0) << "closing releases";
   camera->inject({.claim_busy = true});
   EXPECT_EQ(libusb_release_interface(first.get(), 0), 0);
   EXPECT_EQ(libusb_claim_interface(first.get(), 0), LIBUSB_ERROR_BUSY);
-}
-
-TEST_F(Usbfs, NodesAreCountedAndMayBeRefused) {
-  const auto camera = make_camera("0x3500");
-  const auto opened_before = bus_.nodes_opened();
-  auto first = open_one(camera);
-  auto second = open();
-  EXPECT_EQ(bus_.open_nodes(), 2U);
-  first.reset();
-  EXPECT_EQ(bus_.open_nodes(), 1U);
   camera->inject({.open_denied = true});
   int error = 0;
   EXPECT_FALSE(open(0, &error));

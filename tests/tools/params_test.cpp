@@ -124,18 +124,4 @@ TEST_F(Params, SettingsThatTheCameraDoesNotKeepAreNamed) {
   EXPECT_EQ(run(camera(), {"params", "store", "target=250", "black-level=10"}).status, 2);
 }
 
-// Whatever mixture of old and new settings a power cut leaves, the camera opens and a file puts it right.
-TEST_F(Params, AFilePutsACameraRightAfterAPowerCut) {
-  const auto name = write("c.conf", "gain = 120\nexposure = 300\nframe-rate = 5\nmirror-x = on\n");
-  for (const int bytes : {0, 3, 40}) {
-    Cameras dying = camera();
-    dying.faults = "eeprom dies after " + std::to_string(bytes);
-    EXPECT_EQ(run(dying, {"params", "load", name}).status, 1) << bytes;
-    output_of(camera(), {"params", "load", name});
-    EXPECT_EQ(output_of(camera(), {"get", "gain", "exposure", "frame-rate", "mirror-x"}),
-              "gain=120\nexposure=300\nframe-rate=5\nmirror-x=on\n");
-    output_of(camera(), {"params", "reset"});
-  }
-}
-
 }  // namespace

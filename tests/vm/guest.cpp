@@ -154,15 +154,16 @@ class OpenCamera {
     CameraSetTimeout(index_, 500);
     require(last - first < 2 * count, "of " + std::to_string(last - first) + " frames most were lost");
   }
-  /// Takes frames until a query fails for want of one. Returns how long it waited, in milliseconds.
-  double wait_for_no_frame() {
+  /// Takes frames until a query fails for want of one, after its time-out of half a second.
+  void wait_for_no_frame() {
     for (int i = 0; i < 1000; ++i) {
       const auto begin = Clock::now();
       try {
         numbered_frame();
       } catch (const std::runtime_error&) {
-        if (last_error == KXCAM_ERROR_NO_FRAME) return milliseconds_since(begin);
-        throw;
+        if (last_error != KXCAM_ERROR_NO_FRAME) throw;
+        const double waited = milliseconds_since(begin);
+        return require(waited > 495 && waited < 5000, "a query waits for " + std::to_string(waited) + " ms");
       }
     }
     throw std::runtime_error("frames still arrive");
@@ -196,16 +197,8 @@ class OpenCamera {
 
 // A camera that nothing happens to.
 
-void found_behind_the_generic_id() {
-  wait_for_cameras(1);
-  char name[64] = {};
-  int product = 0;
-  require_success(CameraGetName(index_of(kFiveMegapixels), nullptr, name), "CameraGetName");
-  require_success(CameraGetID(0, nullptr, &product), "CameraGetID");
-  require(name == std::string("Model 5MP-C(0)") && product == 0x3500, std::string("the name is ") + name);
-}
-
 void reset_at_open() {
+  wait_for_cameras(1);
   const size_t before = kernel_resets();
   const OpenCamera camera(kFiveMegapixels);
   require(kernel_resets() == before + 1, "the kernel reports no reset, or several");
@@ -249,16 +242,6 @@ void unplugged_while_streaming() {
   OpenCamera(kFiveMegapixels).numbered_frames(3);
 }
 
-void reconnected() {
-  OpenCamera camera(kFiveMegapixels);
-  camera.numbered_frames(3);
-  tell_host("unplug 1");
-  wait_for_cameras(0);
-  tell_host("plug 1");
-  camera.reconnect();
-  camera.numbered_frames(5);
-}
-
 void shaken() {
   OpenCamera camera(kFiveMegapixels);
   tell_host("fault camera 1 unplug after 4 frames back after 20ms");
@@ -295,15 +278,6 @@ void no_answer() {
   camera.numbered_frames(8);
   tell_host("clear-faults");
   require(eventually([&] { return camera.answers(); }), "no answer any more");
-}
-
-void no_frames() {
-  OpenCamera camera(kFiveMegapixels);
-  tell_host("fault camera 1 stream ends after 2");
-  const double waited = camera.wait_for_no_frame();
-  require(waited > 495 && waited < 5000, "a query waits for " + std::to_string(waited) + " ms");
-  tell_host("clear-faults");
-  camera.numbered_frames(2);
 }
 
 /// After the error the library resets the device, which stops its stream, until it is reconnected.
@@ -494,15 +468,12 @@ constexpr struct {
   const char* name;
   void (*run)();
 } kCases[] = {
-    {"a camera behind the generic product id is found", found_behind_the_generic_id},
     {"opening resets the device", reset_at_open},
     {"requests are answered while frames of 5 megapixels stream", requests_while_streaming},
     {"a camera is unplugged while frames stream", unplugged_while_streaming},
-    {"a camera is unplugged, plugged in and reconnected", reconnected},
     {"a loose plug is survived", shaken},
     {"a camera is unplugged during a request", unplugged_during_a_request},
     {"a camera that answers no request fails in time", no_answer},
-    {"a query without a frame fails in time", no_frames},
     {"a stalled stream is reset and reconnected", [] { stream_error("stall"); }},
     {"a stream with an overflow is reset and reconnected", [] { stream_error("overflow"); }},
     {"cameras of both speeds that are plugged in later are found", plugged_in_later},
