@@ -47,6 +47,7 @@ TEST_F(Reconnect, FailsUntilTheCameraIsThere) {
   EXPECT_EQ(code_of(CameraReconnect, 256), KXCAM_ERROR_INDEX);
   EXPECT_EQ(code_of(CameraReconnect, 0), KXCAM_ERROR_NOT_OPEN);
   const auto camera = open("3600");
+  ASSERT_TRUE(eventually([&] { return camera->counters().frames_sent >= 3; })) << "so that some wait";
   bus_.unplug(*camera);
   for (int n = 0; n < 2; ++n) EXPECT_EQ(code_of(CameraReconnect, 0), KXCAM_ERROR_NO_DEVICE);
   EXPECT_EQ(CameraReset(0), 0U) << "the camera stays open";
