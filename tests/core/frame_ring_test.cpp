@@ -69,6 +69,17 @@ TEST_F(FrameRingTest, TakeWaitsAtLeastItsLimitAndEndsWhenStopped) {
   EXPECT_EQ(take(60'000), -1);
 }
 
+TEST_F(FrameRingTest, ATimeLimitBeginsWithTheTurn) {
+  const uint64_t start = GetTickCount();
+  const auto wait = [&] {
+    EXPECT_EQ(ring_.take(kFrame, {.limit_ms = 150, .counts_from_turn = true}).buffer, -1);
+  };
+  std::thread other(wait);
+  wait();
+  other.join();
+  EXPECT_GE(GetTickCount() - start, 300U);
+}
+
 TEST_F(FrameRingTest, FramesOfAnotherGeometryAreDroppedEvenOfTheSameLength) {
   fill(kTurnedFrame);
   fill(kTurnedFrame);

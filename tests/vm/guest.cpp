@@ -451,6 +451,7 @@ void other_side_killed() {
   // A process of its own has a camera with settings of its own, but the serial number is the same.
   camera.reconnect();
   camera.numbered_frames(3);
+  wait_for_cameras(4);
 }
 
 /// Last of all: transfers without a claimed interface, for one, the kernel carries out, but reports.

@@ -2,6 +2,7 @@
 #include <functional>
 
 #include "camera_bus.h"
+#include "sync/clock.h"
 
 // The settings that a camera keeps in its memory: their cells, what comes back, and what is left out when a
 // cell cannot be read or written.
@@ -137,7 +138,9 @@ TEST_F(StoredSettings, EachHasItsCellsAndOutlivesAPowerCycle) {
   for (const Setting& each : settings) EXPECT_EQ(each.set(), 0U) << each.name;
   for (const Setting& each : settings) EXPECT_EQ(each.get(), each.set_value) << each.name;
   camera->clear_requests();
+  const uint64_t start = GetTickCount();
   EXPECT_EQ(CameraSaveParameter(0, 1), 0U);
+  EXPECT_GE(GetTickCount() - start, 5 * camera->requests(kEepromWrite).size()) << "the memory needs a pause";
 
   const uint16_t set1 = kSet0 + kSetSize;
   for (const Setting& each : settings)
@@ -161,6 +164,16 @@ TEST_F(StoredSettings, EachHasItsCellsAndOutlivesAPowerCycle) {
   EXPECT_EQ(camera->sensor_register(0x3204), 76) << "and has reached the sensor";
   EXPECT_EQ(camera->isp_register(9), 255);
   EXPECT_EQ(camera->isp_register(13), 9);
+}
+
+TEST_F(StoredSettings, APresetEndsTheRegion) {
+  const auto camera = init("3600");
+  EXPECT_EQ(CameraSetROI(0, 16, 32, 64, 48), 0U);
+  for (const bool region : {true, false}) {
+    EXPECT_EQ(CameraSaveParameter(0, 0), 0U);
+    EXPECT_EQ(cells(*camera, kSet0 + 0x1C, 2), (region ? Bytes{0, 1} : Bytes{1, 0}));
+    EXPECT_EQ(CameraSetResolution(0, 1, nullptr, nullptr), 0U);
+  }
 }
 
 TEST_F(StoredSettings, OnlyTwoSlotsCanBeReached) {
