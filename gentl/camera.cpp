@@ -49,6 +49,8 @@ Camera::Camera(const std::string& serial) {
   check(kxcam_open(serial.c_str(), &index_), "opening the camera");
   try {
     check(kxcam_describe(index_, &description_, sizeof description_), "describing the camera");
+    const std::string_view number = description_.serial;
+    description_.serial[number.find_last_not_of(' ') + 1] = '\0';
     formats_ = pixel_formats_of(description_);
     turn_back();
     select_region(largest_region());
@@ -289,7 +291,9 @@ bool Camera::drop_oldest() {
 bool Camera::drop_if_full() {
   // One place is left for the frame that is arriving: the camera itself drops nothing then, which nobody
   // could count.
-  return statistics().waiting >= kRingFrames - 1 && drop_oldest();
+  const kxcam_statistics now = statistics();
+  if (now.state == KXCAM_GONE) report_loss();
+  return now.waiting >= kRingFrames - 1 && drop_oldest();
 }
 
 void Camera::interrupt() {

@@ -9,7 +9,8 @@
 namespace kxcam::gentl {
 
 void Event::wait(std::unique_lock<std::mutex>& lock, uint64_t timeout_ms) {
-  const auto over = [this] { return closed_ || kills_ > 0 || waiting() > 0; };
+  const uint64_t stops_before = stops();
+  const auto over = [&] { return closed_ || kills_ > 0 || waiting() > 0 || stops() != stops_before; };
   // Longer than anybody waits, and no clock runs over.
   constexpr uint64_t kLongest = uint64_t{1000} * 3600 * 24 * 365;
   bool came = true;
@@ -24,6 +25,7 @@ void Event::wait(std::unique_lock<std::mutex>& lock, uint64_t timeout_ms) {
     fail(kAbort, "the wait was ended");
   }
   if (!came) fail(kTimeout, "nothing came in time");
+  if (waiting() == 0) fail(kAbort, "acquisition was stopped");
 }
 
 void Event::take(void* room, size_t* size, uint64_t timeout_ms) {

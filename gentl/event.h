@@ -41,6 +41,8 @@ class Event : public Module {
   /// Takes the oldest of those that wait.
   virtual void pop(void* room) = 0;
   virtual void clear() = 0;
+  /// A wait ends when it changes.
+  virtual uint64_t stops() const { return 0; }
 
  private:
   void wait(std::unique_lock<std::mutex>& lock, uint64_t timeout_ms);

@@ -33,8 +33,8 @@ bool identify(int index, DeviceEntry& entry) {
   if (CameraGetName(index, serial.data(), name.data()) != 0 || CameraGetID(index, &row, nullptr) != 0)
     return false;
   entry.serial = serial.data();
-  entry.id = printable(serial.data());
-  if (entry.id.empty()) entry.id = "no-serial";
+  entry.serial.resize(entry.serial.find_last_not_of(' ') + 1);
+  entry.id = entry.serial.empty() ? "no-serial" : printable(serial.data());
   entry.name = without_index(printable(name.data()), index);
   const bool known = row >= 0 && row < kModelCount;
   entry.model = known ? model_table[static_cast<size_t>(row)].MODEL : "unknown model";

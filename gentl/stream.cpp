@@ -37,6 +37,7 @@ class Stream::NewBufferEvent : public Event {
  private:
   std::mutex& mutex() override { return stream_->mutex(); }
   std::condition_variable& changed() override { return stream_->camera_->changed(); }
+  uint64_t stops() const override { return stream_->stops_; }
   uint64_t fired() const override { return stream_->pool_.finished() - finished_before_; }
   size_t waiting() const override { return stream_->pool_.awaiting_delivery(); }
   size_t entry_size() const override { return sizeof(NewBuffer); }
@@ -197,6 +198,9 @@ void Stream::stop() {
     if (!grabbing_) fail(kResourceInUse, "acquisition is not started");
   }
   end_thread();
+  const std::lock_guard lock(mutex());
+  ++stops_;
+  notify();
 }
 
 void Stream::end_thread() {

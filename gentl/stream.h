@@ -69,6 +69,7 @@ class Stream : public PortModule {
   uint64_t delivered_ = 0;
   uint64_t underrun_ = 0;
   uint64_t started_ = 0;
+  uint64_t stops_ = 0;
 };
 
 }  // namespace kxcam::gentl

@@ -1,0 +1,324 @@
+// SPDX-License-Identifier: Apache-2.0
+// Pictures through the producer: the same as the library's own, numbered, timed, and ended when they have to.
+#include <algorithm>
+#include <functional>
+#include <thread>
+
+#include "cameras_in_a_program.h"
+#include "kxcam/extra.h"
+
+namespace kxcam::test {
+namespace {
+
+/// Every sample tells where on the sensor it is.
+void fill_with_places(const kxsim::FrameRequest& request, std::span<uint8_t> out) {
+  const auto width = static_cast<size_t>(request.readout.width);
+  const size_t bytes = out.size() / (width * static_cast<size_t>(request.readout.height));
+  for (size_t i = 0; i < out.size(); ++i) {
+    const size_t pixel = i / bytes;
+    const size_t x = static_cast<size_t>(request.readout.x) + pixel % width;
+    const size_t y = static_cast<size_t>(request.readout.y) + pixel / width;
+    out[i] = static_cast<uint8_t>(bytes == 2 && i % 2 == 1 ? (x ^ y) % 16 : x * 7 + y * 13 + x * y / 64);
+  }
+}
+
+class Pictures : public CamerasInAProgram {
+ protected:
+  using Action = kxsim::FrameFault::Action;
+
+  std::shared_ptr<Camera> plug_numbered(const std::string& description) {
+    auto camera = plug(description);
+    camera->set_frame_source(kxsim::fill_numbered_frame);
+    return camera;
+  }
+  int64_t feature(const char* name) { return camera_->integer(name); }
+};
+
+struct Kind {
+  const char* model;
+  std::vector<std::pair<const char*, int>> formats;  ///< by standard name and the library's
+};
+
+const Kind kKinds[] = {
+    {"3030",
+     {{"RGB8", KXCAM_FORMAT_COLOR},
+      {"BGR8", KXCAM_FORMAT_COLOR | KXCAM_FORMAT_BGR},
+      {"Mono8", KXCAM_FORMAT_GREY},
+      {"BayerBG8", KXCAM_FORMAT_RAW}}},
+    {"0120", {{"RGB8", KXCAM_FORMAT_COLOR}, {"BayerGR8", KXCAM_FORMAT_RAW}}},
+    {"303B", {{"Mono8", KXCAM_FORMAT_GREY}}},
+    {"369B", {{"Mono8", KXCAM_FORMAT_GREY}, {"Mono12", KXCAM_FORMAT_RAW}}},
+};
+
+struct Case {
+  const char* name;
+  int format;
+  bool region;
+  bool mirrored;
+};
+constexpr int kX = 32;
+constexpr int kY = 24;
+constexpr int kWidth = 256;
+constexpr int kHeight = 160;
+
+std::vector<Case> cases_of(const Kind& kind) {
+  std::vector<Case> cases;
+  for (const auto& [region, mirrored] :
+       {std::pair(false, false), std::pair(true, false), std::pair(true, true)}) {
+    for (const auto& [name, format] : kind.formats) {
+      if (!mirrored || format != KXCAM_FORMAT_RAW) cases.push_back({name, format, region, mirrored});
+    }
+  }
+  return cases;
+}
+
+/// What the library itself makes of such a camera.
+std::vector<std::vector<uint8_t>> pictures_of_library(const std::vector<Case>& cases) {
+  std::vector<std::vector<uint8_t>> pictures;
+  EXPECT_EQ(CameraInit(0), 0U);
+  CameraSetTimeout(0, 50000);
+  for (const Case& each : cases) {
+    CameraSetMirrorX(0, each.mirrored);
+    if (each.region) {
+      EXPECT_EQ(kxcam_set_region(0, kX, kY, kWidth, kHeight), 0);
+    }
+    int size = 0;
+    EXPECT_EQ(CameraGetImageBufferSize(0, &size, each.format), 0U);
+    pictures.emplace_back(static_cast<size_t>(size));
+    EXPECT_EQ(CameraQueryImage(0, pictures.back().data(), &size, each.format), 0U);
+  }
+  CameraFree(0);
+  return pictures;
+}
+
+TEST_F(Pictures, AreThoseOfTheLibraryInEveryFormatAndRegion) {
+  for (const Kind& kind : kKinds) {
+    plug(std::string(kind.model) + ",serial=P,fps=0")->set_frame_source(fill_with_places);
+    const std::vector<Case> cases = cases_of(kind);
+    const auto expected = pictures_of_library(cases);
+    ASSERT_NO_FATAL_FAILURE(open("P"));
+    for (size_t n = 0; n < cases.size(); ++n) {
+      const Case& each = cases[n];
+      SCOPED_TRACE(std::string(kind.model) + " " + each.name + (each.region ? " region" : "") +
+                   (each.mirrored ? " mirrored" : ""));
+      EXPECT_EQ(camera_->set("PixelFormat", each.name), 0);
+      if (each.format != KXCAM_FORMAT_RAW) {
+        EXPECT_EQ(camera_->set("ReverseX", each.mirrored ? 1 : 0), 0);
+      }
+      if (each.region) {
+        EXPECT_EQ(camera_->set("Width", kWidth), 0);
+        EXPECT_EQ(camera_->set("Height", kHeight), 0);
+        EXPECT_EQ(camera_->set("OffsetX", kX), 0);
+        EXPECT_EQ(camera_->set("OffsetY", kY), 0);
+      }
+      Acquisition pictures(producer_, device_, *camera_);
+      pictures.announce(2, n % 2 == 0);
+      pictures.start();
+      const auto got = pictures.next();
+      EXPECT_EQ(got.status, 0);
+      EXPECT_EQ(got.width, static_cast<size_t>(feature("Width")));
+      EXPECT_EQ(got.height, static_cast<size_t>(feature("Height")));
+      EXPECT_EQ(got.pixel_format, static_cast<uint64_t>(feature("PixelFormat")));
+      EXPECT_FALSE(got.incomplete);
+      EXPECT_TRUE(got.bytes == expected[n]);
+      EXPECT_EQ(camera_->set("Width", 64), kAccessDenied) << "while pictures are taken";
+      pictures.stop();
+    }
+    close();
+    bus_.unplug_all();
+  }
+}
+
+TEST_F(Pictures, OfARawRegionAreNotMirroredButOfTheSamePlace) {
+  plug("3030,serial=P,fps=0")->set_frame_source(fill_with_places);
+  ASSERT_NO_FATAL_FAILURE(open("P"));
+  ASSERT_EQ(camera_->set("ReverseX", 1), 0);
+  ASSERT_EQ(camera_->set("ReverseY", 1), 0);
+  ASSERT_EQ(camera_->set("PixelFormat", "BayerBG8"), 0);
+  EXPECT_FALSE(camera_->writable("ReverseX"));
+  ASSERT_EQ(camera_->set("Width", 64), 0);
+  ASSERT_EQ(camera_->set("Height", 32), 0);
+  ASSERT_EQ(camera_->set("OffsetX", 48), 0);
+  ASSERT_EQ(camera_->set("OffsetY", 16), 0);
+  Acquisition pictures(producer_, device_, *camera_);
+  pictures.announce(2);
+  pictures.start();
+  const auto got = pictures.next();
+  std::vector<uint8_t> expected(64 * 32);
+  kxsim::FrameRequest request;
+  request.readout.x = 48;
+  request.readout.y = 16;
+  request.readout.width = 64;
+  request.readout.height = 32;
+  fill_with_places(request, expected);
+  EXPECT_TRUE(got.bytes == expected);
+  pictures.stop();
+}
+
+TEST_F(Pictures, HaveNumbersWithGapsAndTheTimeOfArrival) {
+  const auto camera = plug_numbered("3600,serial=P,fps=50");
+  ASSERT_NO_FATAL_FAILURE(open("P"));
+  ASSERT_EQ(camera_->set("PixelFormat", camera_->choices("PixelFormat").back()), 0);
+  Acquisition pictures(producer_, device_, *camera_);
+  pictures.announce(12);
+  camera->inject(
+      {.frames = {{.action = Action::kShort, .which = {6, 8}, .bytes = 100}}, .stream_frames = 12});
+  pictures.start();
+  // Nothing is taken until all have arrived: the times must not be those of taking them.
+  ASSERT_TRUE(eventually([&] { return feature("kxcamFramesEnded") >= 11; }));
+  timespec now{};
+  clock_gettime(CLOCK_MONOTONIC, &now);
+  const uint64_t now_ns =
+      static_cast<uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<uint64_t>(now.tv_nsec);
+  std::vector<Acquisition::Delivered> got;
+  for (auto each = pictures.take(500); each.status == 0; each = pictures.take(500)) got.push_back(each);
+  ASSERT_GE(got.size(), 6U);
+  uint64_t missing = 0;
+  for (size_t n = 1; n < got.size(); ++n) {
+    missing += got[n].frame - got[n - 1].frame - 1;
+    EXPECT_EQ(number_of(got[n].bytes) - number_of(got[n - 1].bytes),
+              static_cast<int>(got[n].frame - got[n - 1].frame));
+    EXPECT_GE(got[n].arrived_ns - got[n - 1].arrived_ns, 2'000'000U);
+  }
+  EXPECT_EQ(missing, 3U);
+  EXPECT_EQ(feature("kxcamLostTooShort"), 3);
+  EXPECT_LT(got.front().arrived_ns + 100'000'000, now_ns) << "arrived long before it was taken";
+  pictures.stop();
+}
+
+TEST_F(Pictures, ThatNoBufferIsQueuedForAreCounted) {
+  plug_numbered("3600,serial=P,fps=0");
+  ASSERT_NO_FATAL_FAILURE(open("P"));
+  Acquisition pictures(producer_, device_, *camera_);
+  pictures.announce(1);
+  pictures.start();
+  const auto first = pictures.take();
+  const auto lost = [&] { return info<uint64_t>(producer_, "DSGetInfo", 2, pictures.stream()); };
+  ASSERT_TRUE(eventually([&] { return lost() >= 3; }));
+  pictures.queue(first.buffer);
+  const auto next = pictures.next();
+  EXPECT_GE(next.frame, first.frame + 4);
+  pictures.stop();
+}
+
+TEST_F(Pictures, EndByThemselvesWhenTheyAreCounted) {
+  plug_numbered("3600,serial=P,fps=0");
+  ASSERT_NO_FATAL_FAILURE(open("P"));
+  const auto count = [&](uint64_t pictures_asked) {
+    Acquisition pictures(producer_, device_, *camera_);
+    pictures.announce(6);
+    pictures.start(pictures_asked);
+    int got = 0;
+    while (pictures.next(got == 0 ? kPatience : 300).status == 0 && got < 10) ++got;
+    pictures.stop();
+    return got;
+  };
+  EXPECT_EQ(count(2), 2);
+  ASSERT_EQ(camera_->set("AcquisitionMode", "SingleFrame"), 0);
+  EXPECT_EQ(count(kForEver), 1);
+  ASSERT_EQ(camera_->set("AcquisitionMode", "MultiFrame"), 0);
+  ASSERT_EQ(camera_->set("AcquisitionFrameCount", 4), 0);
+  EXPECT_EQ(count(kForEver), 4);
+}
+
+TEST_F(Pictures, ComeOnATriggerAndNothingWaitsForOne) {
+  plug_numbered("3500,serial=P,fps=0");
+  ASSERT_NO_FATAL_FAILURE(open("P"));
+  EXPECT_EQ(camera_->execute("TriggerSoftware"), kAccessDenied);
+  ASSERT_EQ(camera_->set("TriggerMode", "On"), 0);
+  ASSERT_EQ(camera_->set("PixelFormat", "Mono8"), 0);
+  Acquisition pictures(producer_, device_, *camera_);
+  pictures.announce(3);
+  pictures.start();
+  EXPECT_EQ(pictures.next(50).status, kTimeout);
+  for (int shots = 0; shots < 3; ++shots) {
+    ASSERT_EQ(camera_->execute("TriggerSoftware"), 0);
+    EXPECT_EQ(pictures.next().status, 0);
+  }
+  // A setting that drops frames waits for queries to end, and one is waiting for a trigger.
+  EXPECT_EQ(camera_->set("Gain", 20), 0);
+  EXPECT_EQ(camera_->set("TriggerMode", "Off"), 0);
+  EXPECT_EQ(pictures.next().status, 0) << "runs freely";
+  ASSERT_EQ(camera_->set("TriggerMode", "On"), 0);
+  pictures.stop();
+}
+
+TEST_F(Pictures, EndAWaitAtOnceWhoeverEndsIt) {
+  plug_numbered("3600,serial=P")->inject({.stream_frames = 0});
+  ASSERT_NO_FATAL_FAILURE(open("P"));
+  Acquisition pictures(producer_, device_, *camera_);
+  pictures.announce(2);
+  pictures.start();
+  const auto ended_by = [&](const std::function<void()>& end) {
+    std::atomic<bool> began = false;
+    int32_t status = 0;
+    std::thread waiting([&] {
+      began = true;
+      status = pictures.take(kForEver).status;
+    });
+    while (!began) std::this_thread::yield();
+    std::this_thread::sleep_for(
+        std::chrono::milliseconds(20));  // inside most likely; right either way but for a stop
+    end();
+    waiting.join();
+    return status;
+  };
+  EXPECT_EQ(ended_by([&] { producer_.call("EventKill", pictures.event()); }), kAbort);
+  EXPECT_EQ(pictures.take(0).status, kTimeout) << "one wait was ended, not two";
+  EXPECT_EQ(ended_by([&] { pictures.stop(); }), kAbort);
+  pictures.start();
+  EXPECT_EQ(ended_by([&] { producer_.call("GCUnregisterEvent", pictures.stream(), 1); }), kAbort);
+  pictures.stop();
+}
+
+TEST_F(Pictures, GoOnAfterTheCableWasOut) {
+  const auto camera = plug_numbered("3600,serial=P,fps=0");
+  ASSERT_NO_FATAL_FAILURE(open("P"));
+  ASSERT_EQ(camera_->set("Gain", 33), 0);
+  Handle error = nullptr;
+  ASSERT_EQ(producer_.call("GCRegisterEvent", device_, 0, &error), 0);
+  Acquisition pictures(producer_, device_, *camera_);
+  pictures.announce(3);
+  pictures.start();
+  const auto before = pictures.next();
+  bus_.unplug(*camera);
+  std::vector<char> entry(1000);
+  size_t size = entry.size();
+  EXPECT_EQ(producer_.call("EventGetData", error, static_cast<void*>(entry.data()), &size, kPatience), 0);
+  int32_t type = 0;
+  int32_t code = 0;
+  size_t room = sizeof code;
+  EXPECT_EQ(producer_.call("EventGetDataInfo", error, static_cast<const void*>(entry.data()), size, 0, &type,
+                           static_cast<void*>(&code), &room),
+            0);
+  EXPECT_EQ(code, kIo);
+  EXPECT_EQ(camera_->set("Gain", 40), kIo);
+  EXPECT_EQ(camera_->execute("DeviceReset"), kIo) << "it is not there";
+  while (pictures.next(0).status == 0) {
+  }
+  bus_.plug(camera);
+  ASSERT_TRUE(eventually([&] { return camera_->execute("DeviceReset") == 0; }));
+  const auto after = pictures.next();
+  EXPECT_EQ(after.status, 0);
+  EXPECT_GT(after.frame, before.frame);
+  EXPECT_EQ(camera_->number("Gain"), 33);
+  EXPECT_EQ(feature("kxcamReconnects"), 1);
+  pictures.stop();
+}
+
+TEST_F(Pictures, AreLargerThanABufferOnlyAsTheConsumerWants) {
+  plug_numbered("3600,serial=P,fps=0");
+  ASSERT_NO_FATAL_FAILURE(open("P"));
+  Acquisition pictures(producer_, device_, *camera_);
+  pictures.announce(1, true, 1000);
+  pictures.start();
+  const auto got = pictures.take();
+  EXPECT_EQ(got.bytes.size(), 1000U);
+  EXPECT_TRUE(got.incomplete);
+  EXPECT_EQ(pictures.buffer_info<uint8_t>(got.buffer, 29), 1);
+  EXPECT_EQ(pictures.buffer_info<size_t>(got.buffer, 27), static_cast<size_t>(feature("PayloadSize")));
+  pictures.stop();
+}
+
+}  // namespace
+}  // namespace kxcam::test
