@@ -226,8 +226,11 @@ void Camera::start(uint64_t pictures) {
   require_present();
   stop();
   // What waits was taken before. The stream does not query while nothing is started.
-  for (int n = 0; n < kRingFrames && drop_oldest(); ++n) {
-  }
+  int dropped = 0;
+  while (dropped < kRingFrames && drop_oldest(0)) ++dropped;
+  // While five wait nothing is read, and the camera holds one more of before.
+  constexpr int kLongestMs = 200;
+  if (dropped == kRingFrames) drop_oldest(kLongestMs);
   const std::lock_guard lock(mutex_);
   started_ = true;
   counted_ = pictures > 0;
@@ -281,11 +284,11 @@ Camera::Outcome Camera::query(Buffer& buffer, Picture& picture) {
   return Outcome::kPicture;
 }
 
-bool Camera::drop_oldest() {
+bool Camera::drop_oldest(int timeout_ms) {
   int size = 0;
   if (CameraGetImageBufferSize(index_, &size, KXCAM_FORMAT_RAW) != 0) return false;
   spare_.resize(static_cast<size_t>(size));
-  return kxcam_query(index_, spare_.data(), spare_.size(), KXCAM_FORMAT_RAW, 0, 0, nullptr, 0) == 0;
+  return kxcam_query(index_, spare_.data(), spare_.size(), KXCAM_FORMAT_RAW, timeout_ms, 0, nullptr, 0) == 0;
 }
 
 bool Camera::drop_if_full() {
@@ -293,7 +296,7 @@ bool Camera::drop_if_full() {
   // could count.
   const kxcam_statistics now = statistics();
   if (now.state == KXCAM_GONE) report_loss();
-  return now.waiting >= kRingFrames - 1 && drop_oldest();
+  return now.waiting >= kRingFrames - 1 && drop_oldest(0);
 }
 
 void Camera::interrupt() {

@@ -117,7 +117,7 @@ class Camera {
   bool is_mirrored(const char* control) const { return offers(control) && get(control) != 0; }
   void read_out(const Region& region);
   void turn_back();
-  bool drop_oldest();
+  bool drop_oldest(int timeout_ms);
   int change_quietly(const std::function<int()>& call);
 
   int index_ = -1;

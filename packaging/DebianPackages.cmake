@@ -5,6 +5,7 @@ set(packages_tools kxcam-tools)
 set(packages_sim kxcam-sim)
 set(packages_gst gstreamer1.0-kxcam)
 set(packages_python python3-kxcam)
+set(packages_gentl kxcam-gentl)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_COMPONENTS_ALL lib dev)
@@ -16,6 +17,9 @@ if(TARGET kxsim)
 endif()
 if(TARGET gstkxcam)
   list(APPEND CPACK_COMPONENTS_ALL gst)
+endif()
+if(TARGET kxcam_gentl)
+  list(APPEND CPACK_COMPONENTS_ALL gentl)
 endif()
 if(TARGET kxcam_wheels)
   list(APPEND CPACK_COMPONENTS_ALL python)
@@ -68,6 +72,13 @@ set(CPACK_COMPONENT_GST_DESCRIPTION
 set(CPACK_DEBIAN_GST_PACKAGE_SECTION video)
 set(CPACK_DEBIAN_GST_PACKAGE_DEPENDS "${packages_lib} (>= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_GST_PACKAGE_SUGGESTS "gstreamer1.0-tools")
+
+set(CPACK_COMPONENT_GENTL_DESCRIPTION
+    "industrial USB cameras in GenICam programs\nA GenTL producer: programs that follow the GenICam standard find the cameras,\nset them and take pictures.")
+set(CPACK_DEBIAN_GENTL_PACKAGE_SECTION graphics)
+# For the list of cameras and the access to them; the library itself is inside.
+set(CPACK_DEBIAN_GENTL_PACKAGE_DEPENDS "${packages_lib} (>= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_GENTL_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/debian/gentl/conffiles)
 
 set(CPACK_COMPONENT_SIM_DESCRIPTION
     "simulated industrial USB cameras\nThe command kxsim runs any program against simulated cameras, without\nhardware or root, and exports them to virtual machines.")

@@ -37,6 +37,12 @@ expect libkxcam-dev "$lib/libkxcam\.so" /usr/include/kxcam/kxcam.h "$lib/pkgconf
   /usr/share/doc/libkxcam-dev/examples/first_picture.c
 expect kxcam-tools /usr/bin/kxcam /usr/share/man/man1/kxcam.1.gz /usr/share/bash-completion/completions/kxcam
 expect kxcam-sim /usr/bin/kxsim "$lib/kxcam/libkxsim-usbfs\.so" "$lib/kxcam/kxsim\.conf" /usr/share/man/man1/kxsim.1.gz
+expect kxcam-gentl "$lib/gentl/kxcam\.cti" /etc/profile.d/kxcam-gentl.sh /usr/lib/environment.d/60-kxcam-gentl.conf
+# The variable names the folder, once, behind what is there.
+found=$(GENICAM_GENTL64_PATH=/other sh -c '. "$1/etc/profile.d/kxcam-gentl.sh"; . "$1/etc/profile.d/kxcam-gentl.sh"
+  echo "$GENICAM_GENTL64_PATH"' - "$work/root")
+[ "${found%%:*}" = /other ] && [ -s "$work/root${found#/other:}/kxcam.cti" ] || { echo "path: $found"; exit 1; }
+grep -qF "${found#/other:}" "$work/root/usr/lib/environment.d/60-kxcam-gentl.conf"
 # Where GStreamer was there to build it.
 gst=$(find "$packages" -name 'gstreamer1.0-kxcam_*')
 [ -z "$gst" ] || expect gstreamer1.0-kxcam "$lib/gstreamer-1\.0/libgstkxcam\.so" /usr/share/doc/gstreamer1.0-kxcam/copyright
@@ -53,6 +59,7 @@ depends libkxcam1 libc6 'libusb-1\.0-0'
 depends libkxcam-dev "libkxcam1 \(= $version\)" 'libusb-1\.0-0-dev'
 depends kxcam-tools "libkxcam1 \(>= $version\)" libc6 'libpng16-16'
 depends kxcam-sim libc6 libusbredirparser1
+depends kxcam-gentl "libkxcam1 \(>= $version\)" libc6 'libusb-1\.0-0'
 [ -z "$gst" ] || depends gstreamer1.0-kxcam "libkxcam1 \(>= $version\)" libc6 'libgstreamer-plugins-base1\.0-0(t64)?'
 [ -z "$python" ] || depends python3-kxcam "libkxcam1 \(>= $version\)" python3-numpy
 
