@@ -1,5 +1,7 @@
 /* SPDX-License-Identifier: Apache-2.0 */
 /* The loop that overhead.py compares with: the same calls, from C. */
+#define _POSIX_C_SOURCE 200809L
+
 #include <poll.h>
 #include <time.h>
 

@@ -1,6 +1,7 @@
 # SPDX-License-Identifier: Apache-2.0
 """Every example, run as a user would. LEFT and RIGHT send 100 frames a second."""
 import json
+import re
 import runpy
 import sys
 from pathlib import Path
@@ -58,6 +59,16 @@ def test_plot_auto_exposure(example, tmp_path):
     (line,) = example("plot_auto_exposure.py", tmp_path / "a.png")
     first, last = [int(word) for word in line.replace(",", "").split() if word.isdigit()][:2]
     assert first < 20 < last and (tmp_path / "a.png").stat().st_size > 5000
+
+
+@pytest.mark.parametrize("file", ["README.md", "docs/guide.md"])
+def test_programs_in_the_documentation(file, monkeypatch, tmp_path):
+    monkeypatch.chdir(tmp_path)
+    text = (EXAMPLES.parent / file).read_text()
+    programs = re.findall(r"^```python\n(.*?)^```", text, re.S | re.M)
+    assert programs
+    for program in programs:
+        exec(compile(program, file, "exec"), {"__name__": "__main__"})
 
 
 def test_notebook():
