@@ -2,11 +2,14 @@
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
+#include <cstdio>
+#include <cstdlib>
 #include <fstream>
 #include <set>
 #include <thread>
 
 #include <poll.h>
+#include <unistd.h>
 
 #include "camera_bus.h"
 #include "eventually.h"
@@ -300,6 +303,26 @@ TEST(Messages, GoToTheProgramWhichGoesOnLiving) {
   std::fflush(stdout);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "/nowhere file not found. Exiting\n");
   std::remove(path.c_str());
+}
+
+/// Looks for cameras in a process that has neither output; ends it with 7 if the library did not.
+void count_without_outputs(const char* configuration, bool handles_messages) {
+  const std::string path = testing::TempDir() + "kxusb-" + std::to_string(getpid()) + ".conf";
+  if (configuration != nullptr) std::ofstream(path) << configuration;
+  setenv("KXUSB_CONF", path.c_str(), 1);
+  close(STDOUT_FILENO);
+  close(STDERR_FILENO);
+  if (handles_messages) kxcam_set_message_handler([](const char*, void*) {}, nullptr);
+  int count = -1;
+  CameraGetCount(&count);
+  std::remove(path.c_str());
+  _exit(count == 0 ? 7 : 8);
+}
+
+TEST(Messages, NeedNoOutputs) {
+  EXPECT_EXIT(count_without_outputs("Nonsense = 1\n", true), testing::ExitedWithCode(7), "");
+  EXPECT_EXIT(count_without_outputs("Nonsense = 1\n", false), testing::ExitedWithCode(1), "");
+  EXPECT_EXIT(count_without_outputs(nullptr, false), testing::ExitedWithCode(7), "");
 }
 
 TEST(Messages, EveryCauseHasAText) {
