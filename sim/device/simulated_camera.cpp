@@ -313,6 +313,7 @@ bool SimulatedCamera::submit_bulk(Transfer& transfer) {
   const std::lock_guard lock(mutex_);
   if (!powered_) return false;
   ++counters_.bulk_reads;
+  if (const auto since = std::exchange(unread_since_, std::nullopt)) pause_listener_(Clock::now() - *since);
   if (fifo_.limited() && !pipe_.has_reads()) {
     asked_at_ = Clock::now();
     overflow(asked_at_);
@@ -326,7 +327,7 @@ bool SimulatedCamera::submit_bulk(Transfer& transfer) {
   if (fault) ++counters_.faults;
   pipe_.read(transfer, fault);
   if (fault == BulkFault::Action::kUnplug) pull(UnplugFault());
-  count_sent_frames();
+  reads_ended();
   if (fifo_.limited() || pipe_.wants_frame()) wake_.notify_all();
   return true;
 }
@@ -345,14 +346,14 @@ void SimulatedCamera::overflow(Clock::time_point until) {
 /// Passes on what has come of the frame.
 void SimulatedCamera::feed(Clock::time_point now) {
   if (!pipe_.waits_for_bytes()) return;
-  const size_t kept = fifo_.kept(now);
-  pipe_.arrive(kept);
+  pipe_.arrive(fifo_.kept(now));
+  const auto done = Clock::now();  // what it takes to copy the bytes costs the host nothing
   if (!pipe_.holds_frame()) {
-    taken_at_ = now;
+    taken_at_ = done;
   } else if (!pipe_.has_reads()) {
-    fifo_.taken_all(now, pipe_.sent());
+    fifo_.taken_all(done, pipe_.sent());
   }
-  count_sent_frames();
+  reads_ended();
 }
 
 bool SimulatedCamera::fifo_work() {
@@ -362,7 +363,9 @@ bool SimulatedCamera::fifo_work() {
   return true;
 }
 
-void SimulatedCamera::count_sent_frames() {
+/// After everything that may end one.
+void SimulatedCamera::reads_ended() {
+  if (pause_listener_ && !pipe_.has_reads() && !unread_since_) unread_since_ = Clock::now();
   for (; counted_frames_ < pipe_.counters().sent; ++counted_frames_) pull(faults_.frame_sent());
 }
 
@@ -376,7 +379,7 @@ bool SimulatedCamera::cancel(Transfer& transfer) {
 bool SimulatedCamera::clear_halt() {
   const std::lock_guard lock(mutex_);
   if (powered_) pipe_.clear_halt();
-  count_sent_frames();
+  reads_ended();
   return powered_;
 }
 
@@ -394,6 +397,11 @@ bool SimulatedCamera::bus_reset() {
 void SimulatedCamera::on_plug_event(std::function<void(SimulatedCamera&, const PlugEvent&)> listener) {
   const std::lock_guard lock(mutex_);
   listener_ = std::move(listener);
+}
+
+void SimulatedCamera::on_read_after_pause(std::function<void(std::chrono::nanoseconds)> listener) {
+  const std::lock_guard lock(mutex_);
+  pause_listener_ = std::move(listener);
 }
 
 void SimulatedCamera::trigger(std::chrono::microseconds width) {
@@ -590,7 +598,7 @@ bool SimulatedCamera::frame_work(Lock& lock) {
     pipe_.send(std::move(*frame), 0);
     if (pipe_.has_reads()) overflow(asked_at_);
   }
-  count_sent_frames();
+  reads_ended();
   return true;
 }
 

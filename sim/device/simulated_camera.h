@@ -94,6 +94,10 @@ class SimulatedCamera {
   /// before power_up(); it must stay callable while the camera lives.
   void on_plug_event(std::function<void(SimulatedCamera&, const PlugEvent&)> listener);
 
+  /// Called with the camera locked whenever the host asks for bytes after a time in which it asked for none,
+  /// that began with the end of a read. Set it before the host reads.
+  void on_read_after_pause(std::function<void(std::chrono::nanoseconds)> listener);
+
   // What it sees.
 
   void set_scene(std::shared_ptr<const Scene> scene) { maker_.set_scene(std::move(scene)); }
@@ -158,7 +162,7 @@ class SimulatedCamera {
   void apply(Bridge::Effect effect);
   void pulse();
   void restart_clock();
-  void count_sent_frames();
+  void reads_ended();
   void power_up_locked();
   void power_down_locked();
   void finish_waiting(TransferStatus status);
@@ -179,6 +183,7 @@ class SimulatedCamera {
   const CameraOptions options_;
   FrameMaker maker_;
   std::function<void(SimulatedCamera&, const PlugEvent&)> listener_;
+  std::function<void(std::chrono::nanoseconds)> pause_listener_;
 
   mutable std::mutex mutex_;  // guards all below
   std::condition_variable wake_;
@@ -186,6 +191,7 @@ class SimulatedCamera {
   BulkPipe pipe_;
   FrameClock clock_;
   SensorFifo fifo_;
+  std::optional<Clock::time_point> unread_since_;
   Clock::time_point asked_at_;  // when the host last asked after a pause
   Clock::time_point taken_at_;  // when the frame before was taken
   bool cut_ = false;            // something of the frame is lost
