@@ -72,6 +72,11 @@ def test_every_control_is_set_read_back_and_refused_out_of_range(camera):
         assert control.value == pytest.approx(info.neutral)
 
 
+def test_values_of_numpy_are_values(camera):
+    camera.mirror_x, camera.gain, camera.gamma = np.float32(2) > 1, np.uint8(20), np.float32(1.5)
+    assert (camera.mirror_x, camera.gain, camera.gamma) == (True, 20, 1.5)
+
+
 @pytest.mark.parametrize(
     "attempt, kind, text",
     [
@@ -88,10 +93,13 @@ def test_every_control_is_set_read_back_and_refused_out_of_range(camera):
         (lambda c: setattr(c, "white_balance", (1, 2, 4)), kxcam.ArgumentError, "1.0, 2.0, 4.0"),
         (lambda c: setattr(c, "lut", np.zeros(4095, np.uint8)), kxcam.ArgumentError, "4096"),
         (lambda c: setattr(c, "user_data", bytes(64)), kxcam.ArgumentError, "63 bytes at most"),
+        (lambda c: setattr(c, "user_data", 5), TypeError, "bytes"),
         (lambda c: c.set_gpio(256, 0), kxcam.ArgumentError, "0..255"),
         (lambda c: c.set_preset(9), kxcam.ArgumentError, "expected 0..2"),
         (lambda c: c.set_region(1, 0, 64, 64), kxcam.ArgumentError, "multiples of"),
         (lambda c: c.set_region(0, 0, 10_000, 64), kxcam.ArgumentError, "inside the sensor"),
+        (lambda c: c.set_region(2**32, 0, 64, 64), kxcam.ArgumentError, "inside the sensor"),
+        (lambda c: Camera("COLOUR"), TypeError, "serial='COLOUR'"),
         (lambda c: c.store(2), kxcam.ArgumentError, "0 or 1"),
         (lambda c: c.query("rgb"), TypeError, "RAW, GREY, RGB"),
         (lambda c: c.query(timeout=-1), kxcam.ArgumentError, "0 seconds or more"),

@@ -96,8 +96,11 @@ class BusWatch:
         # Ours, so that those that wait for it may outlive the library's.
         self._descriptor = os.dup(descriptor.value)
         self._closed = False
+        self._process = os.getpid()
 
     def _next(self) -> BusEvent | None:
+        if os.getpid() != self._process:
+            enter("watching the bus")  # raises, after a fork
         if self._closed:
             raise ClosedError("watching the bus", Cause.NOT_OPEN, cause="the watch was ended", remedy="")
         event = kxcam_bus_event()
@@ -151,9 +154,10 @@ class BusWatch:
         for an event."""
         if not self._closed:
             self._closed = True
-            library.kxcam_watch(False, None)
             os.close(self._descriptor)
-            self._one.release()
+            if os.getpid() == self._process:  # a forked child has not the thread that watches
+                library.kxcam_watch(False, None)
+                self._one.release()
 
     def __enter__(self) -> BusWatch:
         return self

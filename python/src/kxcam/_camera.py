@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import asyncio
 import contextlib
+import operator
 import os
 import time
 from collections.abc import AsyncIterator, Iterator
@@ -21,6 +22,7 @@ from ._session import Session, State
 from ._waiting import end_of, wait, wait_async
 
 USER_DATA_BYTES = 63
+_LARGEST_INT = 2**31 - 1
 _NEWEST = 0x1
 _RECONNECT_PAUSE_S = 0.1
 
@@ -100,6 +102,8 @@ class Camera(Session):
         It comes up with the settings stored in its slot 0 and the full sensor. Takes about a second.
         Raises NotFoundError, BusyError, AccessError, ConfigurationError, SystemLimitError.
         """
+        if isinstance(index, str):
+            raise TypeError(f"index is an int, not {index!r}; for a serial number: Camera(serial={index!r})")
         enter("opening a camera")
         opened = _open_index(int(index)) if serial is None else _open_serial(serial)
         super().__init__(Handle(opened))
@@ -335,8 +339,11 @@ class Camera(Session):
         On the sensor, `x` and `width` are multiples of `info.region_step_x`, `y` and `height` of
         `info.region_step_y`; while the picture is rotated it is the other way round. Raises ArgumentError.
         """
-        with self.handle as index:
-            code = library.kxcam_set_region(index, x, y, width, height)
+        numbers = [operator.index(number) for number in (x, y, width, height)]
+        code = int(Cause.ARGUMENT)
+        if all(0 <= number <= _LARGEST_INT for number in numbers):
+            with self.handle as index:
+                code = library.kxcam_set_region(index, *numbers)
         if code == Cause.ARGUMENT:
             info, steps = self.info, (self.info.region_step_x, self.info.region_step_y)
             steps = steps[::-1] if self.rotate_90 else steps
@@ -378,6 +385,7 @@ class Camera(Session):
 
     def set_gpio(self, mask: int, value: int) -> None:
         """Drives the lines in `mask` to those of `value`, 0..255. Raises ArgumentError for a reserved line."""
+        mask, value = operator.index(mask), operator.index(value)
         if not 0 <= mask <= 255 or not 0 <= value <= 255:
             raise expected(f"driving lines {mask:#x} to {value:#x}", "expected bits in 0..255")
         self.call(f"driving lines {mask:#x} to {value:#x}", "CameraSetGPIO", mask, value)
@@ -409,6 +417,8 @@ class Camera(Session):
 
     @user_data.setter
     def user_data(self, data: bytes) -> None:
+        if not isinstance(data, (bytes, bytearray, memoryview)):
+            raise TypeError(f"user data are bytes, not {data!r}")
         data = bytes(data)
         if len(data) > USER_DATA_BYTES:
             raise expected(

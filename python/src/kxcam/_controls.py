@@ -5,7 +5,6 @@ from __future__ import annotations
 import difflib
 import functools
 import math
-import operator
 from collections.abc import Iterable, Iterator, Mapping
 from ctypes import byref, c_double, sizeof
 from dataclasses import dataclass
@@ -72,7 +71,7 @@ class ControlInfo:
         if self.kind is str:
             raise TypeError(f"{self.name} takes one of the words {self.range}, not {value!r}")
         try:
-            number = float(operator.index(value) if hasattr(value, "__index__") else value)
+            number = float(value)
         except (TypeError, ValueError, OverflowError):
             raise TypeError(f"{self.name} takes {self.kind.__name__} {self.range}, not {value!r}") from None
         fits = self.minimum <= number <= self.maximum

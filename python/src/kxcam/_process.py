@@ -73,11 +73,13 @@ class Handle:
             if self._closed is not None:
                 return
             self._closed = ClosedError
-        library.kxcam_interrupt(self.index, True)
-        me = threading.get_ident()
-        with self._lock:
-            self._idle.wait_for(lambda: not self._users.keys() - {me}, timeout=_LONGEST_CALL_S)
-        library.CameraFree(self.index)
+        try:
+            library.kxcam_interrupt(self.index, True)
+            me = threading.get_ident()
+            with self._lock:
+                self._idle.wait_for(lambda: not self._users.keys() - {me}, timeout=_LONGEST_CALL_S)
+        finally:
+            library.CameraFree(self.index)  # after Ctrl-C too: nobody else can
 
     def disown(self) -> None:
         """Leaves the camera to the parent process; the locks may be held by threads that are not here."""
