@@ -4,6 +4,8 @@
 #include <functional>
 #include <thread>
 
+#include <gmock/gmock.h>
+
 #include "cameras_in_a_program.h"
 #include "kxcam/extra.h"
 
@@ -159,33 +161,32 @@ TEST_F(Pictures, OfARawRegionAreNotMirroredButOfTheSamePlace) {
 }
 
 TEST_F(Pictures, HaveNumbersWithGapsAndTheTimeOfArrival) {
-  const auto camera = plug_numbered("3600,serial=P,fps=50");
+  const auto camera = plug_numbered("3600,serial=P,fps=0");
+  camera->inject({.stream_frames = 0});
   ASSERT_NO_FATAL_FAILURE(open("P"));
   ASSERT_EQ(camera_->set("PixelFormat", camera_->choices("PixelFormat").back()), 0);
   Acquisition pictures(producer_, device_, *camera_);
   pictures.announce(12);
+  pictures.start();
+  const int64_t before = feature("kxcamFramesEnded");
   camera->inject(
       {.frames = {{.action = Action::kShort, .which = {6, 8}, .bytes = 100}}, .stream_frames = 12});
-  pictures.start();
   // Nothing is taken until all have arrived: the times must not be those of taking them.
-  ASSERT_TRUE(eventually([&] { return feature("kxcamFramesEnded") >= 11; }));
+  ASSERT_TRUE(eventually([&] { return feature("kxcamFramesEnded") == before + 12; }));
+  ASSERT_TRUE(eventually([&] { return info<uint64_t>(producer_, "DSGetInfo", 1, pictures.stream()) == 9; }));
   timespec now{};
   clock_gettime(CLOCK_MONOTONIC, &now);
   const uint64_t now_ns =
       static_cast<uint64_t>(now.tv_sec) * 1'000'000'000 + static_cast<uint64_t>(now.tv_nsec);
   std::vector<Acquisition::Delivered> got;
-  for (auto each = pictures.take(500); each.status == 0; each = pictures.take(500)) got.push_back(each);
-  ASSERT_GE(got.size(), 6U);
-  uint64_t missing = 0;
+  for (int n = 0; n < 9; ++n) got.push_back(pictures.take());
   for (size_t n = 1; n < got.size(); ++n) {
-    missing += got[n].frame - got[n - 1].frame - 1;
-    EXPECT_EQ(number_of(got[n].bytes) - number_of(got[n - 1].bytes),
-              static_cast<int>(got[n].frame - got[n - 1].frame));
-    EXPECT_GE(got[n].arrived_ns - got[n - 1].arrived_ns, 2'000'000U);
+    EXPECT_EQ(got[n].frame - got[n - 1].frame, n == 5 ? 4U : 1U);
+    EXPECT_EQ(number_of(got[n].bytes) - number_of(got[n - 1].bytes), n == 5 ? 4 : 1);
+    EXPECT_GT(got[n].arrived_ns, got[n - 1].arrived_ns);
   }
-  EXPECT_EQ(missing, 3U);
   EXPECT_EQ(feature("kxcamLostTooShort"), 3);
-  EXPECT_LT(got.front().arrived_ns + 100'000'000, now_ns) << "arrived long before it was taken";
+  EXPECT_LT(got.back().arrived_ns, now_ns);
   pictures.stop();
 }
 
@@ -207,21 +208,20 @@ TEST_F(Pictures, ThatNoBufferIsQueuedForAreCounted) {
 TEST_F(Pictures, EndByThemselvesWhenTheyAreCounted) {
   plug_numbered("3600,serial=P,fps=0");
   ASSERT_NO_FATAL_FAILURE(open("P"));
-  const auto count = [&](uint64_t pictures_asked) {
+  const auto expect = [&](int expected, uint64_t asked) {
     Acquisition pictures(producer_, device_, *camera_);
     pictures.announce(6);
-    pictures.start(pictures_asked);
-    int got = 0;
-    while (pictures.next(got == 0 ? kPatience : 300).status == 0 && got < 10) ++got;
+    pictures.start(asked);
+    for (int n = 0; n < expected; ++n) EXPECT_EQ(pictures.next().status, 0);
+    EXPECT_EQ(pictures.next(200).status, kTimeout) << "after " << expected;
     pictures.stop();
-    return got;
   };
-  EXPECT_EQ(count(2), 2);
+  expect(2, 2);
   ASSERT_EQ(camera_->set("AcquisitionMode", "SingleFrame"), 0);
-  EXPECT_EQ(count(kForEver), 1);
+  expect(1, kForEver);
   ASSERT_EQ(camera_->set("AcquisitionMode", "MultiFrame"), 0);
   ASSERT_EQ(camera_->set("AcquisitionFrameCount", 4), 0);
-  EXPECT_EQ(count(kForEver), 4);
+  expect(4, kForEver);
 }
 
 TEST_F(Pictures, ComeOnATriggerAndNothingWaitsForOne) {
@@ -252,25 +252,30 @@ TEST_F(Pictures, EndAWaitAtOnceWhoeverEndsIt) {
   Acquisition pictures(producer_, device_, *camera_);
   pictures.announce(2);
   pictures.start();
-  const auto ended_by = [&](const std::function<void()>& end) {
+  // Long enough that the thread is inside, on a machine that is not busy.
+  const auto ended_by = [&](uint64_t timeout_ms, const std::function<void()>& end) {
     std::atomic<bool> began = false;
     int32_t status = 0;
     std::thread waiting([&] {
       began = true;
-      status = pictures.take(kForEver).status;
+      status = pictures.take(timeout_ms).status;
     });
     while (!began) std::this_thread::yield();
-    std::this_thread::sleep_for(
-        std::chrono::milliseconds(20));  // inside most likely; right either way but for a stop
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
     end();
     waiting.join();
     return status;
   };
-  EXPECT_EQ(ended_by([&] { producer_.call("EventKill", pictures.event()); }), kAbort);
+  EXPECT_EQ(ended_by(kForEver, [&] { producer_.call("EventKill", pictures.event()); }), kAbort);
   EXPECT_EQ(pictures.take(0).status, kTimeout) << "one wait was ended, not two";
-  EXPECT_EQ(ended_by([&] { pictures.stop(); }), kAbort);
-  pictures.start();
-  EXPECT_EQ(ended_by([&] { producer_.call("GCUnregisterEvent", pictures.stream(), 1); }), kAbort);
+  int32_t stopped = kTimeout;
+  for (int tries = 0; tries < 20 && stopped == kTimeout; ++tries) {
+    stopped = ended_by(1000, [&] { pictures.stop(); });
+    pictures.start();
+  }
+  EXPECT_EQ(stopped, kAbort);
+  const auto unregister = [&] { producer_.call("GCUnregisterEvent", pictures.stream(), 1); };
+  EXPECT_THAT(ended_by(kForEver, unregister), testing::AnyOf(kAbort, kInvalidHandle));
   pictures.stop();
 }
 
