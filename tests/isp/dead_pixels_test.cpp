@@ -59,7 +59,7 @@ std::vector<uint8_t> numbered() {
   return samples;
 }
 
-/// A dead pixel, and the number of the sample that is replaced.
+/// A dead pixel, and the number of the sample that is replaced: one past a row it is the first of the next.
 using Row = std::array<int, 3>;
 
 void check(const FramePlacement& placement, std::initializer_list<Row> rows) {
@@ -75,37 +75,15 @@ void check(const FramePlacement& placement, std::initializer_list<Row> rows) {
 }
 
 TEST(DeadPixels, AreReplacedWhereTheReadoutPutsThem) {
-  // (8, 0) is one past the row, the first sample of the next; after the last row there is none.
-  check({Readout::kFullSensor, 0, 0}, {Row{2, 0, 2},
-                                       {7, 5, 47},
-                                       {1, 0, kNone},
-                                       {0, 3, kNone},
-                                       {8, 0, 8},
-                                       {8, 5, kNone},
-                                       {9, 0, kNone},
-                                       {3, 6, kNone},
-                                       {2, 7, kNone},
-                                       {0xFFFF, 0xFFFF, kNone}});
-  check({Readout::kWindow, 10, 20}, {Row{13, 21, 11},
-                                     {17, 25, 47},
-                                     {12, 21, kNone},
-                                     {13, 20, kNone},
-                                     {18, 25, kNone},
-                                     {17, 26, kNone},
-                                     {0, 0, kNone},
-                                     {0xFFFF, 22, kNone}});
+  // clang-format off
+  check({Readout::kFullSensor, 0, 0}, {Row{2, 0, 2}, {7, 5, 47}, {1, 0, kNone}, {0, 3, kNone}, {8, 0, 8}, {8, 5, kNone},
+                                       {9, 0, kNone}, {3, 6, kNone}, {2, 7, kNone}, {0xFFFF, 0xFFFF, kNone}});
+  check({Readout::kWindow, 10, 20}, {Row{13, 21, 11}, {17, 25, 47}, {12, 21, kNone}, {13, 20, kNone}, {18, 25, kNone},
+                                     {17, 26, kNone}, {0, 0, kNone}, {0xFFFF, 22, kNone}});
   check({Readout::kWindow, -3, -2}, {Row{0, 0, 19}, {4, 3, 47}, {5, 3, kNone}});
-  check({Readout::kBinned, 2, 4}, {Row{8, 6, 11},
-                                   {9, 7, 20},
-                                   {7, 6, 11},
-                                   {8, 5, 11},
-                                   {16, 14, 47},
-                                   {6, 6, kNone},
-                                   {8, 4, kNone},
-                                   {17, 14, kNone},
-                                   {16, 16, kNone},
-                                   {0, 0, kNone},
-                                   {0xFFFF, 0xFFFF, kNone}});
+  check({Readout::kBinned, 2, 4}, {Row{8, 6, 11}, {9, 7, 20}, {7, 6, 11}, {8, 5, 11}, {16, 14, 47}, {6, 6, kNone},
+                                   {8, 4, kNone}, {17, 14, kNone}, {16, 16, kNone}, {0, 0, kNone}, {0xFFFF, 0xFFFF, kNone}});
+  // clang-format on
 }
 
 TEST(DeadPixels, TakeARepairedNeighbourInTheOrderOfTheList) {
