@@ -206,6 +206,28 @@ TEST(ViewServer, ExposesByItselfWhileSomebodyLooks) {
   }));
 }
 
+TEST(ViewServer, TakesOnePictureForEachTrigger) {
+  Viewed viewed(kSmallCamera);
+  viewed.post("/control", {{"name", "trigger"}, {"value", 1}});
+  uint64_t number = 0;
+  ASSERT_TRUE(viewed.sees([&](const json& frame) {
+    if (frame.contains("picture")) number = frame["picture"]["number"];
+    return frame["state"] == "waiting";
+  }));
+  for (int shot = 0; shot < 3; ++shot) {
+    ASSERT_EQ(viewed.post("/trigger", json::object()).status, 200);
+    ASSERT_TRUE(eventually([&] {
+      const json frame = viewed.frame(fmt::format("after={}", number));
+      if (!frame.contains("picture")) return false;
+      number = frame["picture"]["number"];
+      return true;
+    }));
+  }
+  EXPECT_FALSE(viewed.frame(fmt::format("after={}", number)).contains("picture"));
+  viewed.post("/control", {{"name", "trigger"}, {"value", 0}});
+  EXPECT_TRUE(viewed.sees([](const json& frame) { return frame["state"] == "streaming"; }));
+}
+
 TEST(ViewServer, ReadsOutTheRegionThatIsMarked) {
   Viewed viewed(kSmallCamera);
   const auto size_is = [&](int width, int height) {
