@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "browser.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <string_view>
 #include <system_error>
@@ -40,9 +41,8 @@ void run_in_background(const std::string& program, const std::string& argument) 
     posix_spawn_file_actions_addopen(&actions, file, "/dev/null", O_RDWR, 0);
   // A shell that ends at once: the browser is nobody's child to wait for then.
   std::vector<std::string> words = {"sh", "-c", "\"$0\" \"$1\" &", program, argument};
-  std::vector<char*> pointers;
-  for (std::string& word : words) pointers.push_back(word.data());
-  pointers.push_back(nullptr);
+  std::vector<char*> pointers(words.size() + 1);
+  std::ranges::transform(words, pointers.begin(), [](std::string& word) { return word.data(); });
   pid_t child = 0;
   if (posix_spawnp(&child, "sh", &actions, nullptr, pointers.data(), environ) == 0)
     waitpid(child, nullptr, 0);

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <functional>
 #include <numeric>
 
 #include <kxcam/extra.h>
@@ -34,12 +35,13 @@ uint8_t word_level(const uint8_t* row, std::size_t i) {
   return static_cast<uint8_t>(std::min((row[2 * i] | row[2 * i + 1] << 8) >> 4, 255));
 }
 
-Histogram sum_of(const std::array<Histogram, kTables>& tables) {
-  Histogram sum{};
-  for (const Histogram& table : tables) {
-    for (std::size_t i = 0; i < sum.size(); ++i) sum[i] += table[i];
+std::vector<Histogram> sums_of(const std::vector<std::array<Histogram, kTables>>& tables) {
+  std::vector<Histogram> sums(tables.size());
+  for (std::size_t c = 0; c < tables.size(); ++c) {
+    for (const Histogram& table : tables[c])
+      std::ranges::transform(sums[c], table, sums[c].begin(), std::plus<>());
   }
-  return sum;
+  return sums;
 }
 
 /// Colour (0 red, 1 green, 2 blue) of the first four pixels of a raw frame, by rows.
@@ -82,9 +84,7 @@ std::vector<Histogram> picture_histograms(const Picture& picture) {
       }
     }
   }
-  std::vector<Histogram> histograms;
-  for (const auto& each : tables) histograms.push_back(sum_of(each));
-  return histograms;
+  return sums_of(tables);
 }
 
 std::vector<Histogram> raw_histograms(const Picture& raw, int bayer) {
@@ -105,9 +105,7 @@ std::vector<Histogram> raw_histograms(const Picture& raw, int bayer) {
       }
     }
   }
-  std::vector<Histogram> histograms;
-  for (const auto& each : tables) histograms.push_back(sum_of(each));
-  return histograms;
+  return sums_of(tables);
 }
 
 double sharpness(const Picture& picture, const Rectangle& part) {

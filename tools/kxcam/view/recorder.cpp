@@ -41,7 +41,7 @@ fs::path make_folder(const fs::path& directory, const std::string& name) {
   std::error_code error;
   fs::create_directories(directory, error);
   for (int number = 1; number < 100 && !error; ++number) {
-    const fs::path folder = directory / (number == 1 ? stem : fmt::format("{}-{}", stem, number));
+    fs::path folder = directory / (number == 1 ? stem : fmt::format("{}-{}", stem, number));
     if (fs::create_directory(folder, error)) return folder;
   }
   throw Error(ExitCode::kFailure, fmt::format("no folder can be made in {}{}{}", directory.string(),

@@ -5,8 +5,6 @@
 
 #include <fmt/format.h>
 
-#include <kxcam/extra.h>
-
 #include "diagnosis.h"
 
 namespace kxcam::view {

@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <kxcam/extra.h>
+
 #include "camera.h"
 
 namespace kxcam::view {
