@@ -209,6 +209,14 @@ def test_an_unplugged_camera_says_so_and_comes_back(camera, kxsim):
     assert following.sequence > first.sequence
 
 
+@pytest.mark.parametrize("fault, kind", [("open denied", kxcam.AccessError), ("claim busy", kxcam.BusyError)])
+def test_a_camera_that_cannot_be_opened(kxsim, fault, kind):
+    kxsim.fault(f"camera 3 {fault}")
+    with pytest.raises(kind, match="permission|another program"):
+        Camera(serial="THREE")
+    kxsim.clear_faults()
+
+
 def test_a_closed_camera_is_not_the_next_one_at_its_index(camera):
     """The library gives the index of a closed camera to the next one."""
     with Camera(serial="THREE") as first:

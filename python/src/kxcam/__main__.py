@@ -56,7 +56,10 @@ def _problems(configuration: Path, rule: Path | None) -> Iterator[str]:
             "the environment variable KXUSB_CONF."
         )
     if rule is None:
-        yield "the udev rule is not installed. Type `sudo python3 -m kxcam install-rule`, or install libkxcam1."
+        yield (
+            f"the udev rule is not installed. Type `sudo {sys.executable} -m kxcam install-rule`, or install "
+            "the package libkxcam1."
+        )
     for node in _nodes_without_access():
         yield f"{node} may not be opened. Install the udev rule, and plug the camera in again."
     try:
