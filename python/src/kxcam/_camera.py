@@ -136,7 +136,7 @@ class Camera(Session):
             raise self.error("taking a picture", code)
         if format is Format.RAW or image.shape[:2] == (told.height, told.width):
             return image
-        # Rotated since the array was made.
+        # Rotated by another thread since the array was made. The pixels are those of the rotated picture.
         return image.reshape(told.height, told.width, *image.shape[2:])
 
     def _take(
@@ -154,6 +154,8 @@ class Camera(Session):
                 shape, dtype = self.picture(format)
                 image = make(format, shape, dtype) if out is None else check_out(out, shape, dtype)
                 wait(self._descriptor, end)
+                if self.handle.closed:  # by a signal handler, which this thread does not wait for
+                    raise self.handle.refusal()
                 code = self._look(image, word, flags, told)
                 if code == Cause.ARGUMENT and out is None and self.picture(format) != (shape, dtype):
                     continue  # another thread changed the geometry
