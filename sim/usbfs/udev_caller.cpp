@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "usbfs/udev_caller.h"
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <span>
 #include <string_view>
@@ -57,6 +59,14 @@ Imports imports_of(const link_map& object) {
   return imports;
 }
 
+/// What every libusb calls that is built with libudev. A program that only makes the first object may hand it
+/// to a library that needs libudev's own.
+constexpr std::array<std::string_view, 5> kOfLibusb = {
+    "udev_monitor_new_from_netlink", "udev_monitor_filter_add_match_subsystem_devtype",
+    "udev_monitor_receive_device",   "udev_enumerate_scan_devices",
+    "udev_device_new_from_syspath",
+};
+
 /// Whether the dynamic linker finds that function here.
 bool front_has(const char* name) {
   Dl_info found{};
@@ -75,13 +85,17 @@ bool is_served_by_front(const void* address) {
     return false;
   const Imports imports = imports_of(*object);
   if (imports.symbols == nullptr || imports.names == nullptr) return false;
+  std::array<bool, kOfLibusb.size()> called{};
   for (const auto& table : {imports.data, imports.calls}) {
     for (const auto& relocation : table) {
       const char* const name = imports.names + imports.symbols[ELF64_R_SYM(relocation.r_info)].st_name;
-      if (std::string_view(name).starts_with("udev_") && !front_has(name)) return false;
+      if (!std::string_view(name).starts_with("udev_")) continue;
+      if (!front_has(name)) return false;
+      const auto* const known = std::ranges::find(kOfLibusb, name);
+      if (known != kOfLibusb.end()) called[static_cast<size_t>(known - kOfLibusb.begin())] = true;
     }
   }
-  return true;
+  return std::ranges::all_of(called, [](bool each) { return each; });
 }
 
 }  // namespace kxsim

@@ -89,6 +89,10 @@ TEST_F(KxsimRun, OtherUsersOfTheBusGetAlong) {
               AllOf(HasSubstr("1 kxsim\n"), HasSubstr("2 Model 5MP-C\n")));
 }
 
+TEST_F(KxsimRun, LibudevStaysWithItsOtherUsers) {
+  EXPECT_EQ(kxsim("run -- " UDEV_USER).output, "cpu\n");
+}
+
 // As a test of an application does it: the cable of the camera that it has open is pulled from outside.
 TEST_F(KxsimRun, ARunningProgramsCamerasTakeCommands) {
   constexpr const char* kScript =
