@@ -63,7 +63,7 @@ set(CPACK_DEBIAN_DEV_PACKAGE_SHLIBDEPS OFF)
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "${packages_lib} (= ${PROJECT_VERSION}), libusb-1.0-0-dev")
 
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION
-    "capture and inspect images from industrial USB cameras\nThe command kxcam lists cameras, captures and streams pictures, changes and\nstores settings and finds out why a camera does not work.")
+    "capture and inspect images from industrial USB cameras\nThe command kxcam lists cameras, shows them live in the browser, captures and\nstreams pictures, changes and stores settings and finds out why a camera does\nnot work.")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION graphics)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${packages_lib} (>= ${PROJECT_VERSION})")
 

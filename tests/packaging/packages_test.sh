@@ -57,7 +57,7 @@ python=$(find "$packages" -name 'python3-kxcam_*')
 version=$(dpkg-deb -f "$(package libkxcam1)" Version)
 depends libkxcam1 libc6 'libusb-1\.0-0'
 depends libkxcam-dev "libkxcam1 \(= $version\)" 'libusb-1\.0-0-dev'
-depends kxcam-tools "libkxcam1 \(>= $version\)" libc6 'libpng16-16'
+depends kxcam-tools "libkxcam1 \(>= $version\)" libc6 'libpng16-16(t64)?' 'libcpp-httplib0\.[0-9]+(t64)?' libturbojpeg0
 depends kxcam-sim libc6 libusbredirparser1
 depends kxcam-gentl "libkxcam1 \(>= $version\)" libc6 'libusb-1\.0-0'
 [ -z "$gst" ] || depends gstreamer1.0-kxcam "libkxcam1 \(>= $version\)" libc6 'libgstreamer-plugins-base1\.0-0(t64)?'

@@ -662,7 +662,6 @@ async function magnify() {
       const middleAt = ((size * size - 1) / 2) * channels;
       const value = [...bytes.slice(middleAt, middleAt + channels)].map((n) => String(n).padStart(3)).join(" ");
       caption.textContent = `${x}, ${y}\n${channels === 3 ? "RGB" : "grey"} ${value}`;
-      canvas.title = "";
       figure.hidden = false;
     } catch {
       figure.hidden = true; // the picture has gone meanwhile

@@ -28,12 +28,6 @@ uint64_t free_on_disk(const fs::path& folder) {
   return statvfs(folder.c_str(), &disk) == 0 ? uint64_t{disk.f_bavail} * disk.f_frsize : 0;
 }
 
-/// What a file may be called, of what a camera calls itself.
-std::string safe(std::string name) {
-  std::erase_if(name, [](unsigned char c) { return (std::isalnum(c) == 0 || c > 0x7E) && c != '-'; });
-  return name;
-}
-
 /// A folder that was not there before.
 fs::path make_folder(const fs::path& directory, const std::string& name) {
   const std::time_t now = std::time(nullptr);
@@ -50,9 +44,14 @@ fs::path make_folder(const fs::path& directory, const std::string& name) {
 
 }  // namespace
 
+std::string fit_for_file_names(std::string text) {
+  std::erase_if(text, [](unsigned char c) { return (std::isalnum(c) == 0 || c > 0x7E) && c != '-'; });
+  return text;
+}
+
 Recorder::Recorder(fs::path directory, const std::string& name, FreeBytes free_bytes)
     : directory_(std::move(directory)),
-      name_(safe(name)),
+      name_(fit_for_file_names(name)),
       free_bytes_(free_bytes ? std::move(free_bytes) : FreeBytes(free_on_disk)),
       thread_([this] { run(); }) {}
 

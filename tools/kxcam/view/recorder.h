@@ -17,6 +17,9 @@
 
 namespace kxcam::view {
 
+/// What may be part of a file's name, of what a camera calls itself.
+std::string fit_for_file_names(std::string text);
+
 /// Writes frames to numbered files in a new folder, in a thread of its own.
 class Recorder {
  public:

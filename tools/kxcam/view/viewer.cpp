@@ -46,9 +46,7 @@ HttpReply framed(const json& about, std::string_view bytes) {
   return {.type = "application/octet-stream", .body = std::move(body)};
 }
 
-HttpReply download(std::string name, const std::string& type, std::string content) {
-  std::erase_if(name,
-                [](unsigned char c) { return (std::isalnum(c) == 0 || c > 0x7E) && c != '-' && c != '.'; });
+HttpReply download(const std::string& name, const std::string& type, std::string content) {
   HttpReply reply{.type = type, .body = std::move(content)};
   reply.headers.emplace_back("Content-Disposition", fmt::format("attachment; filename=\"{}\"", name));
   return reply;
@@ -72,6 +70,10 @@ json figures_json(const Frame& frame, const FrameWish& wish) {
   return {{"picture", colours(histograms.picture)},
           {"raw", colours(histograms.raw)},
           {"focus", sharpness(picture, wish.focus.value_or(middle))}};
+}
+
+std::string file_name_of(const ViewedCamera& camera) {
+  return fit_for_file_names(camera.identity().serial);
 }
 
 std::string time_stamp() {
@@ -185,9 +187,7 @@ HttpReply Viewer::open_camera(const HttpRequest& request) {
 }
 
 HttpReply Viewer::describe(const HttpRequest& request) {
-  json about = station(request).description();
-  about["directory"] = directory_.string();
-  return json_reply(about);
+  return json_reply(station(request).description());
 }
 
 HttpReply Viewer::settings(const HttpRequest& request) {
@@ -242,7 +242,7 @@ HttpReply Viewer::snapshot(const HttpRequest& request) {
   const auto frame = shown_frame(request);
   const bool raw = parse_number(request, "raw", 0, 1) == 1;
   const auto file = encode(raw ? FileType::kRaw : FileType::kPng, raw ? frame->raw() : frame->picture());
-  const std::string name = fmt::format("kxcam-{}-{}-{}", station(request).camera().identity().serial,
+  const std::string name = fmt::format("kxcam-{}-{}-{}", file_name_of(station(request).camera()),
                                        time_stamp(), frame->about.sequence);
   std::string content(file.begin(), file.end());
   if (!raw) return download(name + ".png", "image/png", std::move(content));
@@ -253,7 +253,7 @@ HttpReply Viewer::snapshot(const HttpRequest& request) {
 
 HttpReply Viewer::download_settings(const HttpRequest& request) {
   const Station& of = station(request);
-  return download(fmt::format("kxcam-{}-settings.txt", of.camera().identity().serial),
+  return download(fmt::format("kxcam-{}-settings.txt", file_name_of(of.camera())),
                   "text/plain; charset=utf-8", of.settings_text());
 }
 
