@@ -13,6 +13,7 @@
 #include <random>
 #include <set>
 #include <thread>
+#include <utility>
 
 #include <fmt/format.h>
 #include <unistd.h>
@@ -232,10 +233,16 @@ class Subject {
       const int most = std::max(full / step / 2, 1);
       return step * random.between(std::max(most / 8, 1), most);
     };
-    const int width = length(description_.sensor_width, width_step);
-    const int height = length(description_.sensor_height, height_step);
-    const int x = width_step * random.between(0, (description_.sensor_width - width) / width_step);
-    const int y = height_step * random.between(0, (description_.sensor_height - height) / height_step);
+    int width = length(description_.sensor_width, width_step);
+    int height = length(description_.sensor_height, height_step);
+    int x = width_step * random.between(0, (description_.sensor_width - width) / width_step);
+    int y = height_step * random.between(0, (description_.sensor_height - height) / height_step);
+    double rotated = 0;
+    kxcam_get(camera_, "rotate-90", &rotated);
+    if (rotated != 0) {  // the region is one of the picture
+      std::swap(x, y);
+      std::swap(width, height);
+    }
     watch_("kxcam_set_region", [&] { return kxcam_set_region(camera_, x, y, width, height); });
   }
 
@@ -338,7 +345,7 @@ class Run {
         });
       start_thread(12, [subject](Random& random) { subject->change(random); });
       if (options_.faults)
-        start_thread(2000, [this, subject](Random&) {
+        start_thread(1000, [this, subject](Random&) {
           if (subject->rescue()) ++reconnects_;
         });
     }
