@@ -25,6 +25,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <kxcam/extra.h>
 #include <kxcam/kxcam.h>
 
 #include "numbered_frame.h"
@@ -416,6 +417,9 @@ void second_program() {
         "(kxcam " + command + " -c " + std::to_string(index_of(kHighSpeed)) + " || echo it ends with $?)",
         {"in use by another program: kxcam (process ", "it ends with 5"});
   }
+  int camera = -1;
+  require(kxcam_open(kHighSpeed, &camera) == KXCAM_ERROR_HELD,
+          "kxcam_open() does not say that the camera is held");
   require(kernel_resets() == resets, "a second program resets the camera");
   Stream::wait_for_frames();
   require(stream.end(SIGINT) == 0, "kxcam stream fails");
