@@ -206,7 +206,7 @@ int FrameRing::waiting() {
 FrameCounters FrameRing::counters() {
   const std::lock_guard state(state_mutex_);
   FrameCounters now = counters_;
-  now.waiting = static_cast<uint64_t>(count(BufferState::kReady) + count(BufferState::kTaken));
+  now.waiting = uint64_t{0} + count(BufferState::kReady) + count(BufferState::kTaken);
   return now;
 }
 
