@@ -46,10 +46,11 @@ class Process : public testing::Test {
  protected:
   Process() {
     setenv("KXUSB_CONF", conf_.path().c_str(), 1);
-    bus_.plug(std::make_shared<kxsim::SimulatedCamera>(kxsim::parse_camera_options("3600,fps=0")));
+    bus_.plug(camera_);
   }
   ~Process() override {
     EXPECT_EQ(bus_.open_nodes(), 0U);
+    EXPECT_EQ(camera_->counters().unknown, 0U) << "the camera lacks a request or register";
     bus_.unplug_all();
   }
 
@@ -61,6 +62,8 @@ class Process : public testing::Test {
 
   kxsim::VirtualBus& bus_ = kxsim::VirtualBus::instance();
   kxsim::TemporaryConfFile conf_;
+  std::shared_ptr<kxsim::SimulatedCamera> camera_ =
+      std::make_shared<kxsim::SimulatedCamera>(kxsim::parse_camera_options("3600,fps=0"));
 };
 
 TEST_F(Process, LoadsAndUnloadsTheLibrary) {
