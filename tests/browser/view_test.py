@@ -59,6 +59,15 @@ class Page(unittest.TestCase):
         self.browser.call("POST", "/refresh", {})
         wait_for("pictures", lambda: self.browser.run("return window.kxcam?.frames > 3"))
         self.assertEqual(self.text("#state"), "live")
+
+        # Without the token the page asks for the address.
+        self.browser.run("sessionStorage.clear(); location.reload()")
+        wait_for("the question", lambda: self.browser.run("return document.getElementById('login')?.open"))
+        self.browser.type("#address", viewer.address)
+        self.browser.click("#enter")
+        wait_for("pictures", lambda: self.browser.run("return window.kxcam?.frames > 3"))
+        self.assertTrue(all(" 403 " in entry["message"] for entry in self.browser.log()))
+
         self.browser.press(" ")
         wait_for(
             "a pause",

@@ -2,6 +2,7 @@
 // `kxcam view` as its page, and as strangers, meet it.
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cmath>
 #include <csignal>
 #include <cstdlib>
@@ -196,14 +197,23 @@ TEST(ViewServer, ChangesEverySettingAndTellsAllOfThem) {
 }
 
 TEST(ViewServer, ExposesByItselfWhileSomebodyLooks) {
-  Viewed viewed(kSmallCamera);
-  viewed.post("/control", {{"name", "exposure"}, {"value", 20}});
-  viewed.post("/control", {{"name", "target"}, {"value", 90}});
+  Viewed viewed({{"3600,fps=60,light=1"}});
   viewed.post("/control", {{"name", "auto-exposure"}, {"value", 1}});
-  EXPECT_TRUE(eventually([&] {
-    const json frame = viewed.frame("figures=1");
-    return frame.contains("figures") && std::abs(frame["figures"]["raw"][1]["mean"].get<double>() - 90) < 8;
-  }));
+  for (const int target : {90, 60, 90, 60, 90}) {
+    viewed.post("/control", {{"name", "target"}, {"value", target}});
+    double mean = 0;
+    uint64_t number = 0;
+    for (int pictures = 0; pictures < 300 && std::abs(mean - target) >= 8;) {
+      const json frame = viewed.frame(fmt::format("figures=1&after={}", number));
+      if (!frame.contains("picture")) continue;
+      number = frame["picture"]["number"];
+      mean = frame["figures"]["raw"][1]["mean"];
+      ++pictures;
+    }
+    EXPECT_NEAR(mean, target, 8);
+    // Raw frames of which nobody wants the picture must not upset the count that the loop goes by.
+    std::this_thread::sleep_for(std::chrono::milliseconds(90));
+  }
 }
 
 TEST(ViewServer, TakesOnePictureForEachTrigger) {
