@@ -1,5 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Registers and events of any module: from handles to ports.
+#include <cstring>
+
 #include "exports.h"
 #include "system.h"
 

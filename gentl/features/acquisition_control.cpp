@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 #include <memory>
+#include <utility>
 
 #include "features/feature_table.h"
 

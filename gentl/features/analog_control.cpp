@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <utility>
 
 #include "features/feature_table.h"
 

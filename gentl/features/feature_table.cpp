@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "features/feature_table.h"
 
+#include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <utility>

@@ -1,4 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <algorithm>
+#include <utility>
+
 #include "features/feature_table.h"
 
 namespace kxcam::gentl {

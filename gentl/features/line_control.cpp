@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <memory>
+#include <utility>
 
 #include "features/feature_table.h"
 

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <functional>
 #include <thread>
+#include <utility>
 
 #include "cameras_in_a_program.h"
 
