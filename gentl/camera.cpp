@@ -53,7 +53,11 @@ Camera::Camera(const std::string& serial) {
     description_.serial[number.find_last_not_of(' ') + 1] = '\0';
     formats_ = pixel_formats_of(description_);
     turn_back();
-    select_region(largest_region());
+    region_ = largest_region();
+    // The library opens cameras with the whole sensor.
+    const bool is_whole =
+        region_.width == description_.sensor_width && region_.height == description_.sensor_height;
+    if (!is_whole) read_out(region_);
   } catch (...) {
     CameraFree(index_);
     throw;
@@ -134,16 +138,13 @@ void Camera::set_neutral() {
 }
 
 void Camera::load_set(int slot) {
-  change(
-      [&] {
-        const bool failed = CameraLoadParameter(index_, slot) != 0;
-        const int cause = kxcam_thread_error();
-        turn_back();
-        return failed ? cause : 0;
-      },
-      "loading a user set");
-  // A set does not select its region, but may mirror the one in force.
+  const auto load = [&] { return CameraLoadParameter(index_, slot) == 0 ? 0 : kxcam_thread_error(); };
+  const int cause = change_quietly(load);
+  // All settings that can be are loaded then, too. A set does not select its region, but may turn and mirror
+  // the one in force.
+  turn_back();
   select_region(region());
+  check(cause, "loading a user set");
 }
 
 void Camera::save_set(int slot) {

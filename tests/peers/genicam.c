@@ -137,6 +137,7 @@ int main(int count, char** arguments) {
   require(!set(genicam, "Width", "1000000"), "Width has a limit", NULL);
   require(set(genicam, "TLParamsLocked", "1") && !set(genicam, "Width", "320"), "Width is locked", NULL);
   require(set(genicam, "TLParamsLocked", "0") && set(genicam, "Width", "320"), "Width is free again", NULL);
+  require(set(genicam, "GainAuto", "Off"), "GainAuto is set", NULL);
   require(set(genicam, "Gain", "40") && is(genicam, "Gain", "40"), "Gain is set", NULL);
   require(set(genicam, "GainAuto", "Continuous") && !set(genicam, "Gain", "41"), "GainAuto locks Gain", NULL);
   require(CALL(GCCloseLib, (void)) == 0, "GCCloseLib", NULL);
