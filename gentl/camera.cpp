@@ -227,11 +227,14 @@ void Camera::start(uint64_t pictures) {
   require_present();
   stop();
   // What waits was taken before. The stream does not query while nothing is started.
-  int dropped = 0;
-  while (dropped < kRingFrames && drop_oldest(0)) ++dropped;
-  // While five wait nothing is read, and the camera holds one more of before.
-  constexpr int kLongestMs = 200;
-  if (dropped == kRingFrames) drop_oldest(kLongestMs);
+  for (int n = 0; n < kRingFrames && drop_oldest(0); ++n) {
+  }
+  // One is on its way, and the camera may hold another: of the readout of before, and as large as those to
+  // come.
+  constexpr int kOnTheirWay = 2;
+  constexpr int kLongestMs = 100;
+  const bool triggered = offers("trigger") && get("trigger") != 0;
+  for (int n = 0; n < kOnTheirWay && !triggered; ++n) drop_oldest(kLongestMs);
   const std::lock_guard lock(mutex_);
   started_ = true;
   counted_ = pictures > 0;
