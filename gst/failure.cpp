@@ -23,6 +23,11 @@ GstResourceError kind_of(int cause) {
   }
 }
 
+void post(GstElement* element, GstMessageType type, GstResourceError kind, const char* text) {
+  gst_element_message_full(element, type, GST_RESOURCE_ERROR, kind, g_strdup(text), nullptr, "kxcamsrc", "",
+                           0);
+}
+
 }  // namespace
 
 Failure failure_of(const std::string& action, int cause) {
@@ -31,9 +36,20 @@ Failure failure_of(const std::string& action, int cause) {
   return {kind_of(cause), text};
 }
 
-void post(GstElement* element, GstMessageType type, const Failure& failure) {
-  gst_element_message_full(element, type, GST_RESOURCE_ERROR, failure.kind(), g_strdup(failure.what()),
-                           nullptr, "kxcamsrc", "", 0);
+void post_error(GstElement* element, const std::exception& error) {
+  const auto* failure = dynamic_cast<const Failure*>(&error);
+  post(element, GST_MESSAGE_ERROR, failure != nullptr ? failure->kind() : GST_RESOURCE_ERROR_FAILED,
+       error.what());
+}
+
+void post_warning(GstElement* element, const std::string& text) {
+  post(element, GST_MESSAGE_WARNING, GST_RESOURCE_ERROR_SETTINGS, text.c_str());
+}
+
+std::string joined(const std::vector<std::string>& words) {
+  std::string text;
+  for (const std::string& word : words) text += (text.empty() ? "" : ", ") + word;
+  return text;
 }
 
 }  // namespace kxcam

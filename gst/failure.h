@@ -1,8 +1,10 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#include <exception>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include <gst/gst.h>
 
@@ -22,7 +24,11 @@ class Failure : public std::runtime_error {
 /// "ACTION failed: " with the library's text and remedy for that cause.
 Failure failure_of(const std::string& action, int cause);
 
-/// As a message on the bus, an error or a warning.
-void post(GstElement* element, GstMessageType type, const Failure& failure);
+// As messages on the bus.
+void post_error(GstElement* element, const std::exception& error);
+void post_warning(GstElement* element, const std::string& text);
+
+/// "a, b, c"
+std::string joined(const std::vector<std::string>& words);
 
 }  // namespace kxcam

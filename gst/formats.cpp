@@ -13,14 +13,13 @@ namespace {
 constexpr const char* kVideo = "video/x-raw";
 constexpr const char* kBayer = "video/x-bayer";
 
-constexpr int kGrey16 = KXCAM_FORMAT_RAW;
 constexpr PixelFormat kFormats[] = {
     {kVideo, "RGB", KXCAM_FORMAT_COLOR, 3, KXCAM_BAYER_NONE},
     {kVideo, "BGR", KXCAM_FORMAT_COLOR | KXCAM_FORMAT_BGR, 3, KXCAM_BAYER_NONE},
     {kVideo, "RGBx", KXCAM_FORMAT_COLOR | KXCAM_FORMAT_32BIT, 4, KXCAM_BAYER_NONE},
     {kVideo, "BGRx", KXCAM_FORMAT_COLOR | KXCAM_FORMAT_BGR | KXCAM_FORMAT_32BIT, 4, KXCAM_BAYER_NONE},
     {kVideo, "GRAY8", KXCAM_FORMAT_GREY, 1, KXCAM_BAYER_NONE},
-    {kVideo, "GRAY16_LE", kGrey16, 2, KXCAM_BAYER_NONE},
+    {kVideo, "GRAY16_LE", KXCAM_FORMAT_RAW, 2, KXCAM_BAYER_NONE},
     {kBayer, "rggb", KXCAM_FORMAT_RAW, 1, KXCAM_BAYER_RGGB},
     {kBayer, "grbg", KXCAM_FORMAT_RAW, 1, KXCAM_BAYER_GRBG},
     {kBayer, "gbrg", KXCAM_FORMAT_RAW, 1, KXCAM_BAYER_GBRG},
@@ -74,8 +73,9 @@ std::vector<const PixelFormat*> formats_of(const kxcam_description& camera) {
     if (gives(camera, format)) formats.push_back(&format);
   }
   const bool colour = camera.bayer != KXCAM_BAYER_NONE;
-  std::ranges::stable_partition(
-      formats, [&](const PixelFormat* format) { return colour || format->word == KXCAM_FORMAT_GREY; });
+  std::stable_partition(formats.begin(), formats.end(), [&](const PixelFormat* format) {
+    return colour || format->word == KXCAM_FORMAT_GREY;
+  });
   return formats;
 }
 

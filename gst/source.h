@@ -79,10 +79,9 @@ class Source {
   void change_geometry();
   bool follows_picture() const;
   void warn_of_raw() const;
-  GstFlowReturn take(GstBuffer* buffer, bool& retry);
   Stream::Outcome fill(GstBuffer* buffer, TakenFrame& frame);
   void stamp(GstBuffer* buffer, const TakenFrame& frame);
-  void post_loss(const GstBuffer* buffer, const TakenFrame& frame) const;
+  void post_loss(const GstBuffer* buffer) const;
 
   GstElement* element() const { return GST_ELEMENT(element_); }
 

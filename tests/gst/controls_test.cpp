@@ -93,6 +93,17 @@ TEST_F(GstControls, ThatTheCameraRefusesAreNoLessThanAnErrorAtStart) {
   EXPECT_THAT(later.warning(), HasSubstr("global-reset"));
 }
 
+TEST_F(GstControls, AStoredTriggerStaysOn) {
+  plug_still("3600");
+  ASSERT_EQ(CameraInit(0), 0U);
+  ASSERT_EQ(CameraSetSnapMode(0, 2), 0U);
+  ASSERT_EQ(CameraSaveParameter(0, 0), 0U);
+  CameraFree(0);
+  Element element("gain=40");
+  ASSERT_EQ(element.set_state(GST_STATE_READY), GST_STATE_CHANGE_SUCCESS);
+  EXPECT_EQ(element.property("trigger"), "true");
+}
+
 TEST_F(GstControls, SettingsComeFromAFileToo) {
   plug_still("3600");
   const std::string file = testing::TempDir() + "gst-settings.txt";
