@@ -33,6 +33,7 @@ TEST(Verify, JudgesEachThingOnItsOwn) {
       {{{"3600,fps=40"}}, {}, 0, "exposure", "passed"},
       {{{"3600,fps=40,light=off"}}, {}, 1, "exposure", "failed"},
       {{{"3600,fps=40"}, "request all of AD stall"}, {}, 1, "regions", "failed"},
+      {{{"3600,fps=40"}, "unplug after 20 frames back after 100ms"}, {"--faults"}, 0, "endurance", "passed"},
       {{{"3600,fps=40"}, "eeprom dies after 4"}, {"--write"}, 1, "stored settings", "failed"},
   };
   // All at once, as each mostly waits for frames.
