@@ -24,10 +24,10 @@ constexpr const char* kToken = "0123456789abcdef0123456789abcdef";
 
 class Service final : public HttpService {
  public:
-  bool refuse(const HttpRequest& request, HttpReply& reply) override {
+  Admission admit(const HttpRequest& request, HttpReply& reply) override {
     const auto refusal = guard_.refuse(request);
     if (refusal) reply = *refusal;
-    return refusal.has_value();
+    return refusal ? Admission::kRefused : Admission::kFriend;
   }
 
   HttpReply answer(const HttpRequest& request) override try {

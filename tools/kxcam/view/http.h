@@ -35,7 +35,6 @@ struct HttpReply {
   std::string type = "application/json";
   std::string body;
   std::vector<std::pair<std::string, std::string>> headers = {};
-  bool trusted = false;  ///< who asked has shown the token
 };
 
 }  // namespace kxcam::view

@@ -114,19 +114,14 @@ class Exchange final : public httplib::Stream {
 
   /// Waits for a request to begin and reads its head; false when there is none.
   bool next(seconds patience) {
-    const auto deadline_of_start = Clock::now() + patience;
     refusal_.reset();
+    if (received_.empty() && !receive_more(Clock::now() + patience)) return false;
+    deadline_ = Clock::now() + kRequestLimit;
     std::size_t end = 0;
-    auto deadline = deadline_of_start;
-    bool begun = !received_.empty();
-    if (begun) deadline = Clock::now() + kRequestLimit;
     while ((end = received_.find(kHeadEnd)) == std::string::npos) {
       if (received_.size() >= kMostHeadBytes) return give_up({431, "the head of the request is too long"});
-      if (!receive_more(deadline)) return false;
-      if (!begun) deadline = Clock::now() + kRequestLimit;
-      begun = true;
+      if (!receive_more(deadline_)) return false;
     }
-    deadline_ = deadline;
     const auto sifted = sift_head(std::string_view(received_).substr(0, end + kHeadEnd.size()));
     if (const auto* refused = std::get_if<HeadRefusal>(&sifted)) return give_up(*refused);
     const auto& head = std::get<RequestHead>(sifted);
@@ -284,9 +279,7 @@ class Server final : public httplib::Server {
       return refuse(request, response) ? HandlerResponse::Handled : HandlerResponse::Unhandled;
     });
     const auto answer = [this](const httplib::Request& request, httplib::Response& response) {
-      HttpReply reply = service_->answer(request_of(request));
-      talk_->trusted = talk_->trusted || reply.trusted;
-      reply_with(std::move(reply), response);
+      reply_with(service_->answer(request_of(request)), response);
     };
     Get(".*", answer);
     Post(".*", answer);
@@ -301,15 +294,14 @@ class Server final : public httplib::Server {
   void let_more_wait() { ::listen(svr_sock_, SOMAXCONN); }
   Connections& connections() { return connections_; }
 
+  /// Calls `trust` when the client has shown the token.
   void converse(Pipe& pipe, const std::function<void()>& trust) {
     Exchange exchange(pipe);
-    Talk talk{exchange};
+    Talk talk{exchange, trust};
     talk_ = &talk;
     bool closed = false;
     while (!closed && exchange.next(talk.trusted ? kPatienceWithFriend : kPatienceWithStranger)) {
-      const bool trusted_before = talk.trusted;
       if (!process(*this, exchange, closed)) break;
-      if (talk.trusted && !trusted_before) trust();
       exchange.skip_body();
       closed = closed || !exchange.body_is_complete() || exchange.refusal();
     }
@@ -319,6 +311,7 @@ class Server final : public httplib::Server {
  private:
   struct Talk {
     Exchange& exchange;
+    const std::function<void()>& trust;
     bool trusted = false;
   };
 
@@ -357,8 +350,10 @@ class Server final : public httplib::Server {
     HttpReply reply;
     if (const auto& refusal = talk_->exchange.refusal()) {
       reply = plain_reply(refusal->status, refusal->reason);
-    } else if (!service_->refuse(request_of(request), reply)) {
-      return false;
+    } else {
+      const Admission admission = service_->admit(request_of(request), reply);
+      if (admission == Admission::kFriend && !std::exchange(talk_->trusted, true)) talk_->trust();
+      if (admission != Admission::kRefused) return false;
     }
     reply_with(std::move(reply), response);
     return true;

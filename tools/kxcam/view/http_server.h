@@ -10,13 +10,19 @@
 
 namespace kxcam::view {
 
+/// Who asks.
+enum class Admission {
+  kRefused,
+  kStranger,
+  kFriend,  ///< has shown the token
+};
+
 /// Who answers requests, from several threads at a time.
 class HttpService {
  public:
   virtual ~HttpService() = default;
-  /// The answer to a request that is not let in; asked before the body is read. Fills the reply and returns
-  /// true, or lets the request pass.
-  virtual bool refuse(const HttpRequest& request, HttpReply& reply) = 0;
+  /// Whether to let a request in, before its body is read; `reply` is the answer to one that is refused.
+  virtual Admission admit(const HttpRequest& request, HttpReply& reply) = 0;
   virtual HttpReply answer(const HttpRequest& request) = 0;
 };
 

@@ -109,10 +109,13 @@ void Viewer::stop() {
   for (const auto& station : stations_) station->grabber().stop();
 }
 
-bool Viewer::refuse(const HttpRequest& request, HttpReply& reply) {
+Admission Viewer::admit(const HttpRequest& request, HttpReply& reply) {
   auto refusal = guard_.refuse(request);
-  if (refusal) reply = std::move(*refusal);
-  return refusal.has_value();
+  if (refusal) {
+    reply = std::move(*refusal);
+    return Admission::kRefused;
+  }
+  return is_page_file(request.path) ? Admission::kStranger : Admission::kFriend;
 }
 
 HttpReply Viewer::answer(const HttpRequest& request) {
@@ -121,9 +124,7 @@ HttpReply Viewer::answer(const HttpRequest& request) {
       return {.type = std::string(file->type), .body = std::string(file->content)};
   }
   visited_ = true;
-  HttpReply reply = dispatch(request);
-  reply.trusted = true;
-  return reply;
+  return dispatch(request);
 }
 
 HttpReply Viewer::dispatch(const HttpRequest& request) try {

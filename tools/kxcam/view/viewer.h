@@ -23,7 +23,7 @@ class Viewer : public HttpService {
   /// Opens the first camera; the others when they are asked for. Throws Error.
   Viewer(const AttachedCamera& first, std::filesystem::path directory, Guard guard);
 
-  bool refuse(const HttpRequest& request, HttpReply& reply) override;
+  Admission admit(const HttpRequest& request, HttpReply& reply) override;
   HttpReply answer(const HttpRequest& request) override;
 
   /// Whether a request with the token has come.
