@@ -5,6 +5,8 @@
 #include <string>
 #include <utility>
 
+#include <pthread.h>
+
 #include "abi.h"
 
 namespace kxcam::gentl {
@@ -38,9 +40,23 @@ const Failure& last_failure();
 /// Turns the exception that is being handled into a status and keeps it as last_failure().
 Status keep_failure();
 
+/// A thread that is cancelled in a call ends after it: the unwinding would pass through another runtime's
+/// frames.
+class CancellationDeferred {
+ public:
+  CancellationDeferred() { pthread_setcancelstate(PTHREAD_CANCEL_DISABLE, &previous_); }
+  CancellationDeferred(const CancellationDeferred&) = delete;
+  CancellationDeferred& operator=(const CancellationDeferred&) = delete;
+  ~CancellationDeferred() { pthread_setcancelstate(previous_, nullptr); }
+
+ private:
+  int previous_ = PTHREAD_CANCEL_ENABLE;
+};
+
 /// The status of a call that may throw.
 template <class Call>
 int32_t status_of(Call call) {
+  const CancellationDeferred deferred;
   try {
     call();
     return kSuccess;
