@@ -56,7 +56,11 @@ TEST_F(FrameRingTest, WriterWaitsForABufferUntilOneIsReleasedOrItIsStopped) {
   EXPECT_GE(GetTickCount() - start, 19U);
   consumer.join();
   fill();
-  std::thread stopper([&] { stop(); });
+  take();  // nor is a buffer free that is in use
+  std::thread stopper([&] {
+    sysdelay(20);
+    stop();
+  });
   EXPECT_EQ(ring_.wait_for_free_buffer(), std::nullopt);
   stopper.join();
 }
