@@ -2,10 +2,11 @@
 
 // The properties of the element.
 
-#include <cmath>
+#include <cstdio>
 #include <fstream>
 
 #include <gmock/gmock.h>
+#include <unistd.h>
 
 #include <kxcam/extra.h>
 
@@ -106,7 +107,7 @@ TEST_F(GstControls, AStoredTriggerStaysOn) {
 
 TEST_F(GstControls, SettingsComeFromAFileToo) {
   plug_still("3600");
-  const std::string file = testing::TempDir() + "gst-settings.txt";
+  const std::string file = testing::TempDir() + "settings-" + std::to_string(getpid()) + ".txt";
   const auto error_with = [&](const char* text) {
     std::ofstream(file) << text;
     Element element("settings=" + file);
@@ -126,6 +127,7 @@ TEST_F(GstControls, SettingsComeFromAFileToo) {
   EXPECT_EQ(element.property("anti-flicker"), "50hz");
   EXPECT_EQ(element.property("trigger"), "true");
   EXPECT_EQ(element.property("gain"), "41") << "a property goes before the file";
+  std::remove(file.c_str());
   Element missing("settings=/no/such/file");
   EXPECT_EQ(missing.set_state(GST_STATE_READY), GST_STATE_CHANGE_FAILURE);
   EXPECT_THAT(missing.error(), HasSubstr("cannot read /no/such/file"));
