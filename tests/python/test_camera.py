@@ -192,6 +192,10 @@ def test_settings_files_are_those_of_the_tool(camera, tmp_path):
     assert camera.gain == 16
     assert camera.load_settings(ours) == [] and camera.settings() == wanted
     camera.load_settings(theirs)
+    with camera.triggered():
+        ours.write_text("gain = 20  # and nothing else\n")
+        camera.load_settings(ours)
+        assert camera.trigger and camera.gain == 20
     for text, complaint in [
         ("gain = 300\n", ":1: .*300.*1..255"),
         ("\ngain 3\n", ":2: .*assignment"),

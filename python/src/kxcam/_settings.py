@@ -102,15 +102,20 @@ def _change(session: Session, info: ControlInfo, number: float) -> bool:
 
 def apply(session: Session, settings: dict[str, ControlValue]) -> list[str]:
     numbers = {name: find_control(name).encode(value) for name, value in settings.items()}
-    # Some settings can only be changed while the camera is not triggered. Whether it is to be comes later.
+    # Some settings can only be changed while the camera is not triggered.
     trigger = find_control("trigger")
-    if "trigger" in session.controls and read_number(session, trigger) == 1:
+    triggered = "trigger" in session.controls and read_number(session, trigger) == 1
+    if triggered:
         write_number(session, trigger, 0)
-    return [
-        name
-        for name, info in control_table().items()
-        if name in numbers and not _change(session, info, numbers[name])
-    ]
+    try:
+        return [
+            name
+            for name, info in control_table().items()
+            if name in numbers and not _change(session, info, numbers[name])
+        ]
+    finally:
+        if triggered and "trigger" not in numbers:
+            write_number(session, trigger, 1)
 
 
 def reset(session: Session) -> None:
