@@ -132,6 +132,7 @@ BufferPool::BufferRef BufferPool::begin_fill() {
 }
 
 void BufferPool::finish(const BufferRef& buffer, const Picture& picture) {
+  buffer->state = Buffer::State::kIdle;  // it is when there is no memory for the queue
   output_.push_back(buffer);
   ++finished_;
   buffer->state = Buffer::State::kOutput;
@@ -140,6 +141,7 @@ void BufferPool::finish(const BufferRef& buffer, const Picture& picture) {
 }
 
 void BufferPool::put_back(const BufferRef& buffer) {
+  buffer->state = Buffer::State::kIdle;
   input_.push_front(buffer);
   buffer->state = Buffer::State::kInput;
 }

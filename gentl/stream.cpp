@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <cstring>
+#include <new>
 #include <utility>
 
 #include "version.h"
@@ -288,10 +289,16 @@ void Stream::run() {
     const auto wanted = [this] { return camera_->wants_picture() && (!counted_ || left_ > 0); };
     camera_->changed().wait(lock, [&] { return ending_ || wanted(); });
     if (ending_) return;
-    if (pool_.queued() > 0) {
-      take_picture(lock);
-    } else {
-      pass_over(lock);
+    try {
+      if (pool_.queued() > 0) {
+        take_picture(lock);
+      } else {
+        pass_over(lock);
+      }
+    } catch (const std::bad_alloc&) {
+      // The picture is lost, and its buffer to be queued again. The process is somebody else's: it must not
+      // end.
+      keep_failure();
     }
   }
 }
