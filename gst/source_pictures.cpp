@@ -15,8 +15,8 @@
 namespace kxcam {
 namespace {
 
-// What a picture takes on its way where the camera has no rate of its own.
-constexpr GstClockTime kFrameTime = 100 * GST_MSECOND;
+// What the largest picture takes from its arrival on, on a slow machine.
+constexpr GstClockTime kProcessing = 100 * GST_MSECOND;
 constexpr int kRing = 5;  // frames that the library keeps
 
 GstClockTime frame_time(FrameRate rate) {
@@ -155,7 +155,8 @@ bool Source::follows_picture() const {
 }
 
 GstFlowReturn Source::create(GstBuffer** buffer) try {
-  for (;;) {
+  constexpr int kMostChanges = 100;
+  for (int changes = 0; changes < kMostChanges; ++changes) {
     // The picture may have been turned, or another part of it been chosen.
     if (!follows_picture() && gst_base_src_negotiate(element_) == FALSE)
       return GST_PAD_IS_FLUSHING(GST_BASE_SRC_PAD(element_)) ? GST_FLOW_FLUSHING : GST_FLOW_NOT_NEGOTIATED;
@@ -177,6 +178,7 @@ GstFlowReturn Source::create(GstBuffer** buffer) try {
         break;
     }
   }
+  throw Failure(GST_RESOURCE_ERROR_READ, "The size of the pictures does not stay.");
 } catch (const std::exception& error) {
   post_error(element(), error);
   return GST_FLOW_ERROR;
@@ -250,9 +252,11 @@ void Source::post_loss(const GstBuffer* buffer) const {
 bool Source::latency(GstClockTime& least, GstClockTime& most) const {
   const std::shared_lock lock(camera_mutex_);
   if (camera_ == nullptr) return false;
-  const GstClockTime one = frame_time(camera_->rate());
-  least = GST_CLOCK_TIME_IS_VALID(one) ? one : kFrameTime;
-  most = kRing * least;
+  const GstClockTime interval = frame_time(camera_->rate());
+  const GstClockTime one = GST_CLOCK_TIME_IS_VALID(interval) ? interval : kProcessing;
+  // A stamp is the time of arrival: all that lies between is the processing, however slow the camera is.
+  least = std::min(one, kProcessing);
+  most = kRing * one;
   return true;
 }
 
