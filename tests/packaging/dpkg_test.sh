@@ -40,7 +40,7 @@ python=$(find "$1" -name 'python3-kxcam_*')
 echo "# ours" >>"$system/etc/kxusb.conf"
 inside sh -c 'dpkg --force-confold --install /packages/libkxcam1_*.deb'
 grep -q '^# ours$' "$system/etc/kxusb.conf"
-inside dpkg --remove ${gst:+gstreamer1.0-kxcam} ${python:+python3-kxcam} kxcam-sim kxcam-tools libkxcam-dev libkxcam1
+inside dpkg --remove ${gst:+gstreamer1.0-kxcam} ${python:+python3-kxcam} kxcam-gentl kxcam-sim kxcam-tools libkxcam-dev libkxcam1
 grep -q '^# ours$' "$system/etc/kxusb.conf"
-inside dpkg --purge libkxcam1
+inside dpkg --purge kxcam-gentl libkxcam1
 ours | diff "$layer/before" -
