@@ -1,4 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
+#include <array>
 #include <climits>
 
 #include <gtest/gtest.h>
@@ -16,31 +17,24 @@ std::optional<SensorWindow> map(uint32_t product_id, uint16_t flags, int x, int 
 }
 
 TEST(MapViewToSensor, RefusesWhatTheSensorCannotPlace) {
-  constexpr uint32_t kAnyTwo = 0x3500;     // 2592 x 1944
-  constexpr uint32_t kSixteen = 0x3A30;    // 640 x 480
-  constexpr uint32_t kThirtyTwo = 0x3510;  // 2592 x 1944
-  constexpr uint32_t kEightBoth = 0x3C30;  // 2064 x 1544
-  EXPECT_TRUE(map(kAnyTwo, 0, 2, 4, 6, 8));
-  EXPECT_FALSE(map(kAnyTwo, 0, 1, 4, 6, 8));
-  EXPECT_FALSE(map(kAnyTwo, 0, 2, 3, 6, 8));
-  EXPECT_FALSE(map(kAnyTwo, 0, 2, 4, 5, 8));
-  EXPECT_FALSE(map(kAnyTwo, 0, 2, 4, 6, 7));
-  EXPECT_TRUE(map(kSixteen, 0, 16, 2, 32, 4));
-  EXPECT_FALSE(map(kSixteen, 0, 8, 2, 32, 4));
-  EXPECT_FALSE(map(kThirtyTwo, 0, 32, 0, 48, 4));
-  EXPECT_TRUE(map(kEightBoth, 0, 8, 8, 16, 16));
-  EXPECT_FALSE(map(kEightBoth, 0, 8, 4, 16, 16));
-}
-
-TEST(MapViewToSensor, KeepsInsideTheSensor) {
-  EXPECT_TRUE(map(0x3500, 0, 2590, 1942, 2, 2));
-  EXPECT_FALSE(map(0x3500, 0, 2590, 0, 4, 2));
-  EXPECT_FALSE(map(0x3500, 0, 0, 1942, 2, 4));
-  EXPECT_FALSE(map(0x3500, 0, -2, 0, 4, 4));
-  EXPECT_FALSE(map(0x3500, 0, 0, 0, 0, 4));
-  EXPECT_FALSE(map(0x3500, 0, 0, 0, 4, -4));
-  EXPECT_FALSE(map(0x3500, 0, INT_MAX - 1, 0, INT_MAX - 1, 4));
-  EXPECT_FALSE(map(0x3500, kMirrorX | kMirrorY, INT_MIN, INT_MIN, INT_MAX - 1, INT_MAX - 1));
+  using Row = std::array<int, 4>;
+  const auto expect = [](bool taken, uint32_t model, std::initializer_list<Row> rows, uint16_t flags = 0) {
+    for (const auto& [x, y, w, h] : rows)
+      EXPECT_EQ(map(model, flags, x, y, w, h).has_value(), taken) << x << ", " << y << ", " << w << ", " << h;
+  };
+  // clang-format off
+  // 2592 x 1944, in steps of two, inside the sensor
+  expect(true, 0x3500, {Row{2, 4, 6, 8}, {2590, 1942, 2, 2}});
+  expect(false, 0x3500, {Row{1, 4, 6, 8}, {2, 3, 6, 8}, {2, 4, 5, 8}, {2, 4, 6, 7}, {2590, 0, 4, 2}, {0, 1942, 2, 4},
+                         {-2, 0, 4, 4}, {0, 0, 0, 4}, {0, 0, 4, -4}, {INT_MAX - 1, 0, INT_MAX - 1, 4}});
+  expect(false, 0x3500, {Row{INT_MIN, INT_MIN, INT_MAX - 1, INT_MAX - 1}}, kMirrorX | kMirrorY);
+  // in steps of 16 and 32 columns, and of 8 in both
+  expect(true, 0x3A30, {Row{16, 2, 32, 4}});
+  expect(false, 0x3A30, {Row{8, 2, 32, 4}});
+  expect(false, 0x3510, {Row{32, 0, 48, 4}});
+  expect(true, 0x3C30, {Row{8, 8, 16, 16}});
+  expect(false, 0x3C30, {Row{8, 4, 16, 16}});
+  // clang-format on
 }
 
 TEST(MapViewToSensor, FollowsMirrorsAndRotation) {

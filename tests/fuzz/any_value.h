@@ -1,8 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
-#include <array>
 #include <cstddef>
+#include <iterator>
 #include <limits>
 
 #include "input.h"
@@ -11,21 +11,13 @@ namespace kxcam {
 
 /// Mostly what settings take, with the ends of wider ranges among them.
 inline int any_int(Input& input) {
-  constexpr std::array kEnds = {-1,
-                                256,
-                                4095,
-                                4096,
-                                65535,
-                                65536,
-                                100000,
-                                0x1FFF,
-                                std::numeric_limits<int>::max(),
-                                std::numeric_limits<int>::min()};
+  using Limits = std::numeric_limits<int>;
+  constexpr int kEnds[] = {-1, 256, 4095, 4096, 65535, 65536, 100000, 0x1FFF, Limits::max(), Limits::min()};
   const int choice = input.byte();
   if (choice < 0xC0) return choice;
   if (choice < 0xE0) return input.word();
   if (choice < 0xF0) return input.int32();
-  return kEnds[static_cast<size_t>(choice) % kEnds.size()];
+  return kEnds[static_cast<size_t>(choice) % std::size(kEnds)];
 }
 
 /// Mostly what settings take.

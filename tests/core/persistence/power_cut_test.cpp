@@ -50,14 +50,11 @@ class PowerCut : public CameraBus {
   /// What may be written to this model: the greatest value of each request and index; the least is 0 but
   /// for the frames per trigger and the frame rate.
   static void check_registers(const Camera& camera) {
-    static const std::map<std::pair<int, int>, int> kGreatest = {{{kSensorWrite, 0x3204}, 254},
-                                                                 {{kSensorWrite, 0x3205}, 1},
-                                                                 {{kBridgeWrite, 3}, 255},
-                                                                 {{kBridgeWrite, 5}, 65535},
-                                                                 {{kBridgeWrite, 8}, 1},
-                                                                 {{kBridgeWrite, 9}, 65535},
-                                                                 {{0xB4, 0}, 1},
-                                                                 {{0xB2, 0}, 1}};
+    // clang-format off
+    static const std::map<std::pair<int, int>, int> kGreatest = {
+        {{kSensorWrite, 0x3204}, 254}, {{kSensorWrite, 0x3205}, 1}, {{kBridgeWrite, 3}, 255}, {{kBridgeWrite, 5}, 65535},
+        {{kBridgeWrite, 8}, 1}, {{kBridgeWrite, 9}, 65535}, {{0xB4, 0}, 1}, {{0xB2, 0}, 1}};
+    // clang-format on
     for (const auto& [code, index, value] : requests(camera)) {
       const auto row = kGreatest.find({code, index});
       ASSERT_TRUE(row != kGreatest.end() || code != kSensorWrite) << std::hex << index;

@@ -30,21 +30,14 @@ TEST_F(RequestOrder, OfOpeningAndClosing) {
   append_reads(expected, 0x1F00, 0x1F3B);          // settings
   append_reads(expected, 0x1F3E, 0x1F3E);
   append_reads(expected, 0x1D20, 0x1D31);  // colour matrix
-  append(expected, {{0xC3, 0x400, 0},
-                    {0xC3, 0x440, 0},
-                    {0xC3, 0x480, 0},  // fixed pattern
-                    {0xB6, 10, 8400},
-                    {0xB6, 11, 0},       // exposure: 840 lines of 10 us
-                    {0xA6, 0x3204, 15},  // gain
-                    {0xB2, 0, 0},        // high speed
-                    {0xAB, 4, 1},        // readout mode
-                    {0xB6, 5, 1},        // frames per trigger
-                    {0xB7, 8, 0},
-                    {0xB6, 8, 0},                  // frame rate
-                    {0xA6, 0x3205, 0},             // advanced gain
-                    {0xB4, 0, 0},                  // snap mode
-                    {0xB6, 3, 1},                  // trigger polarity
-                    {0xAC, 3, 0}});                // stored resolution
+  // clang-format off
+  append(expected, {{0xC3, 0x400, 0}, {0xC3, 0x440, 0}, {0xC3, 0x480, 0},  // fixed pattern
+                    {0xB6, 10, 8400}, {0xB6, 11, 0},                       // exposure: 840 lines of 10 us
+                    {0xA6, 0x3204, 15}, {0xB2, 0, 0}, {0xAB, 4, 1},        // gain, high speed, readout mode
+                    {0xB6, 5, 1}, {0xB7, 8, 0}, {0xB6, 8, 0},              // frames per trigger, frame rate
+                    {0xA6, 0x3205, 0}, {0xB4, 0, 0}, {0xB6, 3, 1},         // advanced gain, trigger
+                    {0xAC, 3, 0}});                                        // stored resolution
+  // clang-format on
   append_reads(expected, 0x1E00, 0x1E05);          // dead pixels
   append(expected, {{0xAC, 3, 0}, {0xA2, 0, 0}});  // full sensor, start
   EXPECT_EQ(requests(*camera), expected);
@@ -118,22 +111,11 @@ TEST_F(RequestOrder, OfApplyingLiveSettingsAgain) {
   EXPECT_EQ(CameraReconnect(0), 0U);
   Requests found = requests(*camera);
   found.erase(found.begin(), std::ranges::find(found, Request{0xB2, 0, 0}));
-  EXPECT_EQ(found, (Requests{{0xB2, 0, 0},
-                             {0xB6, 10, 70},
-                             {0xB6, 11, 0},
-                             {0xA6, 0x3204, 98},
-                             {0xB6, 10, 70},
-                             {0xB6, 11, 0},
-                             {0xAB, 4, 1},
-                             {0xB6, 5, 1},
-                             {0xA6, 0x3205, 0},
-                             {0xB4, 0, 0},
-                             {0xAD, 32, 16},
-                             {0xAD, 32, 16},
-                             {0xB7, 8, 0},
-                             {0xB6, 8, 0},
-                             {0xB6, 3, 1},
-                             {0xA2, 0, 0}}));
+  // clang-format off
+  EXPECT_EQ(found, (Requests{{0xB2, 0, 0}, {0xB6, 10, 70}, {0xB6, 11, 0}, {0xA6, 0x3204, 98}, {0xB6, 10, 70}, {0xB6, 11, 0},
+                             {0xAB, 4, 1}, {0xB6, 5, 1}, {0xA6, 0x3205, 0}, {0xB4, 0, 0}, {0xAD, 32, 16}, {0xAD, 32, 16},
+                             {0xB7, 8, 0}, {0xB6, 8, 0}, {0xB6, 3, 1}, {0xA2, 0, 0}}));
+  // clang-format on
 }
 
 }  // namespace
