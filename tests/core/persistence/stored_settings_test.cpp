@@ -31,13 +31,9 @@ double value_of(uint32_t (*getter)(int, T*)) {
 template <class T, class U>
 Setting setting(const char* name, uint32_t (*setter)(int, T), uint32_t (*getter)(int, U*),
                 std::type_identity_t<T> value, uint16_t offset, Bytes stored, double loaded) {
-  return {name,
-          [=] { return setter(0, value); },
-          [=] { return value_of(getter); },
-          offset,
-          std::move(stored),
-          static_cast<double>(value),
-          loaded};
+  const auto set = [=] { return setter(0, value); };
+  const auto get = [=] { return value_of(getter); };
+  return {name, set, get, offset, std::move(stored), static_cast<double>(value), loaded};
 }
 template <class T, class U>
 Setting setting(const char* name, uint32_t (*setter)(int, T), uint32_t (*getter)(int, U*),
@@ -86,15 +82,10 @@ std::vector<Setting> all_settings() {
       setting(BOTH(StrobeDelay), 99, 0x36, {0, 9}, 90),
       setting(BOTH(StrobeDuration), 70000, 0x38, {0x1B, 0x58}),
       setting(BOTH(DebouncerTime), 0x10FF, 0x3A, {0x10, 0xFF}),
-      {"FrameRate",
-       [] { return CameraSetFrameRate(0, true, 25.55); },
-       [] { return frame_rate(true); },
-       0x30,
-       {0, 255},
-       25.55,
-       25.5},
       {"FixedRate", [] { return 0U; }, [] { return frame_rate(false); }, 0x30, {0, 255}, 1, 1},
   };
+  const auto set_rate = [] { return CameraSetFrameRate(0, true, 25.55); };
+  all.push_back({"FrameRate", set_rate, [] { return frame_rate(true); }, 0x30, {0, 255}, 25.55, 25.5});
   const auto wb_gains = [] { return CameraSetWBGain(0, 2.5678, 1.25, 0.999); };
   all.push_back({"WBGain red", wb_gains, [] { return wb_gain(0); }, 0x0A, {1, 0}, 2.5678, 2.56});
   all.push_back({"WBGain green", wb_gains, [] { return wb_gain(1); }, 0x0C, {0, 125}, 1.25, 1.25});
