@@ -25,17 +25,15 @@ target_compile_options(kxcam_test_headers PRIVATE -fPIE)
 kxcam_test_options(kxcam_test_headers)
 target_precompile_headers(kxcam_test_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
 
-# kxcam_test(NAME SOURCES source... LIBRARIES library... [SEPARATE source...] [ALONE]): a GoogleTest program;
+# kxcam_test(NAME SOURCES source... LIBRARIES library... [ALONE]): a GoogleTest program;
 # every case of it is a test of its own, in a process of its own, so that no case sees another's open cameras.
-# SEPARATE: those of the sources that cannot be compiled as one with the others. ALONE: beside no other test,
-# as it keeps all processors busy.
+# ALONE: beside no other test, as it keeps all processors busy.
 function(kxcam_test NAME)
-  cmake_parse_arguments(ARG "ALONE" "" "SOURCES;LIBRARIES;SEPARATE" ${ARGN})
+  cmake_parse_arguments(ARG "ALONE" "" "SOURCES;LIBRARIES" ${ARGN})
   add_executable(${NAME} ${ARG_SOURCES})
   target_link_libraries(${NAME} PRIVATE ${ARG_LIBRARIES})
   kxcam_test_options(${NAME})
   target_precompile_headers(${NAME} REUSE_FROM kxcam_test_headers)
-  set_source_files_properties(${ARG_SEPARATE} PROPERTIES SKIP_UNITY_BUILD_INCLUSION ON)
   gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST
                        PROPERTIES TIMEOUT ${KXCAM_TEST_TIMEOUT} RUN_SERIAL ${ARG_ALONE} ENVIRONMENT "${KXCAM_TEST_ENVIRONMENT}")
 endfunction()
