@@ -69,6 +69,12 @@ TEST_F(Params, AFileMayBeShortAndForAnotherModel) {
             "gain=12\nmirror-y=on\nexposure=275\n");
 }
 
+TEST_F(Params, AFileLeavesWhatItDoesNotNameAlone) {
+  output_of(camera(), {"params", "store", "trigger=on", "gain=33"});
+  output_of(camera(), {"params", "load", write("x.conf", "gamma = 1.5")});
+  EXPECT_EQ(output_of(camera(), {"get", "trigger", "gain", "gamma"}), "trigger=on\ngain=33\ngamma=1.5\n");
+}
+
 TEST_F(Params, AMistakeIsReportedWithItsLineAndNothingChanges) {
   const std::string before = settings_of(camera());
   const std::pair<std::string, std::string> mistakes[] = {

@@ -93,11 +93,14 @@ bool has_blank_settings(const OpenCamera& camera) {
 std::vector<std::string_view> write_settings(const OpenCamera& camera, std::span<const Assignment> settings) {
   // Some settings can only be changed while the camera is not triggered. Whether it is to be comes later.
   const Control& trigger = find_control("trigger");
-  if (trigger.get(camera.index()) == 1.0) write_control(camera, trigger, 0);
+  const bool triggered = trigger.get(camera.index()) == 1.0;
+  if (triggered) write_control(camera, trigger, 0);
   std::vector<std::string_view> missing;
   for (const Assignment& setting : settings) {
     if (!change(camera, setting)) missing.push_back(setting.control->name);
   }
+  const bool decided = std::ranges::any_of(settings, [&](const auto& s) { return s.control == &trigger; });
+  if (triggered && !decided) write_control(camera, trigger, 1);
   return missing;
 }
 
