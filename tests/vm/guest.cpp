@@ -60,7 +60,7 @@ double milliseconds_since(Clock::time_point begin) {
 }
 
 bool eventually(const std::function<bool()>& holds) {
-  for (const auto begin = Clock::now(); milliseconds_since(begin) < 30'000;) {
+  for (const auto begin = Clock::now(); milliseconds_since(begin) < 300'000;) {
     if (holds()) return true;
     std::this_thread::sleep_for(std::chrono::milliseconds(5));
   }
