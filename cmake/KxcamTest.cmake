@@ -10,8 +10,8 @@ endif()
 
 function(kxcam_test_options TARGET)
   target_link_libraries(${TARGET} PRIVATE GTest::gmock GTest::gtest_main kxcam_settings)
+  target_compile_options(${TARGET} PRIVATE -O0)  # assertions take as long again to optimise, instrumented ones longer
   if(KXCAM_SANITIZE)
-    target_compile_options(${TARGET} PRIVATE -O0)  # assertions take long to optimise once they are instrumented
     target_compile_definitions(${TARGET} PRIVATE SANITIZED)
   endif()
 endfunction()

@@ -68,9 +68,9 @@ bool eventually(const std::function<bool()>& holds) {
 }
 
 /// Has the host give a command to kxsim, such as "unplug 1"; "kill" and "start" are for the process itself.
-/// Returns at once.
+/// Returns at once. On a line of its own: some messages of the library end without one.
 void tell_host(const std::string& command) {
-  std::cout << "@host " << command << std::endl;
+  std::cout << "\n@host " << command << std::endl;
 }
 
 /// The first word of that file of every camera on the kernel's bus.
@@ -513,7 +513,7 @@ int main(int argc, char** argv) {
       tell_host("plug 1");
       std::this_thread::sleep_for(std::chrono::seconds(1));
     }
-    std::cout << (failure.empty() ? "@passed " : "@failed ") << one.name << (failure.empty() ? "" : ": ")
+    std::cout << (failure.empty() ? "\n@passed " : "\n@failed ") << one.name << (failure.empty() ? "" : ": ")
               << failure << " (" << static_cast<int>(milliseconds_since(begin)) << " ms)" << std::endl;
   }
 }
