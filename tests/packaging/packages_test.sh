@@ -58,7 +58,7 @@ version=$(dpkg-deb -f "$(package libkxcam1)" Version)
 depends libkxcam1 libc6 'libusb-1\.0-0'
 depends libkxcam-dev "libkxcam1 \(= $version\)" 'libusb-1\.0-0-dev'
 depends kxcam-tools "libkxcam1 \(>= $version\)" libc6 'libpng16-16(t64)?' 'libcpp-httplib0\.[0-9]+(t64)?' libturbojpeg0
-depends kxcam-sim libc6 libusbredirparser1
+depends kxcam-sim libc6 'libusbredirparser1(t64)?'
 depends kxcam-gentl "libkxcam1 \(>= $version\)" libc6 'libusb-1\.0-0'
 [ -z "$gst" ] || depends gstreamer1.0-kxcam "libkxcam1 \(>= $version\)" libc6 'libgstreamer-plugins-base1\.0-0(t64)?'
 [ -z "$python" ] || depends python3-kxcam "libkxcam1 \(>= $version\)" python3-numpy

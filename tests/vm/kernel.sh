@@ -18,7 +18,7 @@ package=$(find_package)
 
 modules='usb/common/usb-common.ko usb/core/usbcore.ko usb/host/xhci-hcd.ko usb/host/xhci-pci.ko'
 patterns='./boot/vmlinuz-*'
-for module in $modules; do patterns="$patterns */kernel/drivers/$module"; done
+for module in $modules; do patterns="$patterns */kernel/drivers/$module*"; done
 # shellcheck disable=SC2086 # several patterns, for tar to expand
 dpkg-deb --fsys-tarfile ./*.deb | (set -f; exec tar -x --wildcards $patterns)
 rm ./*.deb
@@ -26,7 +26,13 @@ rm ./*.deb
 n=0
 for module in $modules; do
   n=$((n + 1))
-  mv lib/modules/*/kernel/drivers/"$module" "$n-$(basename "$module")"
+  # Compressed, from Debian 13 on.
+  for file in lib/modules/*/kernel/drivers/"$module"*; do
+    case $file in
+      *.xz) xz -dc "$file" ;;
+      *) cat "$file" ;;
+    esac >"$n-$(basename "$module")"
+  done
 done
 
 # The kernel proper boots faster in emulation than the program that unpacks it. Where it begins and ends is in
