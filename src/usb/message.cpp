@@ -26,7 +26,7 @@ void say(std::FILE* stream, std::string_view text) {
   Receiver& to = receiver();
   const std::lock_guard lock(to.mutex);
   if (to.handler == nullptr) {
-    std::fwrite(text.data(), 1, text.size(), stream);
+    if (stream != nullptr) std::fwrite(text.data(), 1, text.size(), stream);
     return;
   }
   const size_t end = text.find_last_not_of(" \n");

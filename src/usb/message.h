@@ -8,7 +8,8 @@ namespace kxcam {
 
 using MessageHandler = void (*)(const char* text, void* data);
 
-/// Writes a message as it is to `stream`, or hands it to the program, without white space at its end.
+/// Writes a message as it is to `stream`, or hands it to the program, without white space at its end. Null:
+/// it is for programs that take messages, and never written.
 void say(std::FILE* stream, std::string_view text);
 
 /// Whether the program takes the messages.

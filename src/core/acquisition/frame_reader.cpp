@@ -3,7 +3,6 @@
 
 #include <algorithm>
 #include <charconv>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -175,10 +174,6 @@ class FrameCollector {
   bool gone_ = false;  ///< what the ring was told last
 };
 
-}  // namespace
-
-namespace {
-
 /// Real-time scheduling for the calling thread if the environment asks for it: between two transfers nobody
 /// takes what the camera sends, and a busy system may make that long.
 void take_priority() {
@@ -191,7 +186,7 @@ void take_priority() {
   if (number && pthread_setschedparam(pthread_self(), SCHED_FIFO | SCHED_RESET_ON_FORK, &priority) == 0)
     return;
   try {
-    say(stderr, "KXCAM_READER_PRIORITY has no effect: no number, or none that the system grants.\n");
+    say(nullptr, "KXCAM_READER_PRIORITY has no effect: no number, or none that the system grants.");
   } catch (const std::bad_alloc&) {
     // The thread goes on without a word.
   }

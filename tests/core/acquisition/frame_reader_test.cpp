@@ -129,8 +129,13 @@ TEST_F(FrameReader, TakesThePriorityThatIsAskedForOrSaysThatItCannot) {
     open_with(wrong);
     EXPECT_THAT(messages, testing::ElementsAre(testing::HasSubstr("KXCAM_READER_PRIORITY")));
   }
-  unsetenv("KXCAM_READER_PRIORITY");
   kxcam_set_message_handler(nullptr, nullptr);
+  CameraFree(0);
+  bus_.unplug_all();
+  testing::internal::CaptureStderr();
+  open_with("100");
+  unsetenv("KXCAM_READER_PRIORITY");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "") << "nothing is printed";
 }
 
 }  // namespace
