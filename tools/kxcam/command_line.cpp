@@ -370,7 +370,7 @@ void add_view(CLI::App& app, Commands& commands) {
   add_camera(command, options->camera);
   add_number(command, "--port", options->port, "P", 1, 65535,
              "Port of 127.0.0.1 to listen on (default: any free one)");
-  command.add_flag("!--no-open", options->open, "Print the address only, and open no browser");
+  command.add_flag("--no-open", options->no_open, "Print the address only, and open no browser");
   command.add_option("--directory", options->directory, "Folder for recordings")
       ->type_name("DIR")
       ->capture_default_str();

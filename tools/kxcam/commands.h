@@ -97,7 +97,7 @@ void verify_cameras(const VerifyOptions& options, StandardOutput& output);
 struct ViewOptions {
   CameraChoice camera;
   int port = 0;  ///< any free one
-  bool open = true;
+  bool no_open = false;
   std::string directory = ".";  ///< for recordings
 };
 void view_camera(const ViewOptions& options, StandardOutput& output);

@@ -29,7 +29,7 @@ void view_camera(const ViewOptions& options, StandardOutput& output) {
   print_message("kxcam: this address is for you alone; Ctrl-C ends the viewer\n");
 
   std::optional<view::Browser> browser;
-  if (options.open) browser.emplace(address);
+  if (!options.no_open) browser.emplace(address);
   while (!interrupted()) {
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
     if (browser && viewer.was_visited()) browser->arrived();
