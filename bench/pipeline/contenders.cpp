@@ -14,7 +14,7 @@
 #include <opencv2/core.hpp>
 #include <opencv2/imgproc.hpp>
 
-#include "core/picture/correction_settings.h"
+#include "core/picture/picture_settings.h"
 #include "core/registry/camera_context.h"
 #include "core/registry/contexts.h"
 #include "core/registry/model_table.h"

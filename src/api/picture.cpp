@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "api/boundary.h"
-#include "core/picture/correction_settings.h"
-#include "core/picture/tone_settings.h"
+#include "core/picture/picture_settings.h"
 #include "core/picture/white_balance_settings.h"
 
 using namespace kxcam;

@@ -5,8 +5,8 @@
 #include <thread>
 
 #include "context_fixture.h"
-#include "core/picture/correction_settings.h"
 #include "core/picture/isp.h"
+#include "core/picture/picture_settings.h"
 #include "core/picture/white_balance_settings.h"
 #include "core/registry/camera_parameter.h"
 #include "frame_fixture.h"

@@ -5,8 +5,7 @@
 #include <numeric>
 
 #include "context_fixture.h"
-#include "core/picture/correction_settings.h"
-#include "core/picture/tone_settings.h"
+#include "core/picture/picture_settings.h"
 #include "core/registry/camera_parameter.h"
 #include "frame_fixture.h"
 #include "isp/plain_picture.h"

@@ -1,4 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
+#include "core/picture/picture_settings.h"
+
 #include <algorithm>
 #include <array>
 #include <cmath>
@@ -8,8 +10,6 @@
 #include <gmock/gmock.h>
 
 #include "context_fixture.h"
-#include "core/picture/correction_settings.h"
-#include "core/picture/tone_settings.h"
 #include "sync/clock.h"
 
 // The settings of the picture: their ranges, and the tables they make.

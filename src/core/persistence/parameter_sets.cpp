@@ -18,8 +18,7 @@
 #include "core/control/trigger.h"
 #include "core/persistence/parameter_block.h"
 #include "core/persistence/stored_tables.h"
-#include "core/picture/correction_settings.h"
-#include "core/picture/tone_settings.h"
+#include "core/picture/picture_settings.h"
 #include "core/picture/white_balance_settings.h"
 
 namespace kxcam {

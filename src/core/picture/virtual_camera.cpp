@@ -4,8 +4,7 @@
 #include <span>
 
 #include "core/acquisition/orientation.h"
-#include "core/picture/correction_settings.h"
-#include "core/picture/tone_settings.h"
+#include "core/picture/picture_settings.h"
 #include "core/picture/white_balance_settings.h"
 #include "core/registry/camera_context.h"
 #include "core/registry/contexts.h"

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "camera_bus.h"
-#include "core/picture/correction_settings.h"
+#include "core/picture/picture_settings.h"
 #include "core/registry/contexts.h"
 
 // The tables that a camera keeps in its flash: the fixed pattern and the table of 12-bit samples.

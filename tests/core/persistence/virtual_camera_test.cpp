@@ -2,7 +2,7 @@
 #include "core/picture/virtual_camera.h"
 
 #include "camera_bus.h"
-#include "core/picture/tone_settings.h"
+#include "core/picture/picture_settings.h"
 #include "core/registry/contexts.h"
 
 namespace kxcam::test {
