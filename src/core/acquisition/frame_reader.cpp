@@ -12,11 +12,14 @@
 
 #include <pthread.h>
 
+#include "core/control/registers.h"
 #include "core/control/trigger.h"
 #include "core/registry/camera_context.h"
 #include "sync/clock.h"
+#include "usb/bridge.h"
 #include "usb/kxusb.h"
 #include "usb/message.h"
+#include "usb/requests.h"
 
 namespace kxcam {
 
@@ -192,6 +195,14 @@ void take_priority() {
   }
 }
 
+bool switch_stream(CameraContext& camera, bridge::Request request) {
+  if (!camera.model().newer_bridge()) return true;
+  const DeviceHandle handle = find_device(camera);
+  if (handle == nullptr) return false;
+  read_short(handle.get(), request, 0, 0);
+  return true;
+}
+
 }  // namespace
 
 void reader(CameraContext& context) {
@@ -207,6 +218,14 @@ void start_reader(CameraContext& context) {
 
 void join_reader(CameraContext& context) {
   if (context.stream.reader_thread.joinable()) context.stream.reader_thread.join();
+}
+
+bool start_video(CameraContext& camera) {
+  return switch_stream(camera, bridge::kStartStream);
+}
+
+bool stop_video(CameraContext& camera) {
+  return switch_stream(camera, bridge::kStopStream);
 }
 
 }  // namespace kxcam

@@ -36,4 +36,9 @@ void join_reader(CameraContext& context);
 /// Body of the thread: collects bulk transfers into frames.
 void reader(CameraContext& context);
 
+/// Starts and stops the image stream of the newer bridges; the older ones stream always and are not asked.
+/// The camera's answer does not matter. NO_DEVICE.
+bool start_video(CameraContext& camera);
+bool stop_video(CameraContext& camera);
+
 }  // namespace kxcam

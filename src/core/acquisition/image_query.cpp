@@ -3,9 +3,11 @@
 
 #include <algorithm>
 #include <cstring>
+#include <limits>
 #include <mutex>
+#include <utility>
 
-#include "core/acquisition/image_size.h"
+#include "core/control/registers.h"
 #include "core/picture/isp.h"
 #include "core/registry/camera_context.h"
 #include "usb/last_error.h"
@@ -13,6 +15,21 @@
 namespace kxcam {
 
 namespace {
+
+constexpr int kShortestTimeoutMs = 500;
+constexpr int kLongestTimeoutMs = 50000;
+
+int color_pixel_bytes(int format) {
+  return (format & KXCAM_FORMAT_32BIT) != 0 ? 4 : 3;
+}
+
+/// Bytes that a picture of a raw frame of that geometry takes.
+int image_bytes(const FrameGeometry& geometry, int format) {
+  const int pixels = geometry.pixels();
+  if ((format & KXCAM_FORMAT_RAW) != 0) return pixels * static_cast<int>(geometry.bytes_per_pixel);
+  if ((format & KXCAM_FORMAT_GREY) != 0) return pixels;
+  return pixels * color_pixel_bytes(format);
+}
 
 /// Milliseconds that a query waits: a long exposure gets at least its own duration.
 int64_t wait_limit(const CameraContext& context) {
@@ -47,6 +64,47 @@ bool deliver(CameraContext& context, int i, FrameGeometry geometry, uint8_t* out
 }
 
 }  // namespace
+
+bool get_image_size(const CameraContext& camera, int* width, int* height) {
+  const FrameGeometry geometry = camera.stream.geometry;
+  if ((camera.parameter.isp_flags & kRotate90) != 0) std::swap(width, height);
+  if (width != nullptr) *width = geometry.frame_width;
+  if (height != nullptr) *height = geometry.frame_height;
+  return true;
+}
+
+bool get_image_depth(const CameraContext& camera, int* bits) {
+  if (bits != nullptr) *bits = camera.model().COLOR_MODE == kMono12 ? 12 : 8;
+  return true;
+}
+
+bool get_image_buffer_size(const CameraContext& camera, int* size, int format) {
+  if (size != nullptr) *size = image_bytes(camera.stream.geometry, format);
+  return true;
+}
+
+bool get_isp_image_buffer_size(const CameraContext& /*camera*/, int* size, int width, int height,
+                               int format) {
+  int pixel_bytes = 1;
+  if ((format & (KXCAM_FORMAT_RAW | KXCAM_FORMAT_GREY)) == 0) {
+    if ((format & KXCAM_FORMAT_COLOR) == 0) return fail(KXCAM_ERROR_ARGUMENT);
+    pixel_bytes = color_pixel_bytes(format);
+  }
+  if (width < 1 || height < 1 || int64_t{width} * height > std::numeric_limits<int>::max() / pixel_bytes) {
+    return fail(KXCAM_ERROR_ARGUMENT);
+  }
+  if (size != nullptr) *size = width * height * pixel_bytes;
+  return true;
+}
+
+bool set_time_out(CameraContext& camera, int ms) {
+  camera.parameter.time_out = std::clamp(ms, kShortestTimeoutMs, kLongestTimeoutMs);
+  return true;
+}
+
+int get_time_out(const CameraContext& camera) {
+  return camera.parameter.time_out;
+}
 
 bool query_frame(CameraContext& context, uint8_t* out, size_t size, int format, const FrameRing::Wait& wait,
                  DeliveredFrame& frame) {
@@ -93,6 +151,16 @@ bool query_image_lv(CameraContext& context, uint32_t* out, const int* size, int 
   const int64_t bytes = int64_t{*size} * 4;
   const int byte_count = bytes == static_cast<int32_t>(bytes) ? static_cast<int>(bytes) : -1;
   return query_image(context, reinterpret_cast<uint8_t*>(out), &byte_count, format | KXCAM_FORMAT_32BIT);
+}
+
+bool clear_host_buffer(CameraContext& camera) {
+  if (find_device(camera) == nullptr) return false;
+  if (camera.stream.ring != nullptr) camera.stream.ring->flush();
+  return true;
+}
+
+void abort_query(CameraContext& camera) {
+  camera.stream.stop();
 }
 
 }  // namespace kxcam

@@ -10,6 +10,25 @@ namespace kxcam {
 
 struct CameraContext;
 
+// What a query delivers. Output pointers may be null.
+
+/// Size of the picture as it is delivered: swapped while rotated.
+bool get_image_size(const CameraContext& camera, int* width, int* height);
+
+/// Significant bits of a raw sample.
+bool get_image_depth(const CameraContext& camera, int* bits);
+
+/// Bytes that a query in `format` (kxcam_format) delivers.
+bool get_image_buffer_size(const CameraContext& camera, int* size, int format);
+
+/// Bytes that the pipeline makes of a width x height frame. ARGUMENT for a format without a picture,
+/// sizes below 1 and results beyond int.
+bool get_isp_image_buffer_size(const CameraContext& camera, int* size, int width, int height, int format);
+
+/// Least time that a query waits, in ms, clamped to 500..50000.
+bool set_time_out(CameraContext& camera, int ms);
+int get_time_out(const CameraContext& camera);
+
 /// Waits for the next frame and delivers it in `format` (kxcam_format) to `out`.
 ///
 /// `*size` must be exactly what get_image_buffer_size() gives. `buffer_index`, unless null, receives the
@@ -34,5 +53,11 @@ struct DeliveredFrame {
 /// wait was interrupted, which `frame.taken` tells.
 bool query_frame(CameraContext& context, uint8_t* out, size_t size, int format, const FrameRing::Wait& wait,
                  DeliveredFrame& frame);
+
+/// Drops the frames that wait in the ring and those that arrive within 200 ms, at most five. NO_DEVICE.
+bool clear_host_buffer(CameraContext& camera);
+
+/// Ends acquisition for good: the reader stops and queries fail until the camera is opened again.
+void abort_query(CameraContext& camera);
 
 }  // namespace kxcam

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
-#include "core/acquisition/video.h"
+#include "core/acquisition/image_query.h"
 #include "core/control/exposure.h"
 #include "core/control/registers.h"
 #include "core/control/trigger.h"

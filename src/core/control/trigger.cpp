@@ -4,8 +4,8 @@
 #include <algorithm>
 #include <limits>
 
+#include "core/acquisition/image_query.h"
 #include "core/acquisition/line_scan.h"
-#include "core/acquisition/video.h"
 #include "core/control/registers.h"
 #include "core/registry/contexts.h"
 #include "core/sensors/registers.h"

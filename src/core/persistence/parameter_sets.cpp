@@ -7,10 +7,10 @@
 #include <string_view>
 #include <variant>
 
+#include "core/acquisition/image_query.h"
 #include "core/acquisition/line_scan.h"
 #include "core/acquisition/orientation.h"
 #include "core/acquisition/readout.h"
-#include "core/acquisition/video.h"
 #include "core/control/auto_exposure.h"
 #include "core/control/exposure.h"
 #include "core/control/frame_timing.h"

@@ -6,9 +6,9 @@
 #include <string_view>
 
 #include "core/acquisition/frame_reader.h"
+#include "core/acquisition/image_query.h"
 #include "core/acquisition/orientation.h"
 #include "core/acquisition/readout.h"
-#include "core/acquisition/video.h"
 #include "core/persistence/parameter_sets.h"
 #include "core/persistence/stored_tables.h"
 #include "core/registry/contexts.h"
