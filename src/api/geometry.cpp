@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 #include "api/boundary.h"
 #include "core/acquisition/image_query.h"
-#include "core/acquisition/line_scan.h"
 #include "core/acquisition/orientation.h"
 #include "core/acquisition/readout.h"
 

@@ -5,7 +5,7 @@
 #include <limits>
 
 #include "core/acquisition/image_query.h"
-#include "core/acquisition/line_scan.h"
+#include "core/acquisition/readout.h"
 #include "core/control/registers.h"
 #include "core/registry/contexts.h"
 #include "core/sensors/registers.h"

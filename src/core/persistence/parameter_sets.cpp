@@ -8,7 +8,6 @@
 #include <variant>
 
 #include "core/acquisition/image_query.h"
-#include "core/acquisition/line_scan.h"
 #include "core/acquisition/orientation.h"
 #include "core/acquisition/readout.h"
 #include "core/control/auto_exposure.h"
