@@ -12,7 +12,6 @@
 #include <span>
 
 #include "core/acquisition/frame_geometry.h"
-#include "core/acquisition/readiness.h"
 #include "sync/condition.h"
 
 namespace kxcam {

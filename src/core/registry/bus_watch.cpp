@@ -11,10 +11,10 @@
 
 #include <sys/time.h>
 
-#include "core/acquisition/readiness.h"
 #include "core/registry/contexts.h"
 #include "core/registry/discovery.h"
 #include "kxcam/extra.h"
+#include "sync/condition.h"
 #include "usb/kxusb.h"
 #include "usb/last_error.h"
 

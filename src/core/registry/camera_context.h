@@ -22,8 +22,7 @@
 #include "isp/frame_memory.h"
 #include "isp/index_map.h"
 #include "sync/empty_locks.h"
-#include "sync/published.h"
-#include "sync/relaxed.h"
+#include "sync/shared_value.h"
 
 namespace kxcam {
 

@@ -4,7 +4,7 @@
 #include <array>
 #include <cstdint>
 
-#include "sync/relaxed.h"
+#include "sync/shared_value.h"
 
 namespace kxcam {
 
