@@ -36,6 +36,10 @@ int first_byte(const std::optional<ShortReply>& reply) {
   return reply ? (*reply)[0] : -1;
 }
 
+uint32_t with_bits(uint32_t value, uint32_t bits, bool on) {
+  return on ? value | bits : value & ~bits;
+}
+
 bool is_reserved_for_strobe(const CameraContext& camera, int pins) {
   return (camera.device.feature_bits & kTriggerUnit) != 0 && (pins & kStrobeLine) != 0 &&
          (camera.parameter.isp_flags & kStrobeOff) == 0;
@@ -64,6 +68,37 @@ bool sccb_write(CameraContext& camera, uint32_t reg, uint32_t value) {
 
 std::optional<uint32_t> sccb_read(CameraContext& camera, uint32_t reg) {
   return read_register(camera, bridge::kSensorRead, reg);
+}
+
+bool sccb_write_all(CameraContext& camera, std::initializer_list<RegisterWrite> writes) {
+  bool all_written = true;
+  for (const RegisterWrite& write : writes) all_written &= sccb_write(camera, write.reg, write.value);
+  return all_written;
+}
+
+std::optional<int32_t> sccb_read_pair(CameraContext& camera, uint32_t high_reg, uint32_t low_reg) {
+  const std::optional<uint32_t> high = sccb_read(camera, high_reg);
+  const std::optional<uint32_t> low = sccb_read(camera, low_reg);
+  if (!high || !low) return std::nullopt;
+  return static_cast<int32_t>(*high << 8 | *low);
+}
+
+std::optional<uint32_t> read_mode_bits(CameraContext& camera, uint32_t reg) {
+  if (find_device(camera) == nullptr) return std::nullopt;
+  const std::optional<uint32_t> value = sccb_read(camera, reg);
+  if (!value) set_last_error(KXCAM_ERROR_NOT_SUPPORTED);
+  return value;
+}
+
+bool switch_mode_bits(CameraContext& camera, uint32_t reg, uint32_t bits, bool on) {
+  const std::optional<uint32_t> present = read_mode_bits(camera, reg);
+  if (present) sccb_write(camera, reg, with_bits(*present, bits, on));
+  return present.has_value();
+}
+
+bool switch_polarity_bit(CameraContext& camera, uint32_t reg, uint32_t bit, bool on) {
+  const std::optional<uint32_t> present = read_mode_bits(camera, reg);
+  return present && sccb_write(camera, reg, with_bits(*present, bit, on));
 }
 
 bool isp_write(CameraContext& camera, uint32_t reg, uint32_t value) {

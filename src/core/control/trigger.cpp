@@ -8,7 +8,6 @@
 #include "core/acquisition/readout.h"
 #include "core/control/registers.h"
 #include "core/registry/contexts.h"
-#include "core/sensors/registers.h"
 #include "core/sensors/sensor_family.h"
 #include "sync/clock.h"
 #include "usb/bridge.h"
@@ -31,6 +30,7 @@ constexpr UnitTime kStrobeDuration{&CameraParameter::strobe_duration, bridge::kS
 constexpr UnitTime kDebouncerTime{&CameraParameter::debouncer_time, bridge::kDebouncerTime, 1};
 
 constexpr int kCameraWithTheUnit = 0;
+constexpr int kTriggerLine = 0x08;
 constexpr uint32_t kSwitchedOn = 0x8000;
 
 bool has_trigger_unit(const CameraContext& camera) {
@@ -108,6 +108,14 @@ bool trigger_shot(CameraContext& camera) {
   sysdelay(camera.family.trigger_wait_ms);
   pulse_trigger_line(camera);
   return true;
+}
+
+bool request_trigger_mode(CameraContext& camera, bool triggered) {
+  return ask_bridge(camera, bridge::kTriggerMode, 0, triggered ? 1 : 0).has_value();
+}
+
+void pulse_trigger_line(CameraContext& camera) {
+  set_gpio(camera, kTriggerLine, kTriggerLine);
 }
 
 bool set_trigger_polarity(CameraContext& camera, int polarity) {

@@ -35,6 +35,12 @@ int get_snap_num(const CameraContext& camera);
 /// triggered. The bridge's answer to the pulse does not matter.
 bool trigger_shot(CameraContext& camera);
 
+/// Tells the bridge whether frames wait for a trigger. READ_REQUEST when it refuses.
+bool request_trigger_mode(CameraContext& camera, bool triggered);
+
+/// The pulse that starts a triggered frame.
+void pulse_trigger_line(CameraContext& camera);
+
 /// Polarity of the trigger input: 1 is what get_trigger_polarity() reports as true. Fails as isp_write()
 /// does, which leaves the value stored.
 bool set_trigger_polarity(CameraContext& camera, int polarity);

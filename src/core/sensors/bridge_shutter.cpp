@@ -1,11 +1,12 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 
+#include "core/control/registers.h"
 #include "core/control/trigger.h"
 #include "core/registry/camera_context.h"
 #include "core/sensors/line_clock.h"
-#include "core/sensors/registers.h"
 #include "core/sensors/sensor_family.h"
+#include "usb/bridge.h"
 
 // Sensors that the bridge triggers, and whose shutter (but that of 0x0DC0) it times.
 

@@ -3,12 +3,14 @@
 #include <array>
 
 #include "core/control/exposure.h"
+#include "core/control/registers.h"
+#include "core/control/trigger.h"
 #include "core/registry/camera_context.h"
 #include "core/registry/camera_parameter.h"
 #include "core/sensors/line_clock.h"
-#include "core/sensors/registers.h"
 #include "core/sensors/sensor_family.h"
 #include "sync/clock.h"
+#include "usb/bridge.h"
 
 // Sensors whose shutter register counts the lines of the frame before the exposure begins. The bridge keeps
 // the length of the frame, which grows where the exposure needs more.

@@ -89,6 +89,13 @@ struct SensorFamily {
   bool (*switch_strobe_polarity)(CameraContext& camera, bool active_high) = nullptr;
 };
 
+/// A step whose outcome its setter does not report.
+template <bool (*kStep)(CameraContext&, int32_t)>
+bool regardless(CameraContext& camera, int32_t value) {
+  kStep(camera, value);
+  return true;
+}
+
 /// The families of one file.
 using SensorGeneration = std::span<const SensorFamily>;
 

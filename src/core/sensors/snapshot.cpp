@@ -1,10 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 #include <algorithm>
 
+#include "core/control/registers.h"
 #include "core/registry/camera_context.h"
 #include "core/sensors/line_clock.h"
-#include "core/sensors/registers.h"
 #include "core/sensors/sensor_family.h"
+#include "usb/bridge.h"
 #include "usb/last_error.h"
 
 // Rolling shutters with a snapshot mode: register 0x1E holds it, and the strobe.

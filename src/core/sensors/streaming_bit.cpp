@@ -2,9 +2,10 @@
 #include <algorithm>
 #include <array>
 
+#include "core/control/registers.h"
+#include "core/control/trigger.h"
 #include "core/registry/camera_context.h"
 #include "core/sensors/line_clock.h"
-#include "core/sensors/registers.h"
 #include "core/sensors/sensor_family.h"
 
 // Sensors of registers 0x3000 and up that stream, or wait, by bits of their reset register.

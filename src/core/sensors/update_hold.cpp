@@ -2,9 +2,10 @@
 #include <algorithm>
 
 #include "core/control/exposure.h"
+#include "core/control/registers.h"
+#include "core/control/trigger.h"
 #include "core/registry/camera_context.h"
 #include "core/sensors/line_clock.h"
-#include "core/sensors/registers.h"
 #include "core/sensors/sensor_family.h"
 #include "sync/clock.h"
 
