@@ -2,7 +2,6 @@
 #include <array>
 #include <string>
 
-#include "api/controls.h"
 #include "api/extra_boundary.h"
 #include "core/control/auto_exposure.h"
 #include "core/control/trigger.h"

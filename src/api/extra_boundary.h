@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
 #include <type_traits>
 
@@ -51,5 +52,8 @@ void copy_text(char (&to)[N], const char* from) {
   std::memcpy(to, from, length);
   to[length] = '\0';
 }
+
+/// Bit n: the camera at that index offers control n of kxcam_get_control(). Nothing is sent to it.
+uint64_t offered_controls(int camera);
 
 }  // namespace kxcam::api
