@@ -1,7 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 #pragma once
 
+#if defined(__has_feature)
+#if __has_feature(thread_sanitizer)
+#define KXSIM_THREAD_SANITIZER
+#endif
+#endif
 #ifdef __SANITIZE_THREAD__
+#define KXSIM_THREAD_SANITIZER
+#endif
+
+#ifdef KXSIM_THREAD_SANITIZER
 extern "C" {
 void AnnotateIgnoreWritesBegin(const char* file, int line);
 void AnnotateIgnoreWritesEnd(const char* file, int line);
@@ -16,7 +25,7 @@ namespace kxsim {
 /// written the bytes.
 class DmaWrite {
  public:
-#ifdef __SANITIZE_THREAD__
+#ifdef KXSIM_THREAD_SANITIZER
   DmaWrite() {
     AnnotateIgnoreWritesBegin(__FILE__, __LINE__);
   }

@@ -68,7 +68,7 @@ class Process : public testing::Test {
 
 TEST_F(Process, LoadsAndUnloadsTheLibrary) {
   size_t threads = 0;
-  size_t descriptors = 0;
+  [[maybe_unused]] size_t descriptors = 0;
   std::vector<uint8_t> frame(720 * 540);
   for (int n = 0; n < 6; ++n) {
     const Library library;
@@ -82,7 +82,9 @@ TEST_F(Process, LoadsAndUnloadsTheLibrary) {
     descriptors = entries("/proc/self/fd");
   }
   EXPECT_TRUE(kxcam::test::eventually([&] { return entries("/proc/self/task") <= threads; }));
+#ifndef SANITIZED  // the thread sanitizer keeps pipes to what finds the names of functions
   EXPECT_LE(entries("/proc/self/fd"), descriptors);
+#endif
 }
 
 TEST_F(Process, TriesAgainWhenLibusbCouldNotStart) {
