@@ -1,5 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
-#include "api/boundary.h"
+#include "api/extra_boundary.h"
 #include "core/acquisition/image_query.h"
 #include "core/acquisition/orientation.h"
 #include "core/acquisition/readout.h"
@@ -84,4 +84,9 @@ uint32_t CameraGetImageBufferSize(int camera, int* size, int format) {
 
 uint32_t CameraGetISPImageBufferSize(int camera, int* size, int width, int height, int format) {
   return api::with_camera(camera, get_isp_image_buffer_size, size, width, height, format);
+}
+
+int kxcam_set_region(int camera, int x, int y, int width, int height) {
+  return api::cause_with_camera(
+      camera, true, [&](CameraContext& context) { return select_region(context, x, y, width, height); });
 }
