@@ -25,15 +25,18 @@ target_compile_options(kxcam_test_headers PRIVATE -fPIE)
 kxcam_test_options(kxcam_test_headers)
 target_precompile_headers(kxcam_test_headers PRIVATE <gmock/gmock.h> <gtest/gtest.h>)
 
-# kxcam_test(NAME SOURCES source... LIBRARIES library... [ALONE]): a GoogleTest program;
+# kxcam_test(NAME SOURCES source... LIBRARIES library... [EARLY]): a GoogleTest program;
 # every case of it is a test of its own, in a process of its own, so that no case sees another's open cameras.
-# ALONE: beside no other test, as it keeps all processors busy.
+# EARLY: before others, as it waits for long, and nothing should wait for it at the end.
 function(kxcam_test NAME)
-  cmake_parse_arguments(ARG "ALONE" "" "SOURCES;LIBRARIES" ${ARGN})
+  cmake_parse_arguments(ARG "EARLY" "" "SOURCES;LIBRARIES" ${ARGN})
   add_executable(${NAME} ${ARG_SOURCES})
   target_link_libraries(${NAME} PRIVATE ${ARG_LIBRARIES})
   kxcam_test_options(${NAME})
   target_precompile_headers(${NAME} REUSE_FROM kxcam_test_headers)
-  gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST
-                       PROPERTIES TIMEOUT ${KXCAM_TEST_TIMEOUT} RUN_SERIAL ${ARG_ALONE} ENVIRONMENT "${KXCAM_TEST_ENVIRONMENT}")
+  set(properties TIMEOUT ${KXCAM_TEST_TIMEOUT} ENVIRONMENT "${KXCAM_TEST_ENVIRONMENT}")
+  if(ARG_EARLY)
+    list(APPEND properties COST 100)
+  endif()
+  gtest_discover_tests(${NAME} DISCOVERY_MODE PRE_TEST PROPERTIES ${properties})
 endfunction()
