@@ -32,8 +32,10 @@ class CamerasInAProgram : public testing::Test {
     bus_.unplug_all();
   }
 
+  /// A camera that sends numbered frames, which take less than pictures of a scene.
   std::shared_ptr<Camera> plug(const std::string& description) {
     auto camera = std::make_shared<Camera>(kxsim::parse_camera_options(description));
+    camera->set_frame_source(kxsim::fill_numbered_frame);
     bus_.plug(camera);
     return camera;
   }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <functional>
@@ -362,6 +363,7 @@ TEST_F(Modules, StandThreadsThatCallWhileTheyClose) {
       producer_.call("GCReadPort", port.load(), uint64_t{0x1000}, static_cast<void*>(&value), &size);
       Handle again = nullptr;
       producer_.call("DevGetPort", device.load(), &again);
+      std::this_thread::sleep_for(std::chrono::microseconds(50));
     }
   });
   callers.emplace_back([&] {
@@ -371,6 +373,7 @@ TEST_F(Modules, StandThreadsThatCallWhileTheyClose) {
       if (producer_.call("EventGetData", event.load(), static_cast<void*>(entry.data()), &size,
                          uint64_t{10}) == 0)
         producer_.call("DSQueueBuffer", stream.load(), entry[0]);
+      std::this_thread::sleep_for(std::chrono::microseconds(50));
     }
   });
   for (int n = 0; n < 8; ++n) {

@@ -14,13 +14,15 @@ namespace {
 
 /// Every sample tells where on the sensor it is.
 void fill_with_places(const kxsim::FrameRequest& request, std::span<uint8_t> out) {
-  const auto width = static_cast<size_t>(request.readout.width);
-  const size_t bytes = out.size() / (width * static_cast<size_t>(request.readout.height));
-  for (size_t i = 0; i < out.size(); ++i) {
-    const size_t pixel = i / bytes;
-    const size_t x = static_cast<size_t>(request.readout.x) + pixel % width;
-    const size_t y = static_cast<size_t>(request.readout.y) + pixel / width;
-    out[i] = static_cast<uint8_t>(bytes == 2 && i % 2 == 1 ? (x ^ y) % 16 : x * 7 + y * 13 + x * y / 64);
+  const int width = request.readout.width;
+  const int height = request.readout.height;
+  const bool two_bytes = out.size() > static_cast<size_t>(width) * static_cast<size_t>(height);
+  uint8_t* to = out.data();
+  for (int y = request.readout.y; y < request.readout.y + height; ++y) {
+    for (int x = request.readout.x; x < request.readout.x + width; ++x) {
+      *to++ = static_cast<uint8_t>(x * 7 + y * 13 + x * y / 64);
+      if (two_bytes) *to++ = static_cast<uint8_t>((x ^ y) % 16);
+    }
   }
 }
 
@@ -28,17 +30,14 @@ class Pictures : public CamerasInAProgram {
  protected:
   using Action = kxsim::FrameFault::Action;
 
-  std::shared_ptr<Camera> plug_numbered(const std::string& description) {
-    auto camera = plug(description);
-    camera->set_frame_source(kxsim::fill_numbered_frame);
-    return camera;
-  }
   int64_t feature(const char* name) { return camera_->integer(name); }
 };
 
 struct Kind {
   const char* model;
   std::vector<std::pair<const char*, int>> formats;  ///< by standard name and the library's
+
+  friend void PrintTo(const Kind& kind, std::ostream* out) { *out << kind.model; }
 };
 
 const Kind kKinds[] = {
@@ -96,43 +95,46 @@ std::vector<std::vector<uint8_t>> pictures_of_library(const std::vector<Case>& c
   return pictures;
 }
 
-TEST_F(Pictures, AreThoseOfTheLibraryInEveryFormatAndRegion) {
-  for (const Kind& kind : kKinds) {
-    plug(std::string(kind.model) + ",serial=P,fps=0")->set_frame_source(fill_with_places);
-    const std::vector<Case> cases = cases_of(kind);
-    const auto expected = pictures_of_library(cases);
-    ASSERT_NO_FATAL_FAILURE(open("P"));
-    for (size_t n = 0; n < cases.size(); ++n) {
-      const Case& each = cases[n];
-      SCOPED_TRACE(std::string(kind.model) + " " + each.name + (each.region ? " region" : "") +
-                   (each.mirrored ? " mirrored" : ""));
-      EXPECT_EQ(camera_->set("PixelFormat", each.name), 0);
-      if (each.format != KXCAM_FORMAT_RAW) {
-        EXPECT_EQ(camera_->set("ReverseX", each.mirrored ? 1 : 0), 0);
-      }
-      if (each.region) {
-        EXPECT_EQ(camera_->set("Width", kWidth), 0);
-        EXPECT_EQ(camera_->set("Height", kHeight), 0);
-        EXPECT_EQ(camera_->set("OffsetX", kX), 0);
-        EXPECT_EQ(camera_->set("OffsetY", kY), 0);
-      }
-      Acquisition pictures(producer_, device_, *camera_);
-      pictures.announce(2, n % 2 == 0);
-      pictures.start();
-      const auto got = pictures.next();
-      EXPECT_EQ(got.status, 0);
-      EXPECT_EQ(got.width, static_cast<size_t>(feature("Width")));
-      EXPECT_EQ(got.height, static_cast<size_t>(feature("Height")));
-      EXPECT_EQ(got.pixel_format, static_cast<uint64_t>(feature("PixelFormat")));
-      EXPECT_FALSE(got.incomplete);
-      EXPECT_TRUE(got.bytes == expected[n]);
-      EXPECT_EQ(camera_->set("Width", 64), kAccessDenied) << "while pictures are taken";
-      pictures.stop();
+class EveryKind : public Pictures, public testing::WithParamInterface<Kind> {};
+
+TEST_P(EveryKind, HasThePicturesOfTheLibraryInEveryFormatAndRegion) {
+  const Kind& kind = GetParam();
+  plug(std::string(kind.model) + ",serial=P,fps=0")->set_frame_source(fill_with_places);
+  const std::vector<Case> cases = cases_of(kind);
+  const auto expected = pictures_of_library(cases);
+  ASSERT_NO_FATAL_FAILURE(open("P"));
+  for (size_t n = 0; n < cases.size(); ++n) {
+    const Case& each = cases[n];
+    SCOPED_TRACE(std::string(kind.model) + " " + each.name + (each.region ? " region" : "") +
+                 (each.mirrored ? " mirrored" : ""));
+    EXPECT_EQ(camera_->set("PixelFormat", each.name), 0);
+    if (each.format != KXCAM_FORMAT_RAW) {
+      EXPECT_EQ(camera_->set("ReverseX", each.mirrored ? 1 : 0), 0);
     }
-    close();
-    bus_.unplug_all();
+    if (each.region) {
+      EXPECT_EQ(camera_->set("Width", kWidth), 0);
+      EXPECT_EQ(camera_->set("Height", kHeight), 0);
+      EXPECT_EQ(camera_->set("OffsetX", kX), 0);
+      EXPECT_EQ(camera_->set("OffsetY", kY), 0);
+    }
+    Acquisition pictures(producer_, device_, *camera_);
+    pictures.announce(2, n % 2 == 0);
+    pictures.start();
+    const auto got = pictures.next();
+    EXPECT_EQ(got.status, 0);
+    EXPECT_EQ(got.width, static_cast<size_t>(feature("Width")));
+    EXPECT_EQ(got.height, static_cast<size_t>(feature("Height")));
+    EXPECT_EQ(got.pixel_format, static_cast<uint64_t>(feature("PixelFormat")));
+    EXPECT_FALSE(got.incomplete);
+    EXPECT_TRUE(got.bytes == expected[n]);
+    EXPECT_EQ(camera_->set("Width", 64), kAccessDenied) << "while pictures are taken";
+    pictures.stop();
   }
+  close();
 }
+
+INSTANTIATE_TEST_SUITE_P(Pictures, EveryKind, testing::ValuesIn(kKinds),
+                         [](const auto& test) { return std::string(test.param.model); });
 
 TEST_F(Pictures, OfARawRegionAreNotMirroredButOfTheSamePlace) {
   plug("3030,serial=P,fps=0")->set_frame_source(fill_with_places);
@@ -161,7 +163,7 @@ TEST_F(Pictures, OfARawRegionAreNotMirroredButOfTheSamePlace) {
 }
 
 TEST_F(Pictures, HaveNumbersWithGapsAndTheTimeOfArrival) {
-  const auto camera = plug_numbered("3600,serial=P,fps=0");
+  const auto camera = plug("3600,serial=P,fps=0");
   camera->inject({.stream_frames = 0});
   ASSERT_NO_FATAL_FAILURE(open("P"));
   ASSERT_EQ(camera_->set("PixelFormat", camera_->choices("PixelFormat").back()), 0);
@@ -191,7 +193,7 @@ TEST_F(Pictures, HaveNumbersWithGapsAndTheTimeOfArrival) {
 }
 
 TEST_F(Pictures, ThatNoBufferIsQueuedForAreCounted) {
-  plug_numbered("3600,serial=P,fps=0");
+  plug("3600,serial=P,fps=0");
   ASSERT_NO_FATAL_FAILURE(open("P"));
   Acquisition pictures(producer_, device_, *camera_);
   pictures.announce(1);
@@ -206,7 +208,7 @@ TEST_F(Pictures, ThatNoBufferIsQueuedForAreCounted) {
 }
 
 TEST_F(Pictures, EndByThemselvesWhenTheyAreCounted) {
-  plug_numbered("3600,serial=P,fps=0");
+  plug("3600,serial=P,fps=0");
   ASSERT_NO_FATAL_FAILURE(open("P"));
   const auto expect = [&](int expected, uint64_t asked) {
     Acquisition pictures(producer_, device_, *camera_);
@@ -225,7 +227,7 @@ TEST_F(Pictures, EndByThemselvesWhenTheyAreCounted) {
 }
 
 TEST_F(Pictures, ComeOnATriggerAndNothingWaitsForOne) {
-  plug_numbered("3500,serial=P,fps=0");
+  plug("3500,serial=P,fps=0");
   ASSERT_NO_FATAL_FAILURE(open("P"));
   EXPECT_EQ(camera_->execute("TriggerSoftware"), kAccessDenied);
   ASSERT_EQ(camera_->set("TriggerMode", "On"), 0);
@@ -247,7 +249,7 @@ TEST_F(Pictures, ComeOnATriggerAndNothingWaitsForOne) {
 }
 
 TEST_F(Pictures, EndAWaitAtOnceWhoeverEndsIt) {
-  plug_numbered("3600,serial=P")->inject({.stream_frames = 0});
+  plug("3600,serial=P")->inject({.stream_frames = 0});
   ASSERT_NO_FATAL_FAILURE(open("P"));
   Acquisition pictures(producer_, device_, *camera_);
   pictures.announce(2);
@@ -280,7 +282,7 @@ TEST_F(Pictures, EndAWaitAtOnceWhoeverEndsIt) {
 }
 
 TEST_F(Pictures, GoOnAfterTheCableWasOut) {
-  const auto camera = plug_numbered("3600,serial=P,fps=0");
+  const auto camera = plug("3600,serial=P,fps=0");
   ASSERT_NO_FATAL_FAILURE(open("P"));
   ASSERT_EQ(camera_->set("Gain", 33), 0);
   Handle error = nullptr;
@@ -315,7 +317,7 @@ TEST_F(Pictures, GoOnAfterTheCableWasOut) {
 }
 
 TEST_F(Pictures, AreLargerThanABufferOnlyAsTheConsumerWants) {
-  plug_numbered("3600,serial=P,fps=0");
+  plug("3600,serial=P,fps=0");
   ASSERT_NO_FATAL_FAILURE(open("P"));
   Acquisition pictures(producer_, device_, *camera_);
   pictures.announce(1, true, 1000);

@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -22,10 +23,10 @@ class FrameReader : public CameraBus {
   /// Opens a camera whose samples are none of them 0 and whose frames have `bytes` bytes, however many its
   /// bridge would send.
   std::shared_ptr<kxsim::SimulatedCamera> open_sending(const std::string& model, size_t bytes) {
-    auto camera = plug(model + ",fps=0");
+    auto camera = plug(model + ",fps=100");
     camera->set_frame_source([this](const kxsim::FrameRequest&, std::span<uint8_t> out) {
       sent_by_bridge_ = out.size();
-      std::ranges::fill(out, 77);
+      std::memset(out.data(), 77, out.size());
     });
     EXPECT_EQ(CameraInit(0), 0U);
     EXPECT_FALSE(query_raw().empty());
@@ -58,11 +59,10 @@ TEST_F(FrameReader, ATwelveBitFrameHasOneByteOrTwoAPixelAndNothingElse) {
     const std::vector<uint8_t> frame = query_raw(row.whole ? 20 : 1);
     ASSERT_EQ(!frame.empty(), row.whole);
     if (row.whole) {
-      ASSERT_EQ(frame.size(), 2 * kPixels);
       // A fault appends zeros.
-      const size_t filled = std::min(row.bytes, sent_by_bridge_.load());
-      EXPECT_EQ(std::ranges::count(frame, 77), static_cast<ptrdiff_t>(filled));
-      EXPECT_EQ(std::ranges::find(frame, 0) - frame.begin(), static_cast<ptrdiff_t>(filled));
+      std::vector<uint8_t> expected(std::min(row.bytes, sent_by_bridge_.load()), 77);
+      expected.resize(2 * kPixels);
+      EXPECT_TRUE(frame == expected);
     }
     CameraFree(0);
     bus_.unplug_all();
