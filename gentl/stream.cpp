@@ -231,6 +231,16 @@ void Stream::close() {
   port_.close();
 }
 
+/// To be called where an exception is handled.
+void Stream::report_failure() noexcept {
+  keep_failure();
+  try {
+    events().report(last_failure().status, last_failure().text);
+  } catch (const std::bad_alloc&) {
+    // There is no memory to tell of it.
+  }
+}
+
 /// Fills the next buffer, unless none comes in time to wait for.
 void Stream::take_picture(std::unique_lock<std::mutex>& lock) {
   const auto buffer = pool_.begin_fill();
@@ -239,13 +249,13 @@ void Stream::take_picture(std::unique_lock<std::mutex>& lock) {
   lock.unlock();
   Picture picture;
   Camera::Outcome outcome = Camera::Outcome::kNothing;
+  // Nothing may leave here before the lock is taken again and the query ended.
   try {
     outcome = camera_->query(*buffer, picture);
+    if (outcome == Camera::Outcome::kGone) camera_->report_loss();
   } catch (const std::exception&) {
-    keep_failure();
-    events().report(last_failure().status, last_failure().text);
+    report_failure();
   }
-  if (outcome == Camera::Outcome::kGone) camera_->report_loss();
   lock.lock();
   const bool delivered = outcome == Camera::Outcome::kPicture;
   camera_->end_query(delivered);

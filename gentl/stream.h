@@ -49,6 +49,7 @@ class Stream : public PortModule {
   void notify();
   void end_thread();
   void run();
+  void report_failure() noexcept;
   void take_picture(std::unique_lock<std::mutex>& lock);
   void pass_over(std::unique_lock<std::mutex>& lock);
 
