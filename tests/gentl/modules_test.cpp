@@ -322,7 +322,7 @@ TEST_F(Modules, OpenAHundredTimesAndKeepNothing) {
 #endif
   for (int n = 0; n < kCameras; ++n) plug("003B,serial=H" + std::to_string(n) + ",fps=0");
   size_t threads = 0;
-  size_t descriptors = 0;
+  [[maybe_unused]] size_t descriptors = 0;
   for (int round = 0; round < kOpenings / kCameras; ++round) {
     look();
     std::vector<std::thread> each;
@@ -343,7 +343,9 @@ TEST_F(Modules, OpenAHundredTimesAndKeepNothing) {
     descriptors = entries("/proc/self/fd");
   }
   EXPECT_TRUE(eventually([&] { return entries("/proc/self/task") <= threads; }));
+#ifndef SANITIZED  // the thread sanitizer keeps pipes to what finds the names of functions
   EXPECT_LE(entries("/proc/self/fd"), descriptors);
+#endif
 }
 
 /// Threads that call whatever is there while one opens and closes.
