@@ -24,7 +24,9 @@ class Cameras : public CameraBus {
   }
 
   std::shared_ptr<Camera> plug_serial(const std::string& serial) {
-    return plug("3600,fps=0,serial=" + serial);
+    auto camera = plug("3600,fps=0,serial=" + serial);
+    camera->set_frame_source(kxsim::fill_numbered_frame);  // soon made
+    return camera;
   }
 
   static kxcam_description describe(int camera) {

@@ -51,6 +51,7 @@ TEST_F(Open, RegisterAccessOnlyStartsNothing) {
 
 TEST_F(Open, WakesTheOldThreeMegapixelSensorAsItsFirmwareNeeds) {
   const auto oldest = plug("0300,fw=0x4500");
+  oldest->set_frame_source(kxsim::fill_numbered_frame);  // soon made
   ASSERT_EQ(CameraInit(0), 0U);
   EXPECT_EQ(
       first_sensor_writes(*oldest),
@@ -60,6 +61,7 @@ TEST_F(Open, WakesTheOldThreeMegapixelSensorAsItsFirmwareNeeds) {
   bus_.unplug(*oldest);
 
   const auto newer = plug("0300,fw=0x4700");
+  newer->set_frame_source(kxsim::fill_numbered_frame);
   ASSERT_EQ(CameraInit(0), 0U);
   EXPECT_EQ(first_sensor_writes(*newer),
             (std::vector<Request>{{kSensorWrite, 0x0D, 1}, {kSensorWrite, 0x0D, 0}}));

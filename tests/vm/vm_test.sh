@@ -25,10 +25,10 @@ end() {
 }
 trap end EXIT
 
-# The cameras of guest.cpp.
+# The cameras of guest.cpp. Those that stream for seconds do so no faster than need be: it is all emulated.
 start_kxsim() {
   "$kxsim" serve --directory "$run" --scene numbers \
-    --camera 3500,generic,serial=GENERIC-ID-1,fps=0 --camera 0030,serial=HIGH-SPEED-2,fps=0 \
+    --camera 3500,generic,serial=GENERIC-ID-1,fps=10 --camera 0030,serial=HIGH-SPEED-2,fps=30 \
     --camera 392B,serial=LARGE-SIZE-3,fps=0 --camera 369B,serial=TWELVE-BIT-4,fps=0 <"$run/commands" >>"$run/kxsim.log" 2>&1 &
   kxsim_pid=$!
 }

@@ -12,7 +12,7 @@
 namespace kxcam::test {
 namespace {
 
-constexpr int kCameras = 4;
+constexpr int kCameras = 10;
 
 class PowerCut : public CameraBus {
  protected:
@@ -75,6 +75,7 @@ class PowerCut : public CameraBus {
   void open_after_every_cut(const Bytes& old_set, const Bytes& old_matrix, const std::vector<Cell>& saved) {
     std::vector<std::shared_ptr<Camera>> cameras = bus_.cameras();
     while (cameras.size() < kCameras) cameras.push_back(plug("3600,fps=0"));
+    for (const auto& camera : cameras) camera->set_frame_source(kxsim::fill_numbered_frame);  // soon made
     for (size_t first = 0; first <= saved.size(); first += kCameras) {
       for (int i = 0; i < kCameras; ++i) {
         Camera& camera = *cameras[static_cast<size_t>(i)];

@@ -224,13 +224,13 @@ bool SensorTest::develop(int level, int format) {
   int height = 0;
   EXPECT_EQ(CameraGetImageSize(kCamera, &width, &height), 0U);
   const auto pixels = static_cast<size_t>(width) * static_cast<size_t>(height);
-  std::vector<uint8_t> frame(pixels, static_cast<uint8_t>(level));
+  frame_.assign(pixels, static_cast<uint8_t>(level));
   if (get(CameraGetImageDepth, kCamera) == 12) {
-    frame.assign(2 * pixels, static_cast<uint8_t>(level << 4));
-    for (size_t i = 0; i < pixels; ++i) frame[2 * i + 1] = static_cast<uint8_t>(level >> 4);
+    frame_.assign(2 * pixels, static_cast<uint8_t>(level << 4));
+    for (size_t i = 0; i < pixels; ++i) frame_[2 * i + 1] = static_cast<uint8_t>(level >> 4);
   }
-  std::vector<uint8_t> picture(pixels * 4);
-  return ok(CameraISP(kCamera, frame.data(), picture.data(), width, height, format));
+  picture_.resize(pixels * 4);
+  return ok(CameraISP(kCamera, frame_.data(), picture_.data(), width, height, format));
 }
 
 }  // namespace kxcam::test

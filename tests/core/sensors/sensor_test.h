@@ -80,6 +80,8 @@ class SensorTest : public testing::Test {
 
   std::shared_ptr<kxsim::SimulatedCamera> camera_;
   libusb_context* usb_ = nullptr;
+  std::vector<uint8_t> frame_;  ///< and picture, kept for their memory
+  std::vector<uint8_t> picture_;
   ContextRef context_;
 };
 
