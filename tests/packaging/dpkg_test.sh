@@ -19,6 +19,7 @@ mount --rbind /dev "$system/dev"
 mkdir "$system/packages"
 cp "$1"/*.deb "$system/packages"
 inside() { chroot "$system" env -u KXUSB_CONF -u LD_LIBRARY_PATH "$@"; }
+rm -f "$system/var/lib/man-db/auto-update" # the index of all manual pages takes longer than all else
 ours() { find "$system/etc" "$system/usr" -name '*kxcam*' -o -name '*kxsim*' -o -name '*kxusb*'; }
 
 ours >"$layer/before"

@@ -1,6 +1,6 @@
 #!/bin/sh
 # Installs into an empty prefix, moves it, builds the examples against it with pkg-config and with CMake, and
-# runs them on a simulated camera: install_test.sh SOURCE BUILD LIBDIR
+# runs the first on a simulated camera: install_test.sh SOURCE BUILD LIBDIR
 set -eu
 source=$1 build=$2 libdir=$3
 work=$(mktemp -d)
@@ -30,7 +30,7 @@ grep -q '0.3MP-C' "$work/list" && grep -q '5MP-C' "$work/list"
 
 examples=$prefix/share/doc/libkxcam-dev/examples
 export LD_LIBRARY_PATH="$prefix/$libdir"
-test_examples() { "$source/tests/packaging/examples_test.sh" "$prefix/bin/kxsim" "$prefix/bin/kxcam" "$1"; }
+takes_picture() { "$prefix/bin/kxsim" run --camera 3600 -- "$1" | head -c 2 | grep -q P6; }
 
 export PKG_CONFIG_PATH="$prefix/$libdir/pkgconfig"
 flags=$(pkg-config --cflags --libs kxcam)
@@ -42,12 +42,13 @@ for name in first_picture live_loop newest_frame save_settings trigger virtual_c
 done
 # shellcheck disable=SC2086
 c++ -std=c++17 -pedantic -Wall -Werror -o "$work/by-pkg-config/first_picture_cpp" "$examples/first_picture.cpp" $flags
-test_examples "$work/by-pkg-config"
+takes_picture "$work/by-pkg-config/first_picture"
+takes_picture "$work/by-pkg-config/first_picture_cpp"
 
 cmake -G Ninja -S "$examples" -B "$work/by-cmake" -DCMAKE_PREFIX_PATH="$prefix" >"$work/log"
 grep -q "kxcam_DIR:PATH=$prefix/" "$work/by-cmake/CMakeCache.txt"
 cmake --build "$work/by-cmake" >"$work/log"
-test_examples "$work/by-cmake"
+takes_picture "$work/by-cmake/first_picture"
 
 # Another major version is another library.
 mkdir "$work/newer"
