@@ -26,19 +26,22 @@ rm ./*.deb
 n=0
 for module in $modules; do
   n=$((n + 1))
-  # Compressed, from Debian 13 on.
-  for file in lib/modules/*/kernel/drivers/"$module"*; do
-    case $file in
-      *.xz) xz -dc "$file" ;;
-      *) cat "$file" ;;
-    esac >"$n-$(basename "$module")"
-  done
+  # Compressed and below usr/, from Debian 13 on.
+  file=$(find . -path "*/kernel/drivers/$module*")
+  case $file in
+    *.xz) xz -dc "$file" ;;
+    *) cat "$file" ;;
+  esac >"$n-$(basename "$module")"
 done
 
 # The kernel proper boots faster in emulation than the program that unpacks it. Where it begins and ends is in
 # the header, see "The Linux/x86 Boot Protocol": sectors of setup code, then offset and length.
 number() { od -An -v -t "u$2" -j "$1" -N "$2" boot/vmlinuz-* | tr -d ' '; }
 begin=$((($(number 497 1) + 1) * 512 + $(number 584 4)))
-tail -c +$((begin + 1)) boot/vmlinuz-* | head -c "$(number 588 4)" | xz -dc --single-stream >vmlinux
-rm -r boot lib
+tail -c +$((begin + 1)) boot/vmlinuz-* | head -c "$(($(number 588 4) - 4))" >compressed # its size follows
+case $(number $begin 4) in
+  4247762216) zstd -dcq compressed ;; # from Debian 13 on
+  *) xz -dc --single-stream compressed ;;
+esac >vmlinux
+rm -rf boot lib usr compressed
 touch complete

@@ -6,7 +6,7 @@ set -euo pipefail
 source=$(cd "$(dirname "$0")" && pwd)
 work=$1 kxsim=$2 kxcam=$3 guest=$4 relay=$5
 
-for program in qemu-system-x86_64 busybox cpio xz; do
+for program in qemu-system-x86_64 busybox cpio xz zstd; do
   command -v "$program" >/dev/null || { echo "skipped: there is no $program"; exit 77; }
 done
 status=0
