@@ -2,6 +2,7 @@
 #include "simulated_run.h"
 
 #include <cstdlib>
+#include <future>
 #include <iterator>
 #include <sstream>
 
@@ -69,9 +70,17 @@ Result run_with_configuration(const std::string& configuration, const std::vecto
 }
 
 void expect_rows(const Cameras& cameras, const std::vector<Row>& rows) {
-  for (const auto& [arguments, status, text] : rows) {
-    std::istringstream words(arguments);
-    const Result result = run(cameras, {std::istream_iterator<std::string>(words), {}});
+  // Side by side, as most of a run is waiting.
+  std::vector<std::future<Result>> results;
+  for (const Row& row : rows) {
+    std::istringstream words(row.arguments);
+    results.push_back(std::async(std::launch::async, run, cameras,
+                                 std::vector<std::string>(std::istream_iterator<std::string>(words), {}),
+                                 ""));
+  }
+  for (size_t i = 0; i < rows.size(); ++i) {
+    const auto& [arguments, status, text] = rows[i];
+    const Result result = results[i].get();
     EXPECT_EQ(result.status, status) << arguments << '\n' << result.error;
     EXPECT_THAT(result.output + result.error, testing::HasSubstr(text)) << arguments;
     EXPECT_EQ(result.error.starts_with("kxcam: "), status != 0) << arguments << '\n' << result.error;
