@@ -27,7 +27,7 @@ std::span<T> shared(size_t count) {
   return {static_cast<T*>(memory), count};
 }
 
-inline constexpr unsigned kStuckAfterSeconds = 90;
+inline constexpr unsigned kStuckAfterSeconds = 900;
 inline char doing[128];  ///< of this worker
 
 inline void die(int signal) {

@@ -46,13 +46,13 @@ for i in 1 2 3 4; do
   machine+=(-chardev "socket,id=camera$i,path=$run/camera$i.sock,reconnect=1"
     -device "usb-redir,chardev=camera$i")
 done
-for ((i = 0; i < 100; ++i)); do
-  [ -S "$run/camera4.sock" ] && break
+until [ -S "$run/camera4.sock" ]; do
+  kill -0 "$kxsim_pid"
   sleep 0.1
 done
 
 mkfifo "$run/console"
-timeout -k 5 1400 qemu-system-x86_64 "${machine[@]}" </dev/null >"$run/console" 2>&1 &
+timeout -k 5 7000 qemu-system-x86_64 "${machine[@]}" </dev/null >"$run/console" 2>&1 &
 machine_pid=$!
 
 # What the guest has to say, and what it wants done out here.
