@@ -11,6 +11,7 @@ static int take_picture(void) {
   if (CameraGetImageBufferSize(0, &size, KXCAM_FORMAT_COLOR) != 0) return 1;
   unsigned char* picture = malloc((size_t)size);
   if (picture == NULL) return 1;
+  CameraSetTimeout(0, 10000); /* how long it may take, in ms */
   int failed = CameraQueryImage(0, picture, &size, KXCAM_FORMAT_COLOR) != 0;
   if (!failed) {
     printf("P6\n%d %d\n255\n", width, height);

@@ -38,6 +38,7 @@ class Camera {
     require("asking for the size", CameraGetImageSize(index_, &picture.width, &picture.height));
     require("asking for the size", CameraGetImageBufferSize(index_, &size, KXCAM_FORMAT_COLOR));
     picture.rgb.resize(static_cast<std::size_t>(size));
+    require("setting the time-out", CameraSetTimeout(index_, 10000));  // ms
     require("taking a picture", CameraQueryImage(index_, picture.rgb.data(), &size, KXCAM_FORMAT_COLOR));
     return picture;
   }

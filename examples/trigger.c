@@ -18,8 +18,8 @@ static int take_triggered(unsigned char* picture, int size) {
 
 static int run(void) {
   int size;
-  if (CameraSetSnapMode(0, 2) != 0) return 1;   /* one picture per trigger */
-  if (CameraSetTimeout(0, 2000) != 0) return 1; /* how long a query waits for it, in ms */
+  if (CameraSetSnapMode(0, 2) != 0) return 1;    /* one picture per trigger */
+  if (CameraSetTimeout(0, 10000) != 0) return 1; /* how long a query waits for it, in ms */
   if (CameraGetImageBufferSize(0, &size, KXCAM_FORMAT_GREY) != 0) return 1;
   unsigned char* picture = malloc((size_t)size);
   if (picture == NULL) return 1;
