@@ -82,7 +82,7 @@ TEST(Stream, EndsWithSevenWhenTheCameraFallsSilentForGood) {
       {{"3600,fps=40"}, "stream ends after 5"},
       {{"stream --timeout 500 -n 50", 7, "frames     5 ("},
        {"stream --timeout 500 --seconds 2", 7, "delivered no frame within"},
-       {"stream --timeout 500 --seconds 5 --reconnect", 7, "camera 0 sends no frames; reconnecting"}});
+       {"stream --timeout 500 --seconds 20 --reconnect", 7, "camera 0 sends no frames; reconnecting"}});
   // A camera that waits for a trigger is as it should be.
   const Result triggered =
       run({{"3600"}}, {"stream", "--seconds", "3", "--timeout", "500", "--set", "trigger=on", "--reconnect"});
