@@ -25,9 +25,14 @@ void* counted(Allocate allocate) {
 
 }  // namespace
 
-// The other forms of new and delete come down to these.
+// The other forms of new and delete come down to these; under a sanitizer the one that throws nothing is its
+// own.
 void* operator new(size_t bytes) {
   return counted([=] { return std::malloc(bytes); });
+}
+void* operator new(size_t bytes, const std::nothrow_t&) noexcept {
+  ++allocations;
+  return exhausted ? nullptr : std::malloc(bytes);
 }
 void* operator new(size_t bytes, std::align_val_t alignment) {
   const auto unit = static_cast<size_t>(alignment);
