@@ -58,8 +58,8 @@ class TestBus {
   static int code() { return last_error; }
   static int buffer_size(int format);
   /// A frame of camera 0, or nothing when none comes. A busy machine may need more than one time-out.
-  static Bytes query(int format, int tries = 4);
-  static Bytes query_raw(int tries = 4) { return query(KXCAM_FORMAT_RAW, tries); }
+  static Bytes query(int format, int tries = 600);
+  static Bytes query_raw(int tries = 600) { return query(KXCAM_FORMAT_RAW, tries); }
   /// Width and height of camera 0's pictures.
   static std::pair<int, int> image_size();
 

@@ -75,7 +75,7 @@ TEST_F(FrameReader, TheFirstFrameAfterOpenIsDelivered) {
     const auto camera = plug(std::string(model) + ",fps=0");
     camera->inject({.stream_frames = 1});
     ASSERT_EQ(CameraInit(0), 0U);
-    EXPECT_FALSE(query_raw(20).empty());
+    EXPECT_FALSE(query_raw().empty());
     CameraFree(0);
     bus_.unplug_all();
   }
@@ -118,7 +118,7 @@ TEST_F(FrameReader, TakesThePriorityThatIsAskedForOrSaysThatItCannot) {
     setenv("KXCAM_READER_PRIORITY", priority, 1);
     messages.clear();
     open("3600");
-    EXPECT_FALSE(query_raw(20).empty());
+    EXPECT_FALSE(query_raw().empty());
   };
   open_with("7");
   EXPECT_EQ(threads_of_priority(7), messages.empty() ? 1 : 0);
