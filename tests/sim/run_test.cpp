@@ -94,9 +94,10 @@ TEST_F(KxsimRun, ARunningProgramsCamerasTakeCommands) {
       "run -c 3500 -c 0500 -- sh -c '" PROBE " wait & while ! " PROBE
       " tell status >/dev/null 2>&1; do sleep 0.01; done; " PROBE " tell unplug 1; " PROBE
       " tell unplug; " PROBE " tell status; " PROBE " tell plug 1; wait'";
-  EXPECT_THAT(kxsim(kScript).output,
-              testing::MatchesRegex("ok\nerror: expected the number of a camera, 1 to 2\n"
-                                    "camera 1: unplugged, .*\ncamera 2: plugged in, .*\n(ok\nback|back\nok)\n"));
+  EXPECT_THAT(
+      kxsim(kScript).output,
+      testing::MatchesRegex("ok\nerror: expected the number of a camera, 1 to 2\n"
+                            "camera 1: unplugged, .*\ncamera 2: plugged in, .*\n(ok\nback|back\nok)\n"));
 }
 
 TEST_F(KxsimRun, PassesOnExitStatusAndSignals) {
